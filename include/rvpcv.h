@@ -1,0 +1,12 @@
+/**
+ * @file
+ * rvpCV: computer-vision primitives behind a plain C interface. Include this header for all families.
+ */
+#ifndef RVPCV_H
+#define RVPCV_H
+
+#include "rvpcv/frame.h"
+#include "rvpcv/stats.h"
+#include "rvpcv/types.h"
+
+#endif
