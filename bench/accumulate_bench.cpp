@@ -1,7 +1,8 @@
 // Accumulators against cv::accumulate and its relatives, and the blend against cv::addWeighted.
 //
 // Unmasked rows are set beside two copies. "bare loop" reads the same sources and reads and writes the accumulator
-// with hardly any arithmetic: what the memory allows to any accumulator. "memcpy" moves as many bytes in all. Masked rows are set beside the unmasked call.
+// with hardly any arithmetic: what the memory allows to any accumulator. "memcpy" moves as many bytes in all.
+// Masked rows are set beside the unmasked call.
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -20,8 +21,8 @@ namespace {
 // Exact in float and in the double that the peer takes.
 constexpr float kAlpha = 0.0625f;
 
-// Where the peer fuses multiplication and addition or uses another formula, last bits differ: four units in the last
-// place of a float.
+// Where the peer fuses multiplication and addition or uses another formula, last bits differ: four units in the
+// last place of a float.
 constexpr double kRounding = 4 * 0x1p-23;
 
 struct Images {
@@ -34,7 +35,9 @@ using Ours = std::function<RvpStatus(const Images&)>;
 using Peer = std::function<void(const Images&, cv::InputArray mask)>;
 
 template <class T>
-constexpr int kDepth = std::is_same_v<T, float> ? CV_32F : std::is_same_v<T, std::uint8_t> ? CV_8U : CV_16U;
+constexpr int kDepth = std::is_same_v<T, float>          ? CV_32F
+                       : std::is_same_v<T, std::uint8_t> ? CV_8U
+                                                         : CV_16U;
 
 template <class T>
 Images makeImages(cv::Size size) {
@@ -63,10 +66,11 @@ std::tuple<T*, int> image(const cv::Mat& mat) {
 template <class T, Shape kShape, bool kMasked, class Function>
 Ours bind(Function* function) {
   return [function](const Images& i) {
-    return std::apply(function, std::tuple_cat(image<T>(i.src1), optional<kShape == Shape::kTwoSources>(image<T>(i.src2)),
-                                               optional<kMasked>(image<std::uint8_t>(i.mask)), image<float>(i.acc),
-                                               std::tuple(regionSize(i.acc)),
-                                               optional<kShape == Shape::kWeighted>(std::tuple(kAlpha))));
+    return std::apply(
+        function,
+        std::tuple_cat(image<T>(i.src1), optional<kShape == Shape::kTwoSources>(image<T>(i.src2)),
+                       optional<kMasked>(image<std::uint8_t>(i.mask)), image<float>(i.acc),
+                       std::tuple(regionSize(i.acc)), optional<kShape == Shape::kWeighted>(std::tuple(kAlpha))));
   };
 }
 
@@ -126,13 +130,14 @@ void addRows(std::vector<Row>& rows, const std::string& operation, const Ours& p
                     [=](cv::Size size) {
                       const Images i = makeImages<T>(size);
                       const double bytes = size.area() * (kSourceBytes + kAccumulatorBytes);
-                      return Contest{.ours = [=] { return plain(i); },
-                                     .peerName = peerName,
-                                     .peer = [=] { peer(i, cv::noArray()); },
-                                     .results = {i.acc},
-                                     .bytes = bytes,
-                                     .tolerance = tolerance,
-                                     .references = {{"bare loop", [i] { bareLoop<T, kTwoSources>(i); }}, copyOf(bytes)}};
+                      return Contest{
+                          .ours = [=] { return plain(i); },
+                          .peerName = peerName,
+                          .peer = [=] { peer(i, cv::noArray()); },
+                          .results = {i.acc},
+                          .bytes = bytes,
+                          .tolerance = tolerance,
+                          .references = {{"bare loop", [i] { bareLoop<T, kTwoSources>(i); }}, copyOf(bytes)}};
                     },
                     true});
   }
@@ -157,10 +162,9 @@ Row blendRow() {
             const double bytes = size.area() * 3.0 * sizeof(float);
             return Contest{.ours =
                                [i] {
-                                 return rvpiAddWeighted_32f_C1R(pixels<float>(i.src1), step(i.src1),
-                                                                pixels<float>(i.src2), step(i.src2),
-                                                                pixels<float>(i.acc), step(i.acc),
-                                                                regionSize(i.acc), kAlpha);
+                                 return rvpiAddWeighted_32f_C1R(
+                                     pixels<float>(i.src1), step(i.src1), pixels<float>(i.src2), step(i.src2),
+                                     pixels<float>(i.acc), step(i.acc), regionSize(i.acc), kAlpha);
                                },
                            .peerName = "addWeighted",
                            .peer =
@@ -178,12 +182,13 @@ Row blendRow() {
 
 std::vector<Row> rows() {
   std::vector<Row> all;
-#define RVP_ADD_ROWS(TYPES, T, SHAPE, OPERATION, PEER, PEER_NAME, TOLERANCE)                                       \
-  addRows<T, Shape::SHAPE>(all, #OPERATION " " #TYPES, bind<T, Shape::SHAPE, false>(rvpi##OPERATION##_##TYPES##_C1IR), \
-                           bind<T, Shape::SHAPE, true>(rvpi##OPERATION##_##TYPES##_C1IMR), PEER_NAME, PEER, TOLERANCE)
-#define RVP_ADD_OPERATION(SHAPE, OPERATION, PEER, PEER_NAME, BYTE_TOLERANCE)                      \
-  RVP_ADD_ROWS(8u32f, std::uint8_t, SHAPE, OPERATION, PEER, PEER_NAME, BYTE_TOLERANCE);                \
-  RVP_ADD_ROWS(16u32f, std::uint16_t, SHAPE, OPERATION, PEER, PEER_NAME, kRounding);              \
+#define RVP_ADD_ROWS(TYPES, T, SHAPE, OPERATION, PEER, PEER_NAME, TOLERANCE)                      \
+  addRows<T, Shape::SHAPE>(                                                                       \
+      all, #OPERATION " " #TYPES, bind<T, Shape::SHAPE, false>(rvpi##OPERATION##_##TYPES##_C1IR), \
+      bind<T, Shape::SHAPE, true>(rvpi##OPERATION##_##TYPES##_C1IMR), PEER_NAME, PEER, TOLERANCE)
+#define RVP_ADD_OPERATION(SHAPE, OPERATION, PEER, PEER_NAME, BYTE_TOLERANCE)            \
+  RVP_ADD_ROWS(8u32f, std::uint8_t, SHAPE, OPERATION, PEER, PEER_NAME, BYTE_TOLERANCE); \
+  RVP_ADD_ROWS(16u32f, std::uint16_t, SHAPE, OPERATION, PEER, PEER_NAME, kRounding);    \
   RVP_ADD_ROWS(32f, float, SHAPE, OPERATION, PEER, PEER_NAME, kRounding)
 
   RVP_ADD_ROWS(8u32f, std::uint8_t, kOneSource, Add, add, "accumulate", 0);

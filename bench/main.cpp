@@ -1,5 +1,5 @@
-// Times one variant of the library against its peers. The output is one line a row, its fields separated by tabs, for
-// bench/run to lay out; Google Benchmark's own options (filter, list, JSON output) work as everywhere.
+// Times one variant of the library against its peers. The output is one line a row, its fields separated by tabs,
+// for bench/run to lay out; Google Benchmark's own options (filter, list, JSON output) work as everywhere.
 //
 // --rounds=N       rounds per row
 // --milliseconds=N length of a round, for each side
@@ -31,7 +31,9 @@ class LineReporter : public benchmark::BenchmarkReporter {
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.error_occurred) {
+      if (run.error_occurred && run.error_message == rvp::bench::kBusy) {
+        std::printf("#busy\t%s\n", run.benchmark_name().c_str());
+      } else if (run.error_occurred) {
         failed = true;
         std::fprintf(stderr, "FAILED %s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
       } else {

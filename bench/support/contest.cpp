@@ -85,11 +85,12 @@ std::string differenceOfResults(const Contest& contest, const std::vector<cv::Ma
   return {};
 }
 
-// What is wrong with our results, or nothing. A call that changes nothing agrees with anything that changes nothing,
-// so both must have written.
+// What is wrong with our results, or nothing. A call that changes nothing agrees with anything that changes
+// nothing, so both must have written.
 std::string fault(const Contest& contest, const std::vector<cv::Mat>& initial) {
   if (contest.results.empty()) return "nothing to compare";
-  if (const RvpStatus status = contest.ours(); status < 0) return std::string("our call: ") + rvpGetStatusString(status);
+  if (const RvpStatus status = contest.ours(); status < 0)
+    return std::string("our call: ") + rvpGetStatusString(status);
   const std::vector<cv::Mat> ours = copies(contest.results);
   restore(contest, initial);
   contest.peer();
@@ -112,8 +113,9 @@ struct Contender {
 };
 
 // Alone, a call counts with the processor time of the process, averaged over the round, so that being set aside for
-// another process does not count. Of teams only the wall clock tells the time, and a thread that is set aside holds up
-// the whole team, so the fastest call of the round counts, for both sides and for the single thread set beside them.
+// another process does not count. Of teams only the wall clock tells the time, and a thread that is set aside holds
+// up the whole team, so the fastest call of the round counts, for both sides and for the single thread set beside
+// them.
 enum class Clock { kProcessor, kWall };
 
 double now(Clock clock) {
@@ -160,7 +162,34 @@ double ratio(const Contender& a, const Contender& b) {
   return median(ratios);
 }
 
-std::vector<Contender> race(const Contest& contest, const std::vector<cv::Mat>& initial, int threads, Effort effort) {
+// How many processors this many threads really get: other processes may hold them.
+double freeProcessors(int threads) {
+  constexpr auto kProbe = std::chrono::milliseconds(20);
+  const double wall = now(Clock::kWall);
+  const double processor = now(Clock::kProcessor);
+  std::vector<std::thread> team;
+  for (int i = 0; i < threads; ++i) {
+    team.emplace_back([until = std::chrono::steady_clock::now() + kProbe] {
+      while (std::chrono::steady_clock::now() < until) {
+      }
+    });
+  }
+  for (std::thread& thread : team) thread.join();
+  return (now(Clock::kProcessor) - processor) / (now(Clock::kWall) - wall);
+}
+
+// A team can only be timed where each of its threads has a processor to itself. Waits a moment for that.
+bool teamHasProcessors(int threads) {
+  constexpr int kAttempts = 10;
+  for (int i = 0; i < kAttempts; ++i) {
+    if (freeProcessors(threads) > 0.9 * threads) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  return false;
+}
+
+std::vector<Contender> race(const Contest& contest, const std::vector<cv::Mat>& initial, int threads,
+                            Effort effort) {
   const auto ours = [&contest] { benchmark::DoNotOptimize(contest.ours()); };
   std::vector<Contender> contenders{{ours, threads}, {contest.peer, threads}};
   if (threads > 1) {
@@ -204,7 +233,13 @@ void run(benchmark::State& state, const Family& family, const Row& row, cv::Size
   }
   for (auto iteration : state) {
     static_cast<void>(iteration);
-    const std::vector<Contender> contenders = race(contest, initial, threads, effort);
+    const auto busy = [threads] { return threads > 1 && !teamHasProcessors(threads); };
+    std::vector<Contender> contenders;
+    if (!busy()) contenders = race(contest, initial, threads, effort);
+    if (contenders.empty() || busy()) {
+      state.SkipWithError(kBusy);
+      return;
+    }
     const double ours = median(contenders[0].seconds);
     const double peer = median(contenders[1].seconds);
     const double speed = ratio(contenders[1], contenders[0]);
@@ -223,14 +258,14 @@ void run(benchmark::State& state, const Family& family, const Row& row, cv::Size
       multiples += number("%.2f ", ratio(contenders[0], contenders[i]));
       multiples += threads > 1 ? "one thread" : contest.references[i - 2].name;
     }
-    const std::string agreement = contest.difference    ? "in meaning"
+    const std::string agreement = contest.difference       ? "in meaning"
                                   : contest.tolerance == 0 ? "exact"
                                                            : number("%.0e", contest.tolerance);
     std::string line;
     for (const std::string& field :
          {std::string(RVPCV_VARIANT), std::to_string(threads), family.name, row.operation, sizeName(size),
-          contest.peerName, number("%.1f", ours * 1e6), number("%.1f", peer * 1e6), number("%.3f", speed), throughput,
-          multiples.empty() ? std::string("-") : multiples, agreement}) {
+          contest.peerName, number("%.1f", ours * 1e6), number("%.1f", peer * 1e6), number("%.3f", speed),
+          throughput, multiples.empty() ? std::string("-") : multiples, agreement}) {
       line += (line.empty() ? "" : "\t") + field;
     }
     state.SetLabel(line);

@@ -55,6 +55,9 @@ struct Row {
 // Declares a family's rows: `const bool registered = addFamily("Name", rows());` at namespace level.
 bool addFamily(const std::string& name, const std::vector<Row>& rows);
 
+// What a row of a team reports instead of figures where other processes held the processors. It is no failure.
+inline constexpr const char* kBusy = "other processes keep the processors busy";
+
 struct Effort {
   int rounds = 7;
   double secondsPerRound = 0.02;  // for each side

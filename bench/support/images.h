@@ -11,10 +11,10 @@ namespace rvp::bench {
 
 enum class Photo { kAstronaut, kCoffee, kChelsea };
 
-// A photograph of the size and OpenCV type asked for. It is cut where it is too large and mirrored on and on where it
-// is too small, which keeps its texture. Depths: 8-bit as in the file; 16-bit with noise in the low byte; float from
-// the 16-bit picture, 0 to 255. No pixel is 0, so that a running average that is fed the same frame for ever does not
-// sink into denormal numbers.
+// A photograph of the size and OpenCV type asked for. It is cut where it is too large and mirrored on and on where
+// it is too small, which keeps its texture. Depths: 8-bit as in the file; 16-bit with noise in the low byte; float
+// from the 16-bit picture, 0 to 255. No pixel is 0, so that a running average that is fed the same frame for ever
+// does not sink into denormal numbers.
 cv::Mat photograph(Photo photo, cv::Size size, int type);
 
 // Uniform noise over the range of an integer type, or 0 to 255 of a float type.
