@@ -1,5 +1,5 @@
-// Borders: what lies outside a region, in each mode. The copies are internal operations of the filters; the tour
-// reaches them through the static library to show what the modes mean.
+// Borders: what lies outside a region, in each mode. How an image is extended is no operation of the interface but
+// a part of every filter; the tour reaches into the library to show what the modes mean.
 #include <algorithm>
 #include <array>
 #include <string>
@@ -13,6 +13,8 @@
 namespace tour {
 namespace {
 
+using rvp::n8::borderOf;
+using rvp::n8::ExtendedImage;
 using rvp::n8::rvpiCopyConstBorder;
 using rvp::n8::rvpiCopyMirrorBorder;
 using rvp::n8::rvpiCopyReplicateBorder;
@@ -25,7 +27,7 @@ Figure bordered(const std::string& name, const std::string& caption, int tile, i
                 Stopwatch& time) {
   Picture result(tile + 2 * border, tile + 2 * border, 3);
   for (int run = 0; run < kRuns; ++run) time.lap([&] { copy(result); });
-  drawOutline(result, {border, border, tile, tile}, std::max(1, tile / 64), kMark);
+  drawOutline(result, {border, border, tile, tile}, std::max(2, tile / 64), kMark);
   return {name, caption, result};
 }
 
@@ -41,10 +43,10 @@ void addBorderPanels(const Subject& subject, Page& page) {
   const int y = photograph.height() * 7 / 25 - tile / 2;
   const RvpiSize tileSize = {tile, tile};
   const std::uint8_t* const first = photograph.at(x, y);
-  constexpr std::array<std::uint8_t, 3> kConstant = {70, 120, 130};
+  constexpr std::array<std::uint8_t, 3> kConstant = {205, 180, 150};
 
   Picture overview = photograph;
-  drawOutline(overview, {x, y, tile, tile}, std::max(1, shortSide / 160), kMark);
+  drawOutline(overview, {x, y, tile, tile}, std::max(2, shortSide / 160), kMark);
 
   Stopwatch constant;
   Stopwatch replicate;
@@ -76,25 +78,17 @@ void addBorderPanels(const Subject& subject, Page& page) {
               "rvpiCopyMirrorBorder_8u_C3R");
       },
       mirror));
-  // A side in memory is taken in with the region: what the copy reads starts further out and has no border there.
-  figures.push_back(bordered(
-      "in-memory", "In memory: what lies around the tile", tile, border,
-      [&](Picture& result) {
-        check(rvpiCopyReplicateBorder<std::uint8_t, 3>(photograph.at(x - border, y - border), photograph.step(),
-                                                       result.size(), result.data(), result.step(), result.size(),
-                                                       0, 0),
-              "rvpiCopyReplicateBorder_8u_C3R");
-      },
-      inMemory));
-  figures.push_back(bordered(
-      "left-in-memory", "Left side in memory, mirror elsewhere", tile, border,
-      [&](Picture& result) {
-        check(rvpiCopyMirrorBorder<std::uint8_t, 3>(photograph.at(x - border, y), photograph.step(),
-                                                    {border + tile, tile}, result.data(), result.step(),
-                                                    result.size(), border, 0),
-              "rvpiCopyMirrorBorder_8u_C3R");
-      },
-      leftInMemory));
+  // A filter reads its source through an extended image, which knows the sides that are in memory.
+  const auto extended = [&](RvpiBorderType type) {
+    return [&, type](Picture& result) {
+      const ExtendedImage<std::uint8_t, 3> image = {first, photograph.step(), tileSize, borderOf(type), nullptr};
+      image.readTile({-border, -border, result.width(), result.height()}, result.data(), result.step());
+    };
+  };
+  figures.push_back(bordered("in-memory", "In memory: what lies around the tile", tile, border,
+                             extended(rvpBorderInMem), inMemory));
+  figures.push_back(bordered("left-in-memory", "Left side in memory, mirror elsewhere", tile, border,
+                             extended(rvpBorderMirror | rvpBorderInMemLeft), leftInMemory));
 
   const Panel panel = {
       "Borders and linear filters",
@@ -106,7 +100,7 @@ void addBorderPanels(const Subject& subject, Page& page) {
   page.add(panel, subject,
            {{{"tile", std::to_string(tile) + " × " + std::to_string(tile) + " pixels"},
              {"border", std::to_string(border) + " pixels"},
-             {"constant", "(70, 120, 130)"}},
+             {"value", "(205, 180, 150)"}},
             {{"constant", constant.median()},
              {"replicate", replicate.median()},
              {"mirror", mirror.median()},

@@ -23,7 +23,8 @@ inline constexpr std::array<Rgb, 6> kHeat = {
 inline constexpr std::array<Rgb, 5> kBalance = {
     {{24, 70, 140}, {120, 172, 214}, {244, 243, 239}, {226, 142, 104}, {158, 36, 50}}};
 
-inline constexpr Rgb kMark = {255, 196, 0};
+// For what is drawn on photographs, in which this colour is rare.
+inline constexpr Rgb kMark = {0, 220, 255};
 
 // The colour at `position` of 0..1; positions outside count as the nearer end.
 Rgb colourAt(ColourMap map, float position);

@@ -65,6 +65,7 @@ std::vector<std::filesystem::path> ownPhotographs() {
     std::error_code error;
     if (!std::filesystem::exists(directory / kPhotographs[0], error)) continue;
     std::vector<std::filesystem::path> paths;
+    paths.reserve(kPhotographs.size());
     for (const char* name : kPhotographs) paths.push_back(directory / name);
     return paths;
   }
@@ -105,6 +106,7 @@ int main(int argc, char** argv) {
     std::printf("%s, %d x %d\n", subject.name.c_str(), subject.fileSize.width, subject.fileSize.height);
     std::fflush(stdout);
     tour::addStatsPanels(subject, page);
+    tour::addBorderPanels(subject, page);
   }
   std::printf("The tour is ready: %s\n", page.finish(subjects).c_str());
 }

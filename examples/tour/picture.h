@@ -79,7 +79,7 @@ Picture inColour(const Picture& picture);
 
 // Rounded to the nearest whole number and limited to 0..255.
 inline std::uint8_t toByte(float value) {
-  return static_cast<std::uint8_t>(std::clamp(value, 0.0f, 255.0f) + 0.5f);
+  return static_cast<std::uint8_t>(std::clamp(value + 0.5f, 0.0f, 255.0f));
 }
 
 // Peak signal-to-noise ratio in decibels of two pictures of one size and number of channels.
