@@ -49,6 +49,7 @@ install(
 
 # The way from the .pc file's folder up to the prefix.
 file(RELATIVE_PATH RVPCV_PC_TO_PREFIX ${CMAKE_INSTALL_PREFIX}/${RVPCV_PKGCONFIGDIR} ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" RVPCV_PC_TO_PREFIX ${RVPCV_PC_TO_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/rvpcv.pc.in ${PROJECT_BINARY_DIR}/rvpcv.pc @ONLY)
 install(
   FILES ${PROJECT_BINARY_DIR}/rvpcv.pc
