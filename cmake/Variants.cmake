@@ -35,6 +35,11 @@ function(rvpcv_add_variant variant)
   target_compile_options(rvpcv_${variant}_objects PRIVATE ${RVPCV_FLAGS_${variant}})
   target_link_libraries(rvpcv_${variant}_objects PUBLIC rvpcv_build rvpcore)
 
+  if(NOT variant STREQUAL n8)
+    # Tools that read the compile commands need to see each source once.
+    set_target_properties(rvpcv_${variant}_objects PROPERTIES EXPORT_COMPILE_COMMANDS OFF)
+  endif()
+
   add_library(rvpcv_${variant}_static STATIC)
   target_link_libraries(rvpcv_${variant}_static PUBLIC rvpcv_${variant}_objects)
 
