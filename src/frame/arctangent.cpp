@@ -32,18 +32,18 @@ float arctangent(float y, float x) {
   const float unit = greater > 0x1p126f ? 0x1p-2f : 1.0f;
   greater *= unit;
   lesser *= unit;
-  const bool turned = lesser > greater * kTanEighth;
+  const bool bothInfinite = lesser == std::numeric_limits<float>::infinity();
+  const bool turned = lesser > greater * kTanEighth || bothInfinite;
   const float numerator = turned ? lesser - greater : lesser;
   const float denominator = turned ? lesser + greater : greater;
   float q = numerator / denominator;
-  // The directions of 0/0 and of infinite pairs, as the C library has them: along an axis, and along a diagonal.
-  if (greater == 0.0f || (turned && lesser == std::numeric_limits<float>::infinity())) q = 0.0f;
+  // 0 over 0 points along an axis and a pair of infinities along a diagonal, as in the C library.
+  if (greater == 0.0f || bothInfinite) q = 0.0f;
   float angle = arctangentNearZero(q) + (turned ? kPi / 4 : 0.0f);
   if (steep) angle = kPi / 2 - angle;
   if (std::signbit(x)) angle = kPi - angle;
-  // A NaN in x alone is not always met by the arithmetic above.
-  return std::copysign(angle, y) +
-         (x - x == 0.0f || std::fabs(x) == std::numeric_limits<float>::infinity() ? 0.0f : x);
+  const float result = std::copysign(angle, y);
+  return x != x || y != y ? x + y : result;  // A comparison may have hidden a NaN from the quotient.
 }
 
 }  // namespace

@@ -30,14 +30,6 @@ void setRow(T* dst, T value, std::ptrdiff_t count) {
   std::fill_n(dst, count, value);
 }
 
-// Elements before the first place in a row where an aligned vector fits.
-template <class T>
-std::ptrdiff_t elementsToVector(const T* dst, std::ptrdiff_t lanes) {
-  const auto misplaced =
-      static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(dst) / sizeof(T)) & (lanes - 1);
-  return misplaced == 0 ? 0 : lanes - misplaced;
-}
-
 // The same with stores that leave the cache alone; they want aligned vectors, so both ends are set the ordinary
 // way.
 template <class T>

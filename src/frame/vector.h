@@ -53,8 +53,8 @@ RvpStatus rvpsConvert_Sfs(const float* pSrc, T* pDst, int len, int roundMode, in
 // Ascending order; NaN counts as greater than any number, and equal elements are not told apart.
 RvpStatus rvpsSortAscend_64f_I(double* pSrcDst, int len);
 
-// atan2(pSrc1[i], pSrc2[i]) in radians, with an error of at most 2^-21 of the result. Signs, zeros, infinities and
-// NaN behave as in the C library. The same bits on every processor.
+// atan2(pSrc1[i], pSrc2[i]) in radians, with an error of at most 2^-21 of the result, or of one denormal step.
+// Signs, zeros, infinities and NaN behave as in the C library. The same bits on every processor.
 RvpStatus rvpsAtan2_32f_A21(const float* pSrc1, const float* pSrc2, float* pDst, int len);
 
 // A block of `len` elements from the core library, or null if `len` is below 1 or the block would pass 2^31 - 1

@@ -1,0 +1,200 @@
+// Borders against the formula of each mode, one pixel at a time.
+#include "filter/border.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+using namespace rvp::n8;
+
+// The column or row that stands for i, walking there step by step; -1 for the constant.
+int reflected(int mode, int i, int n) {
+  if (mode == rvpBorderConst) return i >= 0 && i < n ? i : -1;
+  if (mode == rvpBorderRepl || n == 1) return i < 0 ? 0 : i >= n ? n - 1 : i;
+  while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
+  return i;
+}
+
+struct Case {
+  RvpiSize src;
+  int top, bottom, left, right;
+  RvpiSize dst() const { return {src.width + left + right, src.height + top + bottom}; }
+};
+
+template <class T, int kChannels>
+Plane<T> extended(const Plane<T>& src, const Case& c, int mode, const T* value) {
+  Plane<T> result(c.dst().width * kChannels, c.dst().height);
+  for (int y = 0; y < c.dst().height; ++y) {
+    for (int x = 0; x < c.dst().width; ++x) {
+      const int sx = reflected(mode, x - c.left, c.src.width), sy = reflected(mode, y - c.top, c.src.height);
+      for (int k = 0; k < kChannels; ++k)
+        result.at(y, x * kChannels + k) = sx < 0 || sy < 0 ? value[k] : src.at(sy, sx * kChannels + k);
+    }
+  }
+  return result;
+}
+
+template <class T, int kChannels>
+RvpStatus copy(int mode, const T* src, int srcStep, T* dst, int dstStep, const Case& c, const T* value) {
+  switch (mode) {
+    case rvpBorderRepl:
+      return rvpiCopyReplicateBorder<T, kChannels>(src, srcStep, c.src, dst, dstStep, c.dst(), c.top, c.left);
+    case rvpBorderMirror:
+      return rvpiCopyMirrorBorder<T, kChannels>(src, srcStep, c.src, dst, dstStep, c.dst(), c.top, c.left);
+    default:
+      return rvpiCopyConstBorder<T, kChannels>(src, srcStep, c.src, dst, dstStep, c.dst(), c.top, c.left, value);
+  }
+}
+
+// Copies, in-place extension and row-wise reading have to agree with the formula and write nothing else.
+template <class T, int kChannels>
+void checkCase(const Case& c, unsigned seed) {
+  SCOPED_TRACE(testing::Message() << c.src.width << "x" << c.src.height << " borders " << c.top << " " << c.bottom
+                                  << " " << c.left << " " << c.right);
+  const Plane<T> content = randomPlane<T>(c.src.width * kChannels, c.src.height, seed);
+  const Plane<T> before = randomPlane<T>(c.dst().width * kChannels, c.dst().height, seed + 1);
+  const std::array<T, 4> value = {T(1), T(2), T(3), T(4)};
+  for (const int mode : {rvpBorderConst, rvpBorderRepl, rvpBorderMirror}) {
+    const Plane<T> expected = extended<T, kChannels>(content, c, mode, value.data());
+    Guarded<T> src(content, {3, 1}), dst(before, {5, 3});
+    const RvpStatus status =
+        copy<T, kChannels>(mode, src.data(), src.step(), dst.data(), dst.step(), c, value.data());
+    ASSERT_EQ(status, rvpStatusOk);
+    ASSERT_TRUE(same(expected, dst.content())) << "mode " << mode;
+    ASSERT_TRUE(dst.intact() && src.intact());
+
+    OnCliff<T> cliffSrc(content, Cliff::behind);
+    Guarded<T> rows(before, {1, 0});
+    const ExtendedImage<T, kChannels> image = {cliffSrc.data(), cliffSrc.step(), c.src, borderOf(mode),
+                                               value.data()};
+    image.readTile({-c.left, -c.top, c.dst().width, c.dst().height}, rows.data(), rows.step());
+    ASSERT_TRUE(same(expected, rows.content()) && rows.intact()) << "mode " << mode << ", by rows";
+
+    if (mode == rvpBorderConst) continue;
+    Plane<T> around = before;
+    for (int y = 0; y < c.src.height; ++y)
+      std::copy_n(content.row(y), content.width, &around.at(y + c.top, c.left * kChannels));
+    Guarded<T> inPlace(around, {2, 1});
+    T* first = row(inPlace.data(), inPlace.step(), c.top) + c.left * kChannels;
+    ASSERT_EQ((copy<T, kChannels>(mode, first, -1, first, inPlace.step(), c, value.data())), rvpStatusOk);
+    ASSERT_TRUE(same(expected, inPlace.content()) && inPlace.intact()) << "mode " << mode << ", in place";
+  }
+}
+
+template <class T, int kChannels>
+void checkAll() {
+  for (int width = 1; width <= 40 && !testing::Test::HasFailure(); ++width) {
+    checkCase<T, kChannels>({{width, 1 + width % 4}, width % 3, 2, width % 19, (width * 7) % 53}, 500U);
+  }
+  // Borders wider than the image, single rows and columns, and none at all.
+  checkCase<T, kChannels>({{3, 2}, 11, 9, 14, 17}, 600U);
+  checkCase<T, kChannels>({{1, 1}, 2, 3, 4, 5}, 601U);
+  checkCase<T, kChannels>({{2, 3}, 7, 0, 0, 9}, 602U);
+  checkCase<T, kChannels>({{31, 5}, 0, 0, 0, 0}, 603U);
+}
+
+TEST(Borders, FollowTheModeForEveryPixelSize) {
+  checkAll<std::uint8_t, 1>();
+  checkAll<std::uint8_t, 3>();
+  checkAll<std::uint8_t, 4>();
+  checkAll<std::uint16_t, 1>();
+  checkAll<std::int16_t, 3>();
+  checkAll<std::int16_t, 4>();
+  checkAll<float, 1>();
+  checkAll<float, 3>();
+  checkAll<std::int32_t, 4>();
+}
+
+TEST(Borders, ReflectBeyondTheImage) {
+  const std::uint8_t abc[] = {'a', 'b', 'c'};
+  std::uint8_t ext[14] = {};
+  FillBorder<1>(abc, 3, 5, 5, rvpBorderMirror, static_cast<const std::uint8_t*>(nullptr), ext);
+  EXPECT_STREQ(reinterpret_cast<const char*>(ext), "babcbabcbabcb");
+}
+
+// A flagged side reads what stands beside the region, corners included; the mode serves the others.
+TEST(Borders, ReadFlaggedSidesFromMemory) {
+  constexpr int kReach = 4;
+  const Plane<std::int16_t> whole = randomPlane<std::int16_t>(7 + 2 * kReach, 5 + 2 * kReach, 700);
+  const std::int16_t value = 77;
+  Guarded<std::int16_t> memory(whole, {});
+  const std::int16_t* region = row(memory.data(), memory.step(), kReach) + kReach;
+  for (const int mode : {rvpBorderConst, rvpBorderRepl, rvpBorderMirror, rvpBorderInMem}) {
+    for (int flags = 0; flags < 256; flags += 16) {
+      if (mode == rvpBorderInMem && flags != 0) continue;
+      const bool all = mode == rvpBorderInMem;
+      const auto place = [&](int i, int n, bool before, bool behind) {
+        return (i < 0 && before) || (i >= n && behind) ? i
+               : reflected(mode, i, n) < 0             ? -100
+                                                       : reflected(mode, i, n);
+      };
+      const ExtendedImage<std::int16_t, 1> image = {region, memory.step(), {7, 5}, borderOf(mode | flags), &value};
+      Plane<std::int16_t> expected(7 + 2 * kReach, 5 + 2 * kReach);
+      Guarded<std::int16_t> tile(expected, {});
+      for (int y = -kReach; y < 5 + kReach; ++y) {
+        for (int x = -kReach; x < 7 + kReach; ++x) {
+          const int sx = place(x, 7, all || (flags & rvpBorderInMemLeft), all || (flags & rvpBorderInMemRight));
+          const int sy = place(y, 5, all || (flags & rvpBorderInMemTop), all || (flags & rvpBorderInMemBottom));
+          expected.at(y + kReach, x + kReach) =
+              sx == -100 || sy == -100 ? value : whole.at(sy + kReach, sx + kReach);
+        }
+      }
+      image.readTile({-kReach, -kReach, 7 + 2 * kReach, 5 + 2 * kReach}, tile.data(), tile.step());
+      EXPECT_TRUE(same(expected, tile.content())) << "mode " << mode << " flags " << flags;
+      // Ranges that lie wholly beside the region.
+      for (const auto& [from, to] : {std::pair{-4, -1}, std::pair{8, 11}, std::pair{3, 3}}) {
+        std::int16_t part[4] = {};
+        image.readRow(-2, from, to, part);
+        for (int x = from; x < to; ++x) EXPECT_EQ(part[x - from], expected.at(kReach - 2, x + kReach));
+      }
+    }
+  }
+}
+
+TEST(Borders, AreCheckedInOrder) {
+  using std::uint8_t;
+  uint8_t src[100] = {}, dst[400];
+  std::fill_n(dst, 400, uint8_t{9});
+  const uint8_t value[3] = {1, 2, 3};
+  const auto constant = [&](const uint8_t* s, int srcStep, RvpiSize size, int dstStep, RvpiSize dstSize, int top,
+                            int left, const uint8_t* v) {
+    return rvpiCopyConstBorder<uint8_t, 3>(s, srcStep, size, dst, dstStep, dstSize, top, left, v);
+  };
+  EXPECT_EQ(constant(nullptr, 0, {0, 0}, 0, {0, 0}, -1, -1, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(constant(src, 0, {0, 0}, 20, {0, 0}, -1, -1, nullptr), rvpStatusBadStep);
+  EXPECT_EQ(constant(src, 20, {0, 0}, 0, {0, 0}, -1, -1, nullptr), rvpStatusBadStep);
+  EXPECT_EQ(constant(src, 20, {4, 0}, 20, {6, 6}, 1, 1, nullptr), rvpStatusBadSize);
+  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, -1, 1, value), rvpStatusBadSize);
+  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 1, 3, value), rvpStatusBadSize);
+  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 3, 1, value), rvpStatusBadSize);
+  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, INT32_MAX, INT32_MAX, value), rvpStatusBadSize);
+  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 1, 1, nullptr), rvpStatusNullPointer);
+  EXPECT_TRUE(std::all_of(dst, dst + 400, [](uint8_t b) { return b == 9; }));
+  // Equal null pointers take the in-place road, which refuses them; equal pointers leave the source's step unread.
+  uint8_t* none = nullptr;
+  EXPECT_EQ((rvpiCopyReplicateBorder<uint8_t, 1>(none, 0, {4, 4}, none, 8, {4, 4}, 0, 0)), rvpStatusNullPointer);
+  EXPECT_EQ((rvpiCopyMirrorBorder<uint8_t, 1>(dst, 0, {4, 4}, dst, 20, {4, 4}, 0, 0)), rvpStatusOk);
+  EXPECT_EQ((rvpiCopyMirrorBorder<uint8_t, 1>(dst, 9, {4, 4}, dst, 0, {4, 4}, 0, 0)), rvpStatusBadStep);
+  // Steps are not compared with rows.
+  EXPECT_EQ((rvpiCopyReplicateBorder<uint8_t, 1>(src, 1, {90, 1}, dst, 1, {100, 1}, 0, 5)), rvpStatusOk);
+}
+
+TEST(Borders, SelectorsAreTakenApart) {
+  for (const int good : {0, 1, 3, 6, 240, 1 + 64, 3 + 16, 6 + 32}) EXPECT_TRUE(isBorder(good)) << good;
+  for (const int bad : {2, 4, 5, 7, 8, 256, 1 + 256, -1, INT32_MIN}) EXPECT_FALSE(isBorder(bad)) << bad;
+  const Border all = borderOf(rvpBorderInMem);
+  EXPECT_TRUE(all.mode == rvpBorderConst && all.top && all.bottom && all.left && all.right);
+  for (int i = -30; i < 30; ++i) {
+    // The edge pixel twice: d c b a | a b c d | d c b a.
+    const int folded = ((i % 8) + 8) % 8;
+    EXPECT_EQ(borderIndex(rvpBorderMirrorEdge, i, 4), folded < 4 ? folded : 7 - folded);
+  }
+}
+
+}  // namespace
