@@ -16,7 +16,7 @@ set(RVPCV_RPATH_v3 "$ORIGIN/../..")
 set(RVPCV_SONAME 9.0)
 set(RVPCV_LIBDIR ${PROJECT_BINARY_DIR}/lib)
 
-# A missing symbol is an error here and not at load time; a sanitizer's runtime comes with the program, though.
+# A library names all that it needs, but for the sanitizers' runtime, which the program brings.
 if(NOT RVPCV_SANITIZE)
   set(RVPCV_NO_UNDEFINED -Wl,-z,defs)
 endif()
@@ -48,7 +48,7 @@ function(rvpcv_add_variant variant)
   target_include_directories(rvpcv_${variant} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   set(map ${PROJECT_SOURCE_DIR}/cmake/rvpcv.map)
-  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} ${RVPCV_NO_UNDEFINED} -Wl,--as-needed)
+  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} -Wl,--as-needed ${RVPCV_NO_UNDEFINED})
   set_target_properties(
     rvpcv_${variant}
     PROPERTIES OUTPUT_NAME rvpcvn8
