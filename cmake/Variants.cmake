@@ -9,6 +9,9 @@ set(RVPCV_FLAGS_n8 -mssse3)
 set(RVPCV_FLAGS_v3 -march=x86-64-v3 -DHWY_DISABLE_PCLMUL_AES)
 set(RVPCV_SUBDIR_n8 "")
 set(RVPCV_SUBDIR_v3 glibc-hwcaps/x86-64-v3/)
+# The way from there to the core library.
+set(RVPCV_RPATH_n8 "$ORIGIN")
+set(RVPCV_RPATH_v3 "$ORIGIN/../..")
 
 set(RVPCV_SONAME 9.0)
 set(RVPCV_LIBDIR ${PROJECT_BINARY_DIR}/lib)
@@ -32,6 +35,11 @@ function(rvpcv_add_variant variant)
   target_compile_options(rvpcv_${variant}_objects PRIVATE ${RVPCV_FLAGS_${variant}})
   target_link_libraries(rvpcv_${variant}_objects PUBLIC rvpcv_build rvpcore)
 
+  if(NOT variant STREQUAL n8)
+    # Tools that read the compile commands need to see each source once.
+    set_target_properties(rvpcv_${variant}_objects PROPERTIES EXPORT_COMPILE_COMMANDS OFF)
+  endif()
+
   add_library(rvpcv_${variant}_static STATIC)
   target_link_libraries(rvpcv_${variant}_static PUBLIC rvpcv_${variant}_objects)
 
@@ -48,6 +56,6 @@ function(rvpcv_add_variant variant)
                SOVERSION ${RVPCV_SONAME}
                LINK_DEPENDS ${map}
                LIBRARY_OUTPUT_DIRECTORY ${RVPCV_LIBDIR}/${RVPCV_SUBDIR_${variant}}
-               INSTALL_RPATH "$ORIGIN:$ORIGIN/../.."
+               INSTALL_RPATH "${RVPCV_RPATH_${variant}}"
                BUILD_WITH_INSTALL_RPATH ON)
 endfunction()
