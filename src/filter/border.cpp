@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 #include "frame/simd.h"
 
@@ -17,63 +18,135 @@ struct Pixel {
   std::uint8_t bytes[kBytes];
 };
 
+// Short rows are copied here, as calling for it costs as much as the copy; long ones by the C library.
+constexpr std::size_t kCallBytes = 512;
+
 template <class P>
 void copyPixels(const P* src, std::ptrdiff_t count, P* dst) {
-  std::memmove(dst, src, static_cast<std::size_t>(count) * sizeof(P));
+  const hn::ScalableTag<std::uint8_t> d;
+  const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(P);
+  const std::size_t lanes = hn::Lanes(d);
+  if (bytes < lanes || bytes >= kCallBytes) {
+    std::memmove(dst, src, bytes);
+    return;
+  }
+  const auto* from = reinterpret_cast<const std::uint8_t*>(src);
+  auto* to = reinterpret_cast<std::uint8_t*>(dst);
+  const auto last = hn::LoadU(d, from + bytes - lanes);
+  for (std::size_t i = 0; i + lanes <= bytes; i += lanes) hn::StoreU(hn::LoadU(d, from + i), d, to + i);
+  hn::StoreU(last, d, to + bytes - lanes);
 }
 
-// One pixel over and over. 48 bytes hold a whole number of pixels of each size, and a run of pixels that ends
-// anywhere can be closed by a block that overlaps the one before: its phase is the same.
+// One pixel over and over, in vectors of 16 bytes. Their phases repeat after 48 bytes, which hold a whole number of
+// pixels of each size, and a run of pixels ends in the phase of the pixel's own last bytes, wherever it ends.
 template <class P>
 class Pattern {
  public:
   explicit Pattern(const P& pixel) {
-    const hn::FixedTag<std::uint8_t, kVector> d;
-    std::uint8_t once[kVector] = {};
-    std::memcpy(once, &pixel, sizeof(P));
-    const auto v = hn::LoadU(d, once);
-    for (std::size_t i = 0; i < kBlock; i += kVector)
-      hn::StoreU(hn::TableLookupBytes(v, hn::LoadU(d, kPhases.data() + i)), d, block_ + i);
+    // The pixel's bytes are put together in registers: a vector load would wait for byte stores before it.
+    std::uint64_t halves[2] = {};
+    for (std::size_t i = 0; i < sizeof(P); ++i) halves[i / 8] |= std::uint64_t{pixel.bytes[i]} << (i % 8 * 8);
+    const auto once =
+        hn::BitCast(kTag, hn::InterleaveLower(hn::Set(kTag64, halves[0]), hn::Set(kTag64, halves[1])));
+    for (std::size_t i = 0; i < 3; ++i)
+      head_[i] = hn::TableLookupBytes(once, hn::Load(kTag, kPhases.head + i * kVector));
+    tail_ = hn::TableLookupBytes(once, hn::Load(kTag, kPhases.tail));
   }
 
   void fill(P* dst, std::ptrdiff_t count) const {
-    if (count <= 0) return;
     auto* at = reinterpret_cast<std::uint8_t*>(dst);
     const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(P);
-    if (bytes < kBlock) {
-      std::memcpy(at, block_, bytes);
+    if (bytes < kVector) {
+      fillFew(at, bytes);
       return;
     }
-    for (std::size_t i = 0; i + kBlock <= bytes; i += kBlock) std::memcpy(at + i, block_, kBlock);
-    std::memcpy(at + bytes - kBlock, block_, kBlock);
+    std::size_t i = 0;
+    for (; i + 3 * kVector <= bytes; i += 3 * kVector) {
+      for (std::size_t part = 0; part < 3; ++part) hn::StoreU(head_[part], kTag, at + i + part * kVector);
+    }
+    for (std::size_t part = 0; i + kVector <= bytes; i += kVector, ++part) hn::StoreU(head_[part], kTag, at + i);
+    hn::StoreU(tail_, kTag, at + bytes - kVector);
   }
 
  private:
+  static constexpr hn::FixedTag<std::uint8_t, 16> kTag = {};
+  static constexpr hn::FixedTag<std::uint64_t, 2> kTag64 = {};
   static constexpr std::size_t kVector = 16;
-  static constexpr std::size_t kBlock = 48;
-  static_assert(kBlock % sizeof(P) == 0);
+  static_assert(3 * kVector % sizeof(P) == 0);
 
-  static constexpr auto kPhases = [] {
-    std::array<std::uint8_t, kBlock> phases{};
-    for (std::size_t i = 0; i < kBlock; ++i) phases[i] = static_cast<std::uint8_t>(i % sizeof(P));
+  struct Phases {
+    alignas(kVector) std::uint8_t head[3 * kVector];
+    alignas(kVector) std::uint8_t tail[kVector];
+  };
+  static constexpr Phases kPhases = [] {
+    Phases phases{};
+    for (std::size_t i = 0; i < 3 * kVector; ++i) phases.head[i] = static_cast<std::uint8_t>(i % sizeof(P));
+    // The last of three vectors ends with a pixel's last byte.
+    for (std::size_t i = 0; i < kVector; ++i) phases.tail[i] = phases.head[2 * kVector + i];
     return phases;
   }();
 
-  std::uint8_t block_[kBlock];
+  // Fewer bytes than a vector has: the powers of two that make up their number.
+  void fillFew(std::uint8_t* at, std::size_t bytes) const {
+    const auto halves = hn::BitCast(kTag64, head_[0]);
+    std::uint64_t next = hn::GetLane(halves);
+    if ((bytes & 8) != 0) {
+      std::memcpy(at, &next, 8);
+      at += 8;
+      next = hn::GetLane(hn::InterleaveUpper(kTag64, halves, halves));
+    }
+    const auto fillNext = [&](auto size) {
+      if ((bytes & size()) == 0) return;
+      std::memcpy(at, &next, size());
+      at += size();
+      next >>= 8 * size();
+    };
+    fillNext(std::integral_constant<std::size_t, 4>());
+    fillNext(std::integral_constant<std::size_t, 2>());
+    fillNext(std::integral_constant<std::size_t, 1>());
+  }
+
+  hn::Vec<hn::FixedTag<std::uint8_t, 16>> head_[3];
+  hn::Vec<hn::FixedTag<std::uint8_t, 16>> tail_;
 };
 
-// The pixels before and behind a row of n pixels at `middle`, for the modes that repeat the row's own pixels.
+// dst[i] = src[count - 1 - i]; the two must not overlap. Pixels of a size that divides 16 bytes are turned round a
+// vector at a time.
 template <class P>
-void repeatEnds(int mode, P* middle, std::ptrdiff_t n, std::ptrdiff_t left, std::ptrdiff_t right) {
+void copyReversed(const P* src, std::ptrdiff_t count, P* dst) {
+  std::ptrdiff_t i = 0;
+  if constexpr (16 % sizeof(P) == 0) {
+    constexpr std::ptrdiff_t kPixels = 16 / sizeof(P);
+    const hn::FixedTag<std::uint8_t, 16> d;
+    alignas(16) static constexpr auto kReverse = [] {
+      std::array<std::uint8_t, 16> from{};
+      for (std::size_t k = 0; k < 16; ++k)
+        from[k] = static_cast<std::uint8_t>(16 - sizeof(P) - k / sizeof(P) * sizeof(P) + k % sizeof(P));
+      return from;
+    }();
+    for (; i + kPixels <= count; i += kPixels) {
+      const auto block = hn::LoadU(d, src[count - kPixels - i].bytes);
+      hn::StoreU(hn::TableLookupBytes(block, hn::Load(d, kReverse.data())), d, dst[i].bytes);
+    }
+  }
+  for (; i < count; ++i) dst[i] = src[count - 1 - i];
+}
+
+// The pixels before and behind a row of n pixels at `middle`, for the modes that repeat the row's own pixels. They
+// are read from `src`, which holds the same n pixels: what was just written is slow to read.
+template <class P>
+void repeatEnds(int mode, const P* src, P* middle, std::ptrdiff_t n, std::ptrdiff_t left, std::ptrdiff_t right) {
   if (mode == rvpBorderRepl || n == 1) {
-    Pattern<P>(middle[0]).fill(middle - left, left);
-    Pattern<P>(middle[n - 1]).fill(middle + n, right);
+    if (left > 0) Pattern<P>(src[0]).fill(middle - left, left);
+    if (right > 0) Pattern<P>(src[n - 1]).fill(middle + n, right);
     return;
   }
   // One reflection on each side makes a whole period of the row; what lies farther out is a period away from that.
   const std::ptrdiff_t period = 2 * n - 2;
-  for (std::ptrdiff_t x = 1; x <= std::min(left, n - 1); ++x) middle[-x] = middle[x];
-  for (std::ptrdiff_t x = 1; x <= std::min(right, n - 1); ++x) middle[n - 1 + x] = middle[n - 1 - x];
+  const std::ptrdiff_t nearLeft = std::min(left, n - 1);
+  const std::ptrdiff_t nearRight = std::min(right, n - 1);
+  copyReversed(src + 1, nearLeft, middle - nearLeft);
+  copyReversed(src + (n - 1 - nearRight), nearRight, middle + n);
   for (std::ptrdiff_t x = n; x <= left; ++x) middle[-x] = middle[period - x];
   for (std::ptrdiff_t x = n; x <= right; ++x) middle[n - 1 + x] = middle[n - 1 + x - period];
 }
@@ -120,8 +193,8 @@ void constantBorder(const P* src, int srcStep, P* dst, int dstStep, const Layout
     if (y < layout.top || y >= layout.top + layout.height) {
       pattern.fill(out, width);
     } else {
-      pattern.fill(out, layout.left);
       copyPixels(row(src, srcStep, y - layout.top), layout.width, out + layout.left);
+      pattern.fill(out, layout.left);
       pattern.fill(out + layout.left + layout.width, layout.right);
     }
   }
@@ -138,8 +211,10 @@ RvpStatus borderInPlace(int mode, void* pSrcDst, int srcDstStep, RvpiSize srcRoi
     return fault;
   const Layout layout(srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth);
   auto* image = static_cast<P*>(pSrcDst);
-  for (std::ptrdiff_t y = 0; y < layout.height; ++y)
-    repeatEnds(mode, row(image, srcDstStep, y), layout.width, layout.left, layout.right);
+  for (std::ptrdiff_t y = 0; y < layout.height; ++y) {
+    P* middle = row(image, srcDstStep, y);
+    repeatEnds(mode, middle, middle, layout.width, layout.left, layout.right);
+  }
   repeatRows(mode, image - layout.left, srcDstStep, layout);
   return rvpStatusOk;
 }
@@ -165,8 +240,9 @@ RvpStatus copyWithBorder(int mode, const void* pSrc, int srcStep, RvpiSize srcRo
   P* first = row(dst, dstStep, layout.top);
   for (std::ptrdiff_t y = 0; y < layout.height; ++y) {
     P* middle = row(first, dstStep, y) + layout.left;
-    copyPixels(row(src, srcStep, y), layout.width, middle);
-    repeatEnds(mode, middle, layout.width, layout.left, layout.right);
+    const P* from = row(src, srcStep, y);
+    copyPixels(from, layout.width, middle);
+    repeatEnds(mode, from, middle, layout.width, layout.left, layout.right);
   }
   repeatRows(mode, first, dstStep, layout);
   return rvpStatusOk;
