@@ -30,12 +30,14 @@ struct Image {
   const T* first;
   int step;
   const T* at(std::ptrdiff_t y) const { return row(first, step, y); }
+  bool hasNoGap(std::ptrdiff_t width) const { return step == width * static_cast<std::ptrdiff_t>(sizeof(T)); }
 };
 
 // What is added to a pixel with sources s1 and s2: on one float or on a vector of them. `keep` passes a value
 // through, or replaces it by +0.0 where the mask leaves the pixel out; each formula applies it at the place that
 // the contract names. Squares and products of bytes are exact in float.
 struct Sum {
+  static constexpr bool kMasksSource = true;
   template <class V, class Keep>
   V operator()(V s1, V, V, const Keep& keep) const {
     return keep(s1);
@@ -43,6 +45,7 @@ struct Sum {
 };
 
 struct SumOfSquares {
+  static constexpr bool kMasksSource = true;
   template <class V, class Keep>
   V operator()(V s1, V, V, const Keep& keep) const {
     const V factor = keep(s1);
@@ -51,6 +54,7 @@ struct SumOfSquares {
 };
 
 struct SumOfProducts {
+  static constexpr bool kMasksSource = true;
   template <class V, class Keep>
   V operator()(V s1, V s2, V, const Keep& keep) const {
     return keep(s1) * s2;
@@ -64,6 +68,7 @@ V spread(V, float value) {
 }
 
 struct RunningAverage {
+  static constexpr bool kMasksSource = false;
   float alpha;
   template <class V, class Keep>
   V operator()(V s1, V, V acc, const Keep& keep) const {
@@ -78,6 +83,9 @@ using Floats = hn::ScalableTag<float>;
 using Words = hn::RebindToSigned<Floats>;
 using Bytes = hn::Repartition<std::uint8_t, Floats>;
 constexpr std::ptrdiff_t kBlock = 16;
+// How far ahead the accumulator is asked for: one line a block, 12 blocks early. Worth a tenth of the time while
+// the image stays in the second-level cache, and nothing beyond it.
+constexpr std::uintptr_t kAheadBytes = 12 * 64;
 constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(Floats()));
 
 // Shuffles that bring byte x of a block to the 32-bit lane x: as a number, or four times over as a mask.
@@ -117,6 +125,7 @@ template <>
 struct Block<std::uint8_t> {
   hn::Vec<Bytes> bytes;
   explicit Block(const std::uint8_t* at) : bytes(hn::LoadDup128(Bytes(), at)) {}
+  void drop(hn::Vec<Bytes> leftOut) { bytes = hn::AndNot(leftOut, bytes); }
   auto part(std::ptrdiff_t x) const {
     return hn::ConvertTo(Floats(), hn::BitCast(Words(), hn::TableLookupBytes(bytes, kAsNumbers.part(x))));
   }
@@ -124,11 +133,11 @@ struct Block<std::uint8_t> {
 
 // The mask of a block.
 struct MaskBlock {
-  hn::Vec<Bytes> left_out;  // All ones where the mask is zero.
+  hn::Vec<Bytes> leftOut;  // All ones where the mask is zero.
   explicit MaskBlock(const std::uint8_t* at)
-      : left_out(hn::VecFromMask(Bytes(), hn::LoadDup128(Bytes(), at) == hn::Zero(Bytes()))) {}
+      : leftOut(hn::VecFromMask(Bytes(), hn::LoadDup128(Bytes(), at) == hn::Zero(Bytes()))) {}
   auto keep(std::ptrdiff_t x) const {
-    const auto lanes = hn::BitCast(Floats(), hn::TableLookupBytes(left_out, kAsMasks.part(x)));
+    const auto lanes = hn::BitCast(Floats(), hn::TableLookupBytes(leftOut, kAsMasks.part(x)));
     return [lanes](auto value) { return hn::AndNot(lanes, value); };
   }
 };
@@ -152,16 +161,27 @@ struct RowWork {
   std::ptrdiff_t addBlocks(std::ptrdiff_t first, std::ptrdiff_t last) const {
     std::ptrdiff_t x = first;
     for (; x + kBlock <= last; x += kBlock) {
-      const Block<T> block1(s1 + x), block2(s2 + x);
-      const auto addPart = [&](std::ptrdiff_t part, const auto& keep) {
-        const auto old = hn::LoadU(Floats(), acc + x + part);
-        hn::StoreU(old + formula(block1.part(part), block2.part(part), old, keep), Floats(), acc + x + part);
+      // An address behind the image is no fault for a prefetch, but a pointer to there must not be formed.
+      hwy::Prefetch(reinterpret_cast<const float*>(reinterpret_cast<std::uintptr_t>(acc + x) + kAheadBytes));
+      Block<T> block1(s1 + x);
+      const Block<T> block2(s2 + x);
+      const auto addParts = [&](const auto& keep) {
+        for (std::ptrdiff_t part = 0; part < kBlock; part += kLanes) {
+          const auto old = hn::LoadU(Floats(), acc + x + part);
+          hn::StoreU(old + formula(block1.part(part), block2.part(part), old, keep(part)), Floats(),
+                     acc + x + part);
+        }
       };
       if constexpr (kMasked) {
         const MaskBlock selected(mask + x);
-        for (std::ptrdiff_t part = 0; part < kBlock; part += kLanes) addPart(part, selected.keep(part));
+        if constexpr (Formula::kMasksSource && std::is_same_v<T, std::uint8_t>) {
+          block1.drop(selected.leftOut);  // Cheaper before the bytes are floats.
+          addParts([](std::ptrdiff_t) { return kKeepAll; });
+        } else {
+          addParts([&](std::ptrdiff_t part) { return selected.keep(part); });
+        }
       } else {
-        for (std::ptrdiff_t part = 0; part < kBlock; part += kLanes) addPart(part, kKeepAll);
+        addParts([](std::ptrdiff_t) { return kKeepAll; });
       }
     }
     return x;
@@ -191,30 +211,47 @@ std::ptrdiff_t headPixels(const float* acc, std::ptrdiff_t width) {
   return std::min(static_cast<std::ptrdiff_t>(missing / sizeof(float)), width);
 }
 
+// Calls addRow(y, width) for the rows of a slice. Rows of images without gaps are one long row: no row's end stops
+// the vectors.
+template <class AddRow>
+void forRows(Slice slice, std::ptrdiff_t width, bool joined, const AddRow& addRow) {
+  if (joined) {
+    addRow(slice.first, width * slice.count());
+  } else {
+    for (std::ptrdiff_t y : slice) addRow(y, width);
+  }
+}
+
 template <class Formula, class T>
 RvpStatus accumulate(Formula formula, Image<T> src1, Image<T> src2, float* acc, int accStep, RvpiSize roiSize) {
+  const std::ptrdiff_t width = roiSize.width;
+  const bool joined = src1.hasNoGap(width) && src2.hasNoGap(width) && Image<float>{acc, accStep}.hasNoGap(width);
   forRowSlices(roiSize, kTeamPixels, [&](Slice slice) {
-    for (std::ptrdiff_t y : slice) {
-      const RowWork<Formula, T> work = {formula, src1.at(y), src2.at(y), nullptr, row(acc, accStep, y)};
-      work.addAll(roiSize.width);
-    }
+    forRows(slice, width, joined, [&](std::ptrdiff_t y, std::ptrdiff_t pixels) {
+      RowWork<Formula, T>{formula, src1.at(y), src2.at(y), nullptr, row(acc, accStep, y)}.addAll(pixels);
+    });
   });
   return rvpStatusOk;
 }
 
+// Under a mask rows are joined only where the groups of four of one long row are those of its parts: rows are whole
+// groups, and the groups begin with the row.
 template <bool kAligned, class Formula, class T>
 RvpStatus accumulateMasked(Formula formula, Image<T> src1, Image<T> src2, Image<std::uint8_t> mask, float* acc,
                            int accStep, RvpiSize roiSize) {
   const std::ptrdiff_t width = roiSize.width;
+  const bool wholeGroups = width % 4 == 0 && (!kAligned || headPixels(acc, width) == 0);
+  const bool joined = wholeGroups && src1.hasNoGap(width) && src2.hasNoGap(width) && mask.hasNoGap(width) &&
+                      Image<float>{acc, accStep}.hasNoGap(width);
   forRowSlices(roiSize, kTeamPixels, [&](Slice slice) {
-    for (std::ptrdiff_t y : slice) {
+    forRows(slice, width, joined, [&](std::ptrdiff_t y, std::ptrdiff_t pixels) {
       const RowWork<Formula, T> work = {formula, src1.at(y), src2.at(y), mask.at(y), row(acc, accStep, y)};
-      const std::ptrdiff_t head = kAligned ? headPixels(work.acc, width) : 0;
-      const std::ptrdiff_t tail = head + (width - head) / 4 * 4;
+      const std::ptrdiff_t head = kAligned ? headPixels(work.acc, pixels) : 0;
+      const std::ptrdiff_t tail = head + (pixels - head) / 4 * 4;
       work.addSelected(0, head);
       work.addGroups(head, tail);
-      work.addSelected(tail, width);
-    }
+      work.addSelected(tail, pixels);
+    });
   });
   return rvpStatusOk;
 }
