@@ -1,11 +1,12 @@
 // Chamfer distances: how far each pixel is from the nearest zero pixel, in moves of a 3x3 or 5x5 mask. Here are the
-// tables of metrics, the checks, and the choice of the moves that a mask really needs; the passes are in
-// chamfer_passes.cpp.
+// tables of metrics, the checks, and the choice of the moves that a mask really needs. The work is done in
+// chamfer_norm.cpp for integers where the mask allows it, else in chamfer_passes.cpp.
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
 
+#include "distance/chamfer_norm.h"
 #include "distance/chamfer_passes.h"
 #include "frame/checks.h"
 #include "rvpcv/distance.h"
@@ -100,11 +101,19 @@ RvpStatus distanceTransform(const std::uint8_t* pSrc, int srcStep, T* pDst, int 
   if (std::any_of(pMetrics, pMetrics + kMetricCount, isBadMetric<Metric>)) return rvpStatusBadMetric;
 
   const auto cost = [&](int i) { return Cost<Metric>{pMetrics[i]}; };
+  ChamferMask mask;
   if constexpr (kSize == 3) {
-    chamferPasses(pSrc, srcStep, pDst, dstStep, roiSize, mask3x3<T>(cost(0), cost(1)));
+    mask = mask3x3<T>(cost(0), cost(1));
   } else {
-    chamferPasses(pSrc, srcStep, pDst, dstStep, roiSize, mask5x5<T>(cost(0), cost(1), cost(2)));
+    mask = mask5x5<T>(cost(0), cost(1), cost(2));
   }
+  if constexpr (!std::is_same_v<T, float>) {
+    if (isNorm(mask)) {
+      chamferNorm(pSrc, srcStep, pDst, dstStep, roiSize, mask);
+      return rvpStatusOk;
+    }
+  }
+  chamferPasses(pSrc, srcStep, pDst, dstStep, roiSize, mask);
   return rvpStatusOk;
 }
 
