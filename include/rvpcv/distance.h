@@ -166,6 +166,78 @@ RVP_API RvpStatus rvpiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDst
 
 /** @} */
 
+/**
+ * @defgroup fastmarching Fast marching
+ *
+ * The distance of every pixel from the boundary of a mask, to within a fraction of a pixel: the time at which a front
+ * of unit speed that starts at the boundary arrives.
+ *
+ * With `v` the earlier time of the neighbours above and below, `h` that of the neighbours on the left and right,
+ * `low = min(v, h)`, `high = max(v, h)`, and neighbours beyond the region never reached, each time solves
+ *
+ *     t = low + 1                                         where high - low >= 1
+ *     t = (low + high + sqrt(2 - (high - low)^2)) / 2     elsewhere
+ *
+ * Differences are exact; the second line is computed in double and rounded to float once. Its times do not depend on
+ * the order of the computation, so they are the same on every processor and for every number of threads.
+ *
+ * - An inside pixel, where the source is not 0, holds its time, with all outside pixels at time 0: so 1, 2, 3, ... along
+ *   the normal of a straight boundary along an axis.
+ * - With `radius` 0, an outside pixel holds 0.
+ * - With `radius` above 0, the front also runs outwards. An outside pixel with an inside pixel among its four
+ *   neighbours is at the boundary: its time is 0, and it holds -1e-10, so that a test for values below 0 selects it.
+ *   Every other outside pixel whose time is at most `radius + 1e-5` holds the time negated, and the rest hold 0.
+ *
+ * Without an outside pixel there is no boundary. The first pixel then holds 999999, the first row goes on with
+ * 1000000, 1000001, ..., and the other pixels have times accordingly. Without an inside pixel all is 0.
+ *
+ * **Accuracy.** @FASTMARCHINGACCURACY@
+ *
+ * **Memory.** The caller gives scratch memory at any address; ::rvpiFastMarchingGetBufferSize_8u32f_C1R tells how much.
+ * Images for which that passes 31 bits are beyond this operation. Nothing is allocated.
+ *
+ * **Threads.** From a height of 6 on, two threads share the rows if ::rvpGetNumThreads allows.
+ *
+ * **Sources.** The update: J. A. Sethian, "A fast marching level set method for monotonically advancing fronts",
+ * Proceedings of the National Academy of Sciences 93 (1996). Sweeping instead of a heap: H. Zhao, "A fast sweeping
+ * method for Eikonal equations", Mathematics of Computation 74 (2005).
+ * @{
+ */
+
+/**
+ * Tells how much scratch memory ::rvpiFastMarching_8u32f_C1R needs: with the width rounded up to a multiple of 32,
+ * `(height + 34) * (width + 5) + 40` bytes.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param pBufferSize Receives the size in bytes.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ */
+RVP_API RvpStatus rvpiFastMarchingGetBufferSize_8u32f_C1R(RvpiSize roiSize, int* pBufferSize);
+
+/**
+ * Computes signed distances from the boundary of a mask. See @ref fastmarching.
+ *
+ * Source, destination and scratch memory must not overlap.
+ *
+ * @param pSrc First pixel of the mask; pixels other than 0 are inside.
+ * @param srcStep Row step of the mask, in bytes; at least `width`.
+ * @param pDst First pixel of the distances.
+ * @param dstStep Row step of the distances, in bytes; at least `4 * width`, and a multiple of 4.
+ * @param roiSize Size of the region, in pixels.
+ * @param radius How far outside the mask distances are computed, in pixels; 0 leaves outside pixels at 0.
+ * @param pBuffer Scratch memory, of any content before and after.
+ * @retval rvpStatusNullPointer A pointer is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadStep A step is shorter than the row.
+ * @retval rvpStatusStepNotMultiple `dstStep` is no multiple of 4.
+ * @retval rvpStatusBadArgument `radius` is below 0.
+ */
+RVP_API RvpStatus rvpiFastMarching_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                             RvpiSize roiSize, float radius, uint8_t* pBuffer);
+
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif
