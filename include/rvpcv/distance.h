@@ -169,8 +169,8 @@ RVP_API RvpStatus rvpiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDst
 /**
  * @defgroup fastmarching Fast marching
  *
- * The distance of every pixel from the boundary of a mask, to within a fraction of a pixel: the time at which a front
- * of unit speed that starts at the boundary arrives.
+ * The approximate Euclidean distance of every pixel from the boundary of a mask: the time at which a front of unit
+ * speed that starts at the boundary arrives.
  *
  * With `v` the earlier time of the neighbours above and below, `h` that of the neighbours on the left and right,
  * `low = min(v, h)`, `high = max(v, h)`, and neighbours beyond the region never reached, each time solves
@@ -178,23 +178,37 @@ RVP_API RvpStatus rvpiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDst
  *     t = low + 1                                         where high - low >= 1
  *     t = (low + high + sqrt(2 - (high - low)^2)) / 2     elsewhere
  *
- * Differences are exact; the second line is computed in double and rounded to float once. Its times do not depend on
- * the order of the computation, so they are the same on every processor and for every number of threads.
+ * Differences are exact; the second line is computed in double and rounded to float once. Its times do not depend
+ * on the order of the computation, so they are the same on every processor and for every number of threads.
  *
- * - An inside pixel, where the source is not 0, holds its time, with all outside pixels at time 0: so 1, 2, 3, ... along
- *   the normal of a straight boundary along an axis.
+ * - An inside pixel, where the source is not 0, holds its time, with all outside pixels at time 0: so 1, 2, 3, ...
+ * along the normal of a straight boundary along an axis.
  * - With `radius` 0, an outside pixel holds 0.
  * - With `radius` above 0, the front also runs outwards. An outside pixel with an inside pixel among its four
- *   neighbours is at the boundary: its time is 0, and it holds -1e-10, so that a test for values below 0 selects it.
- *   Every other outside pixel whose time is at most `radius + 1e-5` holds the time negated, and the rest hold 0.
+ *   neighbours is at the boundary: its time is 0, and it holds -1e-10, so that a test for values below 0 selects
+ * it. Every other outside pixel whose time is at most `radius + 1e-5` holds the time negated, and the rest hold 0.
  *
  * Without an outside pixel there is no boundary. The first pixel then holds 999999, the first row goes on with
  * 1000000, 1000001, ..., and the other pixels have times accordingly. Without an inside pixel all is 0.
  *
- * **Accuracy.** @FASTMARCHINGACCURACY@
+ * **Accuracy.** Against the exact Euclidean distance to the centre of the nearest outside pixel, measured on an
+ * image of 801 x 801 pixels:
  *
- * **Memory.** The caller gives scratch memory at any address; ::rvpiFastMarchingGetBufferSize_8u32f_C1R tells how much.
- * Images for which that passes 31 bits are beyond this operation. Nothing is allocated.
+ * | inside                                         | pixels taken      | mean relative error | maximum | in pixels
+ * | | ---------------------------------------------- | ----------------- | ------------------- | ------- |
+ * --------- | | a disc of radius 300                           | all               | 0.43 %              | 29.3 %
+ * | 1.12      | |                                                | 10 or more away   | 0.23 %              | 2.4 %
+ * | 1.12      | |                                                | 100 or more away  | 0.07 %              | 0.4 %
+ * | 1.12      | | one side of a line 30 degrees off an axis      | all               | 0.22 %              | 29.3 %
+ * | 0.70      | |                                                | 10 or more away   | 0.16 %              | 3.2 %
+ * | 0.70      | | all but one pixel                              | all               | 0.45 %              | 20.7 %
+ * | 2.02      |
+ *
+ * The large relative errors belong to pixels next to the boundary: the inner side of a corner is at 0.71, where the
+ * nearest pixel is 1 away. A straight boundary along an axis gives exact distances.
+ *
+ * **Memory.** The caller gives scratch memory at any address; ::rvpiFastMarchingGetBufferSize_8u32f_C1R tells how
+ * much. Images for which that passes 31 bits are beyond this operation. Nothing is allocated.
  *
  * **Threads.** From a height of 6 on, two threads share the rows if ::rvpGetNumThreads allows.
  *

@@ -19,7 +19,7 @@ float solved(float v, float h) {
   const float high = std::max(v, h);
   if (std::isinf(low)) return low;
   if (high - low >= 1) return low + 1;
-  const double difference = double(high) - double(low);
+  const double difference = static_cast<double>(high) - static_cast<double>(low);
   return static_cast<float>((double(low) + double(high) + std::sqrt(2 - difference * difference)) / 2);
 }
 
@@ -125,11 +125,11 @@ TEST(FastMarching, ReachesTheFixedPointForEveryWidth) {
 
 TEST(FastMarching, ReachesTheSameFixedPointOnTwoThreads) {
   for (const int threads : {1, 2, 8}) {
-    for (const int height : {5, 6, 7, 8, 40, 97}) {
-      for (const int width : {1, 2, 33, 90}) {
+    for (const int height : {5, 6, 7, 40, 97}) {
+      for (const int width : {1, 33, 90}) {
         tryShape({width, height, {1, 1}, threads, static_cast<unsigned>(height + width)}, [&](const Shape& shape) {
           for (const unsigned kind : {0U, 1U, 2U}) {
-            for (const float radius : {0.0f, 0.5f, 2.9f, std::numeric_limits<float>::infinity()})
+            for (const float radius : {0.0f, 2.9f, std::numeric_limits<float>::infinity()})
               checkShape(shape, blobs(width, height, shape.seed, kind), radius);
           }
         });
@@ -181,6 +181,22 @@ TEST(FastMarching, HoldsKnownDistances) {
   }
   const Plane<float> unbounded = march(Mask(50, 3, 1), 0);
   for (int x = 0; x < 50; ++x) EXPECT_EQ(unbounded.at(0, x), 999999.0f + static_cast<float>(x));
+}
+
+// The front of a single outside pixel: accurate to the bounds that the reference states.
+TEST(FastMarching, IsCloseToTheEuclideanDistance) {
+  ASSERT_EQ(rvpSetNumThreads(2), rvpStatusOk);
+  Mask mask(161, 161, 1);
+  mask.at(80, 80) = 0;
+  const Plane<float> field = march(mask, 0);
+  for (int y = 0; y < 161; ++y) {
+    for (int x = 0; x < 161; ++x) {
+      const double exact = std::hypot(x - 80, y - 80);
+      EXPECT_LE(field.at(y, x), exact * 1.208);
+      EXPECT_GE(field.at(y, x), exact * 0.999);
+      EXPECT_TRUE((x != 80 && y != 80) || field.at(y, x) == static_cast<float>(exact));
+    }
+  }
 }
 
 TEST(FastMarching, StaysWithinItsMemory) {
