@@ -9,9 +9,17 @@ set(RVPCV_FLAGS_n8 -mssse3)
 set(RVPCV_FLAGS_v3 -march=x86-64-v3 -DHWY_DISABLE_PCLMUL_AES)
 set(RVPCV_SUBDIR_n8 "")
 set(RVPCV_SUBDIR_v3 glibc-hwcaps/x86-64-v3/)
+# The way from there to the core library.
+set(RVPCV_RPATH_n8 "$ORIGIN")
+set(RVPCV_RPATH_v3 "$ORIGIN/../..")
 
 set(RVPCV_SONAME 9.0)
 set(RVPCV_LIBDIR ${PROJECT_BINARY_DIR}/lib)
+
+# A library names all that it needs, but for the sanitizers' runtime, which the program brings.
+if(NOT RVPCV_SANITIZE)
+  set(RVPCV_NO_UNDEFINED -Wl,-z,defs)
+endif()
 
 # Results must not depend on the compiler's or the processor's taste: no contraction into fused operations, no fast
 # math. Nothing here reads errno of a mathematical function or traps on floating-point exceptions.
@@ -27,6 +35,11 @@ function(rvpcv_add_variant variant)
   target_compile_options(rvpcv_${variant}_objects PRIVATE ${RVPCV_FLAGS_${variant}})
   target_link_libraries(rvpcv_${variant}_objects PUBLIC rvpcv_build rvpcore)
 
+  if(NOT variant STREQUAL n8)
+    # Tools that read the compile commands need to see each source once.
+    set_target_properties(rvpcv_${variant}_objects PROPERTIES EXPORT_COMPILE_COMMANDS OFF)
+  endif()
+
   add_library(rvpcv_${variant}_static STATIC)
   target_link_libraries(rvpcv_${variant}_static PUBLIC rvpcv_${variant}_objects)
 
@@ -35,7 +48,7 @@ function(rvpcv_add_variant variant)
   target_include_directories(rvpcv_${variant} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   set(map ${PROJECT_SOURCE_DIR}/cmake/rvpcv.map)
-  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} -Wl,-z,defs -Wl,--as-needed)
+  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} -Wl,--as-needed ${RVPCV_NO_UNDEFINED})
   set_target_properties(
     rvpcv_${variant}
     PROPERTIES OUTPUT_NAME rvpcvn8
@@ -43,6 +56,6 @@ function(rvpcv_add_variant variant)
                SOVERSION ${RVPCV_SONAME}
                LINK_DEPENDS ${map}
                LIBRARY_OUTPUT_DIRECTORY ${RVPCV_LIBDIR}/${RVPCV_SUBDIR_${variant}}
-               INSTALL_RPATH "$ORIGIN:$ORIGIN/../.."
+               INSTALL_RPATH "${RVPCV_RPATH_${variant}}"
                BUILD_WITH_INSTALL_RPATH ON)
 endfunction()

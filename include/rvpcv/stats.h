@@ -72,6 +72,7 @@ extern "C" {
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAdd_8u32f_C1IR(const uint8_t* pSrc, int srcStep, float* pSrcDst, int srcDstStep,
                                      RvpiSize roiSize);
@@ -92,6 +93,7 @@ RVP_API RvpStatus rvpiAdd_16u32f_C1IR(const uint16_t* pSrc, int srcStep, float* 
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAdd_8u32f_C1IMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
                                       float* pSrcDst, int srcDstStep, RvpiSize roiSize);
@@ -113,6 +115,7 @@ RVP_API RvpStatus rvpiAdd_32f_C1IMR(const float* pSrc, int srcStep, const uint8_
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddSquare_8u32f_C1IR(const uint8_t* pSrc, int srcStep, float* pSrcDst, int srcDstStep,
                                            RvpiSize roiSize);
@@ -136,6 +139,7 @@ RVP_API RvpStatus rvpiAddSquare_32f_C1IR(const float* pSrc, int srcStep, float* 
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddSquare_8u32f_C1IMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
                                             float* pSrcDst, int srcDstStep, RvpiSize roiSize);
@@ -159,6 +163,7 @@ RVP_API RvpStatus rvpiAddSquare_32f_C1IMR(const float* pSrc, int srcStep, const 
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddProduct_8u32f_C1IR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                             float* pSrcDst, int srcDstStep, RvpiSize roiSize);
@@ -184,6 +189,7 @@ RVP_API RvpStatus rvpiAddProduct_32f_C1IR(const float* pSrc1, int src1Step, cons
  * @param pSrcDst First pixel of the accumulator.
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddProduct_8u32f_C1IMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                              const uint8_t* pMask, int maskStep, float* pSrcDst, int srcDstStep,
@@ -203,7 +209,7 @@ RVP_API RvpStatus rvpiAddProduct_32f_C1IMR(const float* pSrc1, int src1Step, con
  * Moves an accumulator towards an image. See @ref accumulators for the formula, the limits and the statuses.
  *
  * The form of the sum means that `alpha` 1 may leave the accumulator a rounding away from the source, and that
- * `alpha` 0 leaves every finite accumulator as it is.
+ * `alpha` 0 leaves every finite accumulator as it is where the source is finite too.
  *
  * @param pSrc First pixel of the source.
  * @param srcStep Row step of the source, in bytes.
@@ -211,6 +217,7 @@ RVP_API RvpStatus rvpiAddProduct_32f_C1IMR(const float* pSrc1, int src1Step, con
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
  * @param alpha Share of the way; any value.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddWeighted_8u32f_C1IR(const uint8_t* pSrc, int srcStep, float* pSrcDst, int srcDstStep,
                                              RvpiSize roiSize, float alpha);
@@ -235,6 +242,7 @@ RVP_API RvpStatus rvpiAddWeighted_32f_C1IR(const float* pSrc, int srcStep, float
  * @param srcDstStep Row step of the accumulator, in bytes.
  * @param roiSize Size of the region, in pixels.
  * @param alpha Share of the way; any value.
+ * @return The first status that applies, in the order of @ref accumulators.
  */
 RVP_API RvpStatus rvpiAddWeighted_8u32f_C1IMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
                                               float* pSrcDst, int srcDstStep, RvpiSize roiSize, float alpha);
