@@ -95,9 +95,9 @@ void marchWithHeap(const cv::Mat& mask, const cv::Mat& times) {
   constexpr float kNever = std::numeric_limits<float>::infinity();
   using Candidate = std::tuple<float, int, int>;
   std::priority_queue<Candidate, std::vector<Candidate>, std::greater<>> front;
-  const auto timeAt = [&](int y, int x) {
-    const bool isThere = y >= 0 && y < times.rows && x >= 0 && x < times.cols;
-    return isThere ? times.ptr<float>(y)[x] : kNever;
+  const auto timeAt = [&](int y, int x) -> float {
+    if (y < 0 || y >= times.rows || x < 0 || x >= times.cols) return kNever;
+    return times.ptr<float>(y)[x];
   };
   const auto visit = [&](int y, int x) {
     if (timeAt(y, x) <= 0 || y < 0 || y >= times.rows || x < 0 || x >= times.cols) return;

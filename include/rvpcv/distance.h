@@ -67,13 +67,10 @@ extern "C" {
  * @{
  */
 
-/** Size of a chamfer mask. */
-enum RvpiChamferMaskSizeCode {
-  rvpiChamfer3x3 = 3, /**< Two metrics: axis and diagonal. */
-  rvpiChamfer5x5 = 5  /**< Three metrics: axis, diagonal and knight. */
-};
+/** Norm that a chamfer mask stands for. One of ::RvpiChamferNormCode. */
+typedef int32_t RvpiChamferNorm;
 
-/** Norm that a chamfer mask stands for. */
+/** The norms of chamfer masks. */
 enum RvpiChamferNormCode {
   rvpiChamferNormInf = 0, /**< Chessboard: the greater of the two coordinates. */
   rvpiChamferNormL1 = 1,  /**< City block: the sum of the coordinates. */
@@ -85,16 +82,16 @@ enum RvpiChamferNormCode {
 /**
  * Gives the metrics of a mask and a norm.
  *
- * @param kerSize One of ::RvpiChamferMaskSizeCode.
+ * @param kerSize Size of the mask: 3 or 5.
  * @param norm One of ::RvpiChamferNormCode.
  * @param pMetrics Receives 2 metrics for a 3x3 mask, 3 for a 5x5 mask.
  * @retval rvpStatusNullPointer `pMetrics` is null.
  * @retval rvpStatusBadSize `kerSize` is neither 3 nor 5.
  * @retval rvpStatusBadArgument `norm` is not 0, 1 or 2.
  */
-RVP_API RvpStatus rvpiGetDistanceTransformMask_32s(int kerSize, int norm, int32_t* pMetrics);
+RVP_API RvpStatus rvpiGetDistanceTransformMask_32s(int kerSize, RvpiChamferNorm norm, int32_t* pMetrics);
 /** @copydoc rvpiGetDistanceTransformMask_32s */
-RVP_API RvpStatus rvpiGetDistanceTransformMask_32f(int kerSize, int norm, float* pMetrics);
+RVP_API RvpStatus rvpiGetDistanceTransformMask_32f(int kerSize, RvpiChamferNorm norm, float* pMetrics);
 
 /**
  * Gives the float metrics of a mask and a norm in one number.

@@ -31,7 +31,7 @@ constexpr MetricTable<float> kMetrics<float> = {{{1.0f, 1.0f}, {1.0f, 2.0f}, {0.
                                                 {{1.0f, 1.0f, 2.0f}, {1.0f, 2.0f, 3.0f}, {1.0f, 1.4f, 2.1969f}}};
 
 template <class Metric>
-RvpStatus metricsOf(int kerSize, int norm, Metric* pMetrics) {
+RvpStatus metricsOf(int kerSize, RvpiChamferNorm norm, Metric* pMetrics) {
   if (RvpStatus fault = firstFault(nullPointer(pMetrics), faultIf(kerSize != 3 && kerSize != 5, rvpStatusBadSize),
                                    faultIf(norm < 0 || norm >= kNorms, rvpStatusBadArgument)))
     return fault;
@@ -133,11 +133,11 @@ RvpStatus distanceTransform(const std::uint8_t* pSrc, int srcStep, T* pDst, int 
 
 extern "C" {
 
-RvpStatus rvpiGetDistanceTransformMask_32s(int kerSize, int norm, int32_t* pMetrics) {
+RvpStatus rvpiGetDistanceTransformMask_32s(int kerSize, RvpiChamferNorm norm, int32_t* pMetrics) {
   return rvp::n8::metricsOf(kerSize, norm, pMetrics);
 }
 
-RvpStatus rvpiGetDistanceTransformMask_32f(int kerSize, int norm, float* pMetrics) {
+RvpStatus rvpiGetDistanceTransformMask_32f(int kerSize, RvpiChamferNorm norm, float* pMetrics) {
   return rvp::n8::metricsOf(kerSize, norm, pMetrics);
 }
 

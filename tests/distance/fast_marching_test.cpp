@@ -29,8 +29,9 @@ Plane<float> expectedField(const Mask& mask, float radius) {
     return y >= 0 && y < mask.height && x >= 0 && x < mask.width && mask.at(y, x) != 0;
   };
   Plane<float> times(mask.width, mask.height, kNever);
-  const auto timeAt = [&](int y, int x) {
-    return y < 0 || y >= mask.height || x < 0 || x >= mask.width ? kNever : times.at(y, x);
+  const auto timeAt = [&](int y, int x) -> float {
+    if (y < 0 || y >= mask.height || x < 0 || x >= mask.width) return kNever;
+    return times.at(y, x);
   };
   const auto forAll = [&](const auto& body) {
     for (int y = 0; y < mask.height; ++y) {
