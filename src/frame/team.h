@@ -54,6 +54,18 @@ void forSlices(std::ptrdiff_t count, const Body& body) {
   if (const Slice slice = sliceOf(count, owncvGetIdThreads(), owncvGetNumThreads()); !slice.empty()) body(slice);
 }
 
+// Runs body(thread, team size) on a team of two threads, or of one if the runtime grants no more. The threads wait
+// for each other in meetTeam.
+template <class Body>
+void onPair(const Body& body) {
+#pragma omp parallel num_threads(2)
+  body(owncvGetIdThreads(), owncvGetNumThreads());
+}
+
+inline void meetTeam() {
+#pragma omp barrier
+}
+
 // Runs body(Slice) over all rows: on the caller's thread below `threshold` pixels, on a team from there on. A count
 // of pixels that wraps to a negative number stays below any threshold.
 template <class Body>

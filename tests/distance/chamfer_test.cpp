@@ -1,0 +1,275 @@
+// Chamfer distances against two plain passes over a list of moves.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+struct Move {
+  int dx, dy;
+  double cost;
+};
+
+// The moves by which a pixel is reached in the forward pass. Costs of float metrics are rounded to float, as double
+// holds all that float and 32-bit integers can give. The tests of the metrics are told apart by `round`.
+template <class T>
+std::vector<Move> movesOf(std::vector<double> m) {
+  const auto round = [](double v) { return std::is_same_v<T, float> ? double(float(v)) : v; };
+  double axis = m[0];
+  double diagonal = m[1];
+  const double least = std::min(round(2 * axis), diagonal);
+  bool isLarge = m.size() == 3 && round(axis + least) > m[2];
+  std::vector<Move> moves;
+  if (isLarge) {
+    const double knight = m[2];
+    if (!(least > axis && knight > round(2 * axis) && round(2 * knight) > round(3 * least))) {
+      axis = std::min(round(3 * knight), axis);
+      diagonal = std::min(round(2 * knight), least);
+      const double two = std::min({round(2 * diagonal), round(2 * axis), round(2 * knight)});
+      const double corner = std::min(round(knight + axis), round(2 * diagonal));
+      moves = {{-2, 0, two}, {0, -2, two}, {-2, -2, corner}, {2, -2, corner}};
+    }
+    for (const int s : {-1, 1}) moves.insert(moves.end(), {{2 * s, -1, knight}, {s, -2, knight}});
+  }
+  moves.insert(moves.end(), {{-1, 0, axis}, {0, -1, axis}});
+  if (isLarge || diagonal < round(2 * axis)) moves.insert(moves.end(), {{-1, -1, diagonal}, {1, -1, diagonal}});
+  return moves;
+}
+
+template <class T>
+Plane<T> expectedDistances(const Plane<std::uint8_t>& src, const std::vector<double>& metrics) {
+  constexpr T kFarthest = std::numeric_limits<T>::max();
+  const std::vector<Move> moves = movesOf<T>(metrics);
+  Plane<T> dst(src.width, src.height);
+  for (std::size_t i = 0; i < src.elements.size(); ++i) dst.elements[i] = src.elements[i] == 0 ? T{0} : kFarthest;
+  for (const int way : {1, -1}) {
+    for (int i = 0; i < src.height * src.width; ++i) {
+      const int at = way > 0 ? i : src.height * src.width - 1 - i;
+      const int y = at / src.width;
+      const int x = at % src.width;
+      for (const Move& move : moves) {
+        const int fromX = x + way * move.dx;
+        const int fromY = y + way * move.dy;
+        if (fromX < 0 || fromX >= src.width || fromY < 0 || fromY >= src.height) continue;
+        const double sum = double(dst.at(fromY, fromX)) + move.cost;
+        if (sum < double(kFarthest)) dst.at(y, x) = std::min(dst.at(y, x), static_cast<T>(sum));
+      }
+    }
+  }
+  return dst;
+}
+
+// One seed in about `rarity` pixels.
+Plane<std::uint8_t> sparseSeeds(int width, int height, unsigned seed, unsigned rarity) {
+  const Plane<std::uint32_t> noise = randomPlane<std::uint32_t>(width, height, seed);
+  Plane<std::uint8_t> plane(width, height);
+  for (std::size_t i = 0; i < noise.elements.size(); ++i)
+    plane.elements[i] = noise.elements[i] / 64 % rarity == 0 ? 0 : static_cast<std::uint8_t>(1 + i % 255);
+  return plane;
+}
+
+template <class T>
+using MetricOf = std::conditional_t<std::is_same_v<T, float>, float, std::int32_t>;
+template <class T>
+using Transform = RvpStatus (*)(const std::uint8_t*, int, T*, int, RvpiSize, const MetricOf<T>*);
+
+template <class T>
+Transform<T> transformOf(std::size_t metrics);
+template <>
+Transform<std::uint8_t> transformOf(std::size_t metrics) {
+  return metrics == 2 ? rvpiDistanceTransform_3x3_8u_C1R : rvpiDistanceTransform_5x5_8u_C1R;
+}
+template <>
+Transform<std::uint16_t> transformOf(std::size_t metrics) {
+  return metrics == 2 ? rvpiDistanceTransform_3x3_8u16u_C1R : rvpiDistanceTransform_5x5_8u16u_C1R;
+}
+template <>
+Transform<float> transformOf(std::size_t metrics) {
+  return metrics == 2 ? rvpiDistanceTransform_3x3_8u32f_C1R : rvpiDistanceTransform_5x5_8u32f_C1R;
+}
+
+// Every kind of mask: of all norms, with useless diagonals and knights, with moves dearer than a roundabout way,
+// with costs at and beyond saturation, and where sums of 32-bit metrics would wrap.
+template <class T>
+std::vector<std::vector<double>> masks() {
+  if constexpr (std::is_same_v<T, float>) {
+    return {{1, 1},
+            {1, 2},
+            {0.955f, 1.3693f},
+            {3, 1.1f},
+            {2e38f, 3e38f},
+            {1, 1, 2},
+            {1, 2, 3},
+            {1, 1.4f, 2.1969f},
+            {1.1f, 1.5f, 2.1f},
+            {3.3f, 1.7f, 2.9f},
+            {5.1f, 5.1f, 1.3f},
+            {1e38f, 1.5e38f, 2.2e38f}};
+  } else {
+    return {{1, 1},
+            {1, 2},
+            {2, 3},
+            {3, 9},
+            {7, 2},
+            {100, 140},
+            {1 << 30, 3},
+            {1 << 30, 0x7FFFFFFF},
+            {1, 1, 2},
+            {1, 2, 3},
+            {2, 3, 5},
+            {2, 3, 6},
+            {5, 7, 11},
+            {5, 7, 10},
+            {5, 8, 11},
+            {7, 3, 5},
+            {5, 5, 2},
+            {9, 4, 1},
+            {40, 3, 2},
+            {100, 140, 230},
+            {0x7FFFFFFF, 1 << 30, 0x7FFFFFFF}};
+  }
+}
+
+template <class T>
+class Chamfer : public testing::Test {};
+using Outputs = testing::Types<std::uint8_t, std::uint16_t, float>;
+TYPED_TEST_SUITE(Chamfer, Outputs);
+
+template <class T>
+void checkMask(const Shape& shape, const Plane<std::uint8_t>& content, const std::vector<double>& mask) {
+  SCOPED_TRACE(testing::PrintToString(mask));
+  const std::vector<MetricOf<T>> metrics(mask.begin(), mask.end());
+  const Plane<T> expected = expectedDistances<T>(content, mask);
+  Guarded<std::uint8_t> src(content, shape.placing);
+  Guarded<T> dst(Plane<T>(shape.width, shape.height, T{77}), shape.placing);
+  ASSERT_EQ(transformOf<T>(mask.size())(src.data(), src.step(), dst.data(), dst.step(), src.size(), metrics.data()),
+            rvpStatusOk);
+  ASSERT_TRUE(same(expected, dst.content()));
+  ASSERT_TRUE(dst.intact());
+  ASSERT_TRUE(same(content, src.content()));
+  if constexpr (std::is_same_v<T, std::uint8_t>) {
+    const auto inPlace = mask.size() == 2 ? rvpiDistanceTransform_3x3_8u_C1IR : rvpiDistanceTransform_5x5_8u_C1IR;
+    ASSERT_EQ(inPlace(src.data(), src.step(), src.size(), metrics.data()), rvpStatusOk);
+    ASSERT_TRUE(same(expected, src.content()));
+    ASSERT_TRUE(src.intact());
+  }
+}
+
+TYPED_TEST(Chamfer, FollowsThePassesForEveryMaskAndWidth) {
+  sweepSmall([](const Shape& shape) {
+    for (const auto& mask : masks<TypeParam>()) {
+      for (const unsigned rarity : {3U, 40U})
+        checkMask<TypeParam>(shape, sparseSeeds(shape.width, shape.height, shape.seed, rarity), mask);
+    }
+  });
+}
+
+TYPED_TEST(Chamfer, FollowsThePassesInTallAndWideImages) {
+  for (const auto& mask : masks<TypeParam>()) {
+    for (const int height : {4, 5, 15, 16, 17, 33, 50}) {
+      for (const int width : {1, 2, 3, 4, 153, 300}) {
+        tryShape({width, height, {3, 1}, 1, static_cast<unsigned>(width + height)}, [&](const Shape& shape) {
+          checkMask<TypeParam>(shape, sparseSeeds(width, height, shape.seed, 700), mask);
+        });
+      }
+    }
+  }
+}
+
+// Seeds in a corner only, none at all, and nothing but seeds: the whole range, saturation, and how far rounding
+// goes.
+TYPED_TEST(Chamfer, ReachesAcrossTheImageAndSaturates) {
+  const Plane<std::uint8_t> none(280, 270, 9);
+  Plane<std::uint8_t> lastCorner = none;
+  lastCorner.at(269, 279) = 0;
+  Plane<std::uint8_t> firstCorner = none;
+  firstCorner.at(0, 0) = 0;
+  for (const auto& content : {none, lastCorner, firstCorner, Plane<std::uint8_t>(280, 270)}) {
+    for (const auto& mask : masks<TypeParam>())
+      tryShape({280, 270, {}, 1, 0}, [&](const Shape& shape) { checkMask<TypeParam>(shape, content, mask); });
+  }
+}
+
+TYPED_TEST(Chamfer, StaysWithinItsRows) {
+  for (const Cliff cliff : {Cliff::before, Cliff::behind}) {
+    for (const int width : {1, 3, 17, 130}) {
+      const Plane<std::uint8_t> content = sparseSeeds(width, 19, 5, 30);
+      for (const std::vector<double>& mask : {std::vector<double>{2, 3}, {5, 7, 11}, {7, 3, 5}}) {
+        const std::vector<MetricOf<TypeParam>> metrics(mask.begin(), mask.end());
+        OnCliff<std::uint8_t> src(content, cliff);
+        OnCliff<TypeParam> dst(Plane<TypeParam>(width, 19), cliff);
+        ASSERT_EQ(transformOf<TypeParam>(mask.size())(src.data(), src.step(), dst.data(), dst.step(), src.size(),
+                                                      metrics.data()),
+                  rvpStatusOk);
+        ASSERT_TRUE(same(expectedDistances<TypeParam>(content, mask), dst.content()));
+      }
+    }
+  }
+}
+
+TYPED_TEST(Chamfer, ChecksInOrder) {
+  using T = TypeParam;
+  for (const std::size_t count : {2U, 3U}) {
+    const auto run = transformOf<T>(count);
+    const std::uint8_t src[8] = {};
+    T dst[8] = {T{5}};
+    const std::vector<MetricOf<T>> good(count, MetricOf<T>{2});
+    const int rowBytes = 4 * static_cast<int>(sizeof(T));
+    EXPECT_EQ(run(nullptr, 4, dst, rowBytes, {0, 1}, good.data()), rvpStatusNullPointer);
+    EXPECT_EQ(run(src, 4, nullptr, rowBytes, {0, 1}, good.data()), rvpStatusNullPointer);
+    EXPECT_EQ(run(src, 4, dst, rowBytes, {0, 1}, nullptr), rvpStatusNullPointer);
+    EXPECT_EQ(run(src, -1, dst, rowBytes, {0, 1}, good.data()), rvpStatusBadSize);
+    EXPECT_EQ(run(src, 4, dst, 0, {4, 0}, good.data()), rvpStatusBadSize);
+    EXPECT_EQ(run(src, 3, dst, rowBytes + 1, {4, 1}, good.data()), rvpStatusBadStep);
+    EXPECT_EQ(run(src, 4, dst, rowBytes - 1, {4, 1}, good.data()), rvpStatusBadStep);
+    for (std::size_t bad = 0; bad < count; ++bad) {
+      auto metrics = good;
+      metrics[bad] = 0;
+      EXPECT_EQ(run(src, 4, dst, rowBytes + 1, {4, 1}, metrics.data()),
+                sizeof(T) > 1 ? rvpStatusStepNotMultiple : rvpStatusBadMetric);
+      EXPECT_EQ(run(src, 4, dst, rowBytes, {4, 1}, metrics.data()), rvpStatusBadMetric);
+      metrics[bad] = std::is_same_v<T, float> ? std::numeric_limits<MetricOf<T>>::quiet_NaN() : MetricOf<T>(-3);
+      EXPECT_EQ(run(src, 4, dst, rowBytes, {4, 1}, metrics.data()), rvpStatusBadMetric);
+    }
+    EXPECT_EQ(dst[0], T{5});
+  }
+}
+
+TEST(ChamferMetrics, TablesAndChecks) {
+  const std::array<std::int32_t, 3> whole[2][3] = {{{1, 1, 0}, {1, 2, 0}, {2, 3, 0}},
+                                                   {{1, 1, 2}, {1, 2, 3}, {5, 7, 11}}};
+  const std::array<float, 3> real[2][3] = {{{1, 1, 0}, {1, 2, 0}, {0.955f, 1.3693f, 0}},
+                                           {{1, 1, 2}, {1, 2, 3}, {1, 1.4f, 2.1969f}}};
+  for (const int size : {3, 5}) {
+    for (int norm = 0; norm < 3; ++norm) {
+      std::array<std::int32_t, 3> m{};
+      std::array<float, 3> f{};
+      std::array<float, 3> old{};
+      EXPECT_EQ(rvpiGetDistanceTransformMask_32s(size, norm, m.data()), rvpStatusOk);
+      EXPECT_EQ(rvpiGetDistanceTransformMask_32f(size, norm, f.data()), rvpStatusOk);
+      EXPECT_EQ(rvpiGetDistanceTransformMask(10 * size + norm, old.data()), rvpStatusOk);
+      EXPECT_EQ(m, whole[size / 5][norm]);
+      EXPECT_EQ(f, real[size / 5][norm]);
+      EXPECT_EQ(old, f);
+    }
+  }
+  float f[3];
+  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(4, 3, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(4, 3, f), rvpStatusBadSize);
+  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(3, 3, f), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(5, -1, f), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiGetDistanceTransformMask(43, nullptr), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiGetDistanceTransformMask(-31, f), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiGetDistanceTransformMask(40, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiGetDistanceTransformMask(40, f), rvpStatusBadSize);
+}
+
+}  // namespace
