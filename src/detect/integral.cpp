@@ -3,9 +3,10 @@
 //   T(r + 1, c + 1) = T(r, c + 1) + (s(r, 0) + ... + s(r, c)),
 // and the one addition there is the only one that rounds in a table of floats: running sums of bytes are integers,
 // which wrap at 32 bits, or doubles, which hold every sum of a row's squares exactly.
-#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "detect/tables.h"
 #include "frame/checks.h"
@@ -16,89 +17,94 @@
 namespace rvp::n8 {
 namespace {
 
-// Pixels are taken by eight, in as many vectors of 32 bits as that makes.
-constexpr std::ptrdiff_t kGroup = 8;
-using GroupTag = hn::FixedTag<std::uint16_t, kGroup>;
-using SumTag = hn::CappedTag<std::int32_t, kGroup>;
+// Pixels are taken by groups: one vector of 16 bits, and two of 32.
+using GroupTag = hn::ScalableTag<std::uint16_t>;
+using SumTag = hn::ScalableTag<std::int32_t>;
+using Group = hn::Vec<GroupTag>;
 using Sums = hn::Vec<SumTag>;
 constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(SumTag()));
-constexpr std::ptrdiff_t kParts = kGroup / kLanes;
+constexpr std::ptrdiff_t kGroup = 2 * kLanes;
+constexpr bool kOneBlock = kLanes == 4;
 
-// The sums of a group from its first pixel to each of its pixels.
+// The sums of a group from its first pixel to each of its pixels; with kApart those of the upper half begin anew.
+template <bool kApart>
 struct GroupSums {
-  Sums parts[kParts];
+  Sums lower;
+  Sums upper;
 };
 
 // The last lane in all lanes.
 Sums last(Sums v) {
   const SumTag d;
-  const auto lastOfBlocks = hn::Broadcast<3>(v);
-  if constexpr (hn::MaxLanes(d) == 4) {
-    return lastOfBlocks;
+  if constexpr (kOneBlock) {
+    return hn::Broadcast<3>(v);
   } else {
-    return hn::ConcatUpperUpper(d, lastOfBlocks, lastOfBlocks);
+    return hn::TableLookupLanes(v, hn::IndicesFromVec(d, hn::Set(d, static_cast<std::int32_t>(kLanes - 1))));
   }
 }
 
-template <class Group>
-GroupSums widened(Group group) {
-  const SumTag d;
-  if constexpr (hn::MaxLanes(d) == kGroup) {
-    return {{hn::PromoteTo(d, group)}};
-  } else {
-    return {{hn::PromoteTo(d, hn::LowerHalf(group)), hn::PromoteTo(d, hn::UpperHalf(hn::Half<GroupTag>(), group))}};
-  }
-}
+Sums lowerSums(Group group) { return hn::PromoteTo(SumTag(), hn::LowerHalf(group)); }
+Sums upperSums(Group group) { return hn::PromoteTo(SumTag(), hn::UpperHalf(hn::Half<GroupTag>(), group)); }
 
-hn::Vec<GroupTag> loadGroup(const std::uint8_t* src) {
+Group loadGroup(const std::uint8_t* src) {
   return hn::PromoteTo(GroupTag(), hn::LoadU(hn::Rebind<std::uint8_t, GroupTag>(), src));
 }
 
-// Eight bytes have a sum of at most 2040.
-GroupSums groupSums(Value, const std::uint8_t* src) {
-  const GroupTag d;
-  auto v = loadGroup(src);
-  v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
-  v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
-  v = hn::Add(v, hn::ShiftLeftLanes<4>(d, v));
-  return widened(v);
+// Each lane plus the lane kBits bits below it, in each half of a block of 128 bits. A shift of bits does it, as the
+// processor has few ways of moving lanes.
+template <int kBits, class V>
+V plusLaneBelow(V v) {
+  const hn::DFromV<V> d;
+  const hn::Repartition<std::uint64_t, decltype(d)> d64;
+  return hn::Add(v, hn::BitCast(d, hn::ShiftLeft<kBits>(hn::BitCast(d64, v))));
+}
+
+// The lanes of the upper half of each block plus the last lane of its lower half.
+template <class V>
+V plusLowerHalf(V v) {
+  using T = hn::TFromV<V>;
+  alignas(16) static constexpr auto kLastOfLower = [] {
+    std::array<std::uint8_t, 16> bytes{};
+    for (std::size_t i = 0; i < 16; ++i)
+      bytes[i] = i < 8 ? std::uint8_t{0x80} : static_cast<std::uint8_t>(8 - sizeof(T) + i % sizeof(T));
+    return bytes;
+  }();
+  const hn::DFromV<V> d;
+  const hn::Repartition<std::uint8_t, decltype(d)> d8;
+  const auto lower = hn::TableLookupBytesOr0(hn::BitCast(d8, v), hn::LoadDup128(d8, kLastOfLower.data()));
+  return hn::Add(v, hn::BitCast(d, lower));
+}
+
+// Eight bytes, which make a block of 128 bits, have a sum of at most 2040.
+GroupSums<!kOneBlock> groupSums(Value, const std::uint8_t* src) {
+  const Group v = plusLowerHalf(plusLaneBelow<32>(plusLaneBelow<16>(loadGroup(src))));
+  return {lowerSums(v), upperSums(v)};
+}
+
+// Four sums in each block of 128 bits, and the sum of the block before where there is one.
+Sums blockSums(Sums v) {
+  const SumTag d;
+  v = plusLowerHalf(plusLaneBelow<32>(v));
+  return kOneBlock ? v : hn::Add(v, hn::ConcatLowerLower(d, hn::Broadcast<3>(v), hn::Zero(d)));
 }
 
 // A square fits in 16 bits, a sum of two does not.
-GroupSums groupSums(Square, const std::uint8_t* src) {
-  const SumTag d;
-  const auto pixels = loadGroup(src);
-  GroupSums sums = widened(hn::Mul(pixels, pixels));
-  for (Sums& v : sums.parts) {
-    v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
-    v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
-  }
-  // What a block of four lanes lacks is the sum of the block before it.
-  if constexpr (kParts == 1) {
-    const auto before = hn::ConcatLowerLower(d, hn::Broadcast<3>(sums.parts[0]), hn::Zero(d));
-    sums.parts[0] = hn::Add(sums.parts[0], before);
-  } else {
-    sums.parts[1] = hn::Add(sums.parts[1], last(sums.parts[0]));
-  }
-  return sums;
+GroupSums<true> groupSums(Square, const std::uint8_t* src) {
+  const Group pixels = loadGroup(src);
+  const Group squares = hn::Mul(pixels, pixels);
+  return {blockSums(lowerSums(squares)), blockSums(upperSums(squares))};
 }
 
 // The running sum of a row, and the row of cells that it makes with the row above.
 template <class Cell>
 class RunningSum {
  public:
-  void addGroup(const GroupSums& sums, const Cell* above, Cell* cells) {
-    const hn::Rebind<Cell, SumTag> d;
-    for (std::ptrdiff_t i = 0; i < kParts; ++i) {
-      const Sums running = hn::Add(sums.parts[i], before_);
-      const auto over = hn::LoadU(d, above + i * kLanes);
-      if constexpr (std::is_same_v<Cell, float>) {
-        hn::StoreU(hn::Add(over, hn::ConvertTo(d, running)), d, cells + i * kLanes);
-      } else {
-        hn::StoreU(hn::Add(over, running), d, cells + i * kLanes);
-      }
-    }
-    before_ = hn::Add(before_, last(sums.parts[kParts - 1]));
+  template <bool kApart>
+  void addGroup(const GroupSums<kApart>& sums, const Cell* above, Cell* cells) {
+    store(sums.lower, above, cells);
+    if constexpr (kApart) before_ = hn::Add(before_, last(sums.lower));
+    store(sums.upper, above + kLanes, cells + kLanes);
+    before_ = hn::Add(before_, last(sums.upper));
   }
   void addPixel(int value, const Cell* above, Cell* cell) {
     before_ = hn::Add(before_, hn::Set(SumTag(), value));
@@ -111,6 +117,16 @@ class RunningSum {
   }
 
  private:
+  void store(Sums sums, const Cell* above, Cell* cells) const {
+    const hn::Rebind<Cell, SumTag> d;
+    const Sums running = hn::Add(sums, before_);
+    if constexpr (std::is_same_v<Cell, float>) {
+      hn::StoreU(hn::Add(hn::LoadU(d, above), hn::ConvertTo(d, running)), d, cells);
+    } else {
+      hn::StoreU(hn::Add(hn::LoadU(d, above), running), d, cells);
+    }
+  }
+
   Sums before_ = hn::Zero(SumTag());
 };
 
@@ -118,18 +134,9 @@ class RunningSum {
 template <>
 class RunningSum<double> {
  public:
-  void addGroup(const GroupSums& sums, const double* above, double* cells) {
-    for (const Sums part : sums.parts) {
-      const auto lower = hn::PromoteTo(d_, hn::LowerHalf(part));
-      const auto upper = hn::PromoteTo(d_, hn::UpperHalf(hn::Half<SumTag>(), part));
-      hn::StoreU(hn::Add(hn::LoadU(d_, above), hn::Add(lower, before_)), d_, cells);
-      above += kWide;
-      cells += kWide;
-      hn::StoreU(hn::Add(hn::LoadU(d_, above), hn::Add(upper, before_)), d_, cells);
-      above += kWide;
-      cells += kWide;
-    }
-    before_ = hn::Add(before_, hn::PromoteTo(d_, hn::LowerHalf(last(sums.parts[kParts - 1]))));
+  void addGroup(const GroupSums<true>& sums, const double* above, double* cells) {
+    addHalf(sums.lower, above, cells);
+    addHalf(sums.upper, above + kLanes, cells + kLanes);
   }
   void addPixel(int value, const double* above, double* cell) {
     before_ = hn::Add(before_, hn::Set(d_, value));
@@ -137,8 +144,17 @@ class RunningSum<double> {
   }
 
  private:
-  hn::Repartition<double, SumTag> d_;
-  static constexpr std::ptrdiff_t kWide = kLanes / 2;
+  void addHalf(Sums sums, const double* above, double* cells) {
+    const auto add = [&](auto quarter, std::ptrdiff_t at) {
+      const auto running = hn::Add(hn::PromoteTo(d_, quarter), before_);
+      hn::StoreU(hn::Add(hn::LoadU(d_, above + at), running), d_, cells + at);
+    };
+    add(hn::LowerHalf(sums), 0);
+    add(hn::UpperHalf(hn::Half<SumTag>(), sums), kLanes / 2);
+    before_ = hn::Add(before_, hn::PromoteTo(d_, hn::LowerHalf(last(sums))));
+  }
+
+  hn::ScalableTag<double> d_;
   hn::Vec<decltype(d_)> before_ = hn::Zero(d_);
 };
 
