@@ -298,6 +298,303 @@ RVP_API RvpStatus rvpiTiltedRectStdDev_32f_C1R(const float* pSrc, int srcStep, c
 
 /** @} */
 
+/**
+ * @defgroup haar Haar cascades
+ *
+ * A cascade classifier after P. Viola and M. Jones (Rapid object detection using a boosted cascade of simple
+ * features, 2001), with the tilted features of R. Lienhart and J. Maydt (2002). A block holds one stage. The apply
+ * functions test it at every pixel that a mask selects and clear the pixels that fail, so that a cascade is a call
+ * for each stage with one mask.
+ *
+ * With `T` a table of @ref integral at the pixel, `norm` the pixel of the normalising image, usually of
+ * @ref rectstddev, and `c0` to `c3` the corners (x, y) of a rectangle:
+ *
+ *     R     = T(c0.y, c0.x) - T(c1.y, c1.x) - T(c2.y, c2.x) + T(c3.y, c3.x)
+ *     F     = sum of R * weight                                  over the rectangles of a classifier
+ *     stage = sum of (F < threshold * norm ? val1 : val2)        over the classifiers
+ *
+ * A pixel whose `stage` is below the stage's threshold is cleared. So a sum equal to its limit takes `val2`, and a
+ * stage equal to its threshold passes. With one classifier of the rectangles (0, 0, 4, 4) of weight -1 and
+ * (1, 1, 2, 2) of weight 4, a flat image has `F` = 0 everywhere.
+ *
+ * | corners                      | `c0`                   | `c1`          | `c2`               | `c3`             |
+ * | ---------------------------- | ---------------------- | ------------- | ------------------ | ---------------- |
+ * | upright (x, y, w, h)         | `x+w, y+h`             | `x, y+h`      | `x+w, y`           | `x, y`           |
+ * | tilted                       | `x+w-h, y+w+h`         | `x-h, y+h`    | `x+w, y+w`         | `x, y`           |
+ * | tilted afterwards, `flag` 0  | `x, y+h`               | `x-h, y`      | `x+w, y+h-w`       | `x+w-h, y-w`     |
+ *
+ * **Blocks.** ::rvpiHaarClassifierGetSize tells the bytes, an Init function fills them; the memory is the caller's
+ * and is aligned to 8 bytes. A block holds pointers into itself and may be neither moved nor copied. It keeps
+ * nothing of the arrays it was made from. The upright Init functions store the classifiers of two rectangles first,
+ * then those of three, then all others, each in the caller's order; the tilted ones keep the caller's order. This
+ * is the order of the sums. Blocks of `_32s` belong to the `Sfs` functions, blocks of `_32f` to the others. An Init
+ * that refuses a rectangle leaves a block without classifiers.
+ *
+ * **Rounding.** With float blocks everything is float, each operation rounded by itself; with a table of `32s`, `R`
+ * is an integer, which wraps at 32 bits and is converted to float. In the `Sfs` functions `R` and the stage's sum
+ * wrap at 32 bits; `F` has 64 bits, is shifted left by `-scaleFactor`, and is compared with the 64-bit product of
+ * threshold and norm.
+ *
+ * **Windows.** At a selected pixel all corners of the stage must lie in the table, also after tilting. Steps are
+ * not tested for that. Of the other pixels, those left of a selected one in its row are read too.
+ *
+ * **Mixed.** The `Mixed` functions take an upright and a tilted table, whose origin is moved by one row and one
+ * column, and read for each classifier the one that it belongs to. The plain ones read their only table for all.
+ *
+ * **Statuses of the apply functions**, in the order of checking:
+ * 1. ::rvpStatusNullPointer: a pointer is null.
+ * 2. ::rvpStatusBadSize: `width` or `height` is below 1.
+ * 3. ::rvpStatusBadStep: the step of a table or of the normalising image is below `4 * width`, or that of the mask
+ *    below `width`.
+ * 4. ::rvpStatusStepNotMultiple: the step of a table or of the normalising image is no multiple of 4.
+ * 5. ::rvpStatusBadArgument: `scaleFactor` is above 0.
+ * 6. ::rvpStatusNullPointer: in the plain functions, the block has no scratch area, as after a refused Init.
+ *
+ * **Memory and threads.** Nothing is allocated, and everything happens on the caller's thread. The plain apply
+ * functions write to the block, which so serves one call at a time.
+ * @{
+ */
+
+/** The block of a stage. It begins with ::RvpiHaarClassifierHeader_32s or ::RvpiHaarClassifierHeader_32f. */
+typedef struct RvpiHaarClassifier RvpiHaarClassifier;
+
+/** The head of a block of integers. */
+typedef struct {
+  int32_t classifierCount; /**< Weak classifiers. */
+  int32_t featureCount;    /**< Rectangles of all classifiers. */
+  void* pClassifiers;      /**< The first classifier's record. */
+  int32_t boundX;          /**< Least x of a rectangle. */
+  int32_t boundY;          /**< Least y of a rectangle. */
+  int32_t boundWidth;      /**< Greatest x + width, less `boundX`; the first rectangle's width, less `boundX`, if no
+                                rectangle reaches further than `boundX` and that. */
+  int32_t boundHeight;     /**< Likewise down. */
+  int32_t tiltMark;        /**< Bit 0: a rectangle has been tilted. */
+  int32_t featureTotal;    /**< Rectangles of all classifiers. */
+  int32_t pairCount;       /**< Classifiers of two rectangles. */
+  int32_t smallCount;      /**< Classifiers of two or three rectangles. */
+  void* pScratch;          /**< Room for a call, at a multiple of 64. */
+} RvpiHaarClassifierHeader_32s;
+
+/** The head of a block of floats. */
+typedef struct {
+  int32_t classifierCount; /**< Weak classifiers. */
+  int32_t featureCount;    /**< Rectangles of all classifiers. */
+  void* pClassifiers;      /**< The first classifier's record. */
+  int32_t boundX;          /**< As in ::RvpiHaarClassifierHeader_32s. */
+  int32_t boundY;          /**< Likewise. */
+  int32_t boundWidth;      /**< Likewise. */
+  int32_t boundHeight;     /**< Likewise. */
+  int32_t tiltMark;        /**< Bit 0: a rectangle has been tilted. */
+  int32_t pairCount;       /**< Classifiers of two rectangles. */
+  int32_t smallCount;      /**< Classifiers of two or three rectangles. */
+  int32_t featureTotal;    /**< Rectangles of all classifiers. */
+  int32_t allMinusOne;     /**< 1 if the first weight of every classifier truncates to -1, else 0. */
+  void* pScratch;          /**< Room for a call, at a multiple of 64. */
+} RvpiHaarClassifierHeader_32f;
+
+/**
+ * Tells the size of a block.
+ *
+ * For `L` classifiers with `S` rectangles in all it is `32 * L + 52 * S + 128` bytes for ::rvp32s and
+ * `44 * L + 60 * S + 512` bytes for ::rvp32f.
+ *
+ * @param dataType ::rvp32s or ::rvp32f.
+ * @param roiSize Size of the image; it is checked and has no other effect.
+ * @param pNum Number of rectangles of each classifier.
+ * @param length Number of classifiers.
+ * @param pSize Where the size in bytes goes.
+ * @retval rvpStatusNullPointer A pointer is null.
+ * @retval rvpStatusBadSize `length`, `width`, `height` or a number of rectangles is below 1.
+ * @retval rvpStatusBadDataType `dataType` is neither of the two.
+ * @retval rvpStatusSizeOverflow The size does not fit in 31 bits.
+ */
+RVP_API RvpStatus rvpiHaarClassifierGetSize(RvpDataType dataType, RvpiSize roiSize, const int* pNum, int length,
+                                            int* pSize);
+
+/** @name Upright stage
+ *  @{ */
+/**
+ * Fills a block with upright rectangles. See @ref haar for the order of the classifiers.
+ *
+ * @param pState The block, of the size that ::rvpiHaarClassifierGetSize tells.
+ * @param pFeature The rectangles of the first classifier, then those of the second, and so on.
+ * @param pWeight The weight of each rectangle.
+ * @param pThreshold The threshold of each classifier.
+ * @param pVal1 The value of each classifier below its threshold.
+ * @param pVal2 The value of each classifier otherwise.
+ * @param pNum Number of rectangles of each classifier.
+ * @param length Number of classifiers.
+ * @retval rvpStatusNullPointer A pointer is null.
+ * @retval rvpStatusBadSize `length` or a number of rectangles is below 1.
+ * @retval rvpStatusBadArgument A rectangle's x or y is below 0, or its width or height below 1. The
+ * block has been written to.
+ */
+RVP_API RvpStatus rvpiHaarClassifierInit_32s(RvpiHaarClassifier* pState, const RvpiRect* pFeature,
+                                             const int32_t* pWeight, const int32_t* pThreshold,
+                                             const int32_t* pVal1, const int32_t* pVal2, const int* pNum,
+                                             int length);
+RVP_API RvpStatus rvpiHaarClassifierInit_32f(RvpiHaarClassifier* pState, const RvpiRect* pFeature,
+                                             const float* pWeight, const float* pThreshold, const float* pVal1,
+                                             const float* pVal2, const int* pNum, int length);
+/** @} */
+
+/** @name Tilted stage
+ *  @{ */
+/**
+ * Fills a block with tilted rectangles. See @ref haar for the order of the classifiers.
+ *
+ * @param pState The block, of the size that ::rvpiHaarClassifierGetSize tells.
+ * @param pFeature The rectangles of the first classifier, then those of the second, and so on.
+ * @param pWeight The weight of each rectangle.
+ * @param pThreshold The threshold of each classifier.
+ * @param pVal1 The value of each classifier below its threshold.
+ * @param pVal2 The value of each classifier otherwise.
+ * @param pNum Number of rectangles of each classifier.
+ * @param length Number of classifiers.
+ * @retval rvpStatusNullPointer A pointer is null.
+ * @retval rvpStatusBadSize `length` or a number of rectangles is below 1.
+ * @retval rvpStatusBadArgument A rectangle's x or y is below 0, or its width or height below 1, or its x + 1 below
+ * its height. The
+ * block has been written to.
+ */
+RVP_API RvpStatus rvpiTiltedHaarClassifierInit_32s(RvpiHaarClassifier* pState, const RvpiRect* pFeature,
+                                                   const int32_t* pWeight, const int32_t* pThreshold,
+                                                   const int32_t* pVal1, const int32_t* pVal2, const int* pNum,
+                                                   int length);
+RVP_API RvpStatus rvpiTiltedHaarClassifierInit_32f(RvpiHaarClassifier* pState, const RvpiRect* pFeature,
+                                                   const float* pWeight, const float* pThreshold,
+                                                   const float* pVal1, const float* pVal2, const int* pNum,
+                                                   int length);
+/** @} */
+
+/** @name Size of a stage
+ *  @{ */
+/**
+ * Tells how far the rectangles reach: the largest x of a corner `c2` and the largest y of a corner `c0`.
+ *
+ * @param pState The block.
+ * @param pSize Where the size goes; 0 by 0 for a block without classifiers.
+ * @retval rvpStatusNullPointer A pointer is null.
+ */
+RVP_API RvpStatus rvpiGetHaarClassifierSize_32s(const RvpiHaarClassifier* pState, RvpiSize* pSize);
+RVP_API RvpStatus rvpiGetHaarClassifierSize_32f(const RvpiHaarClassifier* pState, RvpiSize* pSize);
+/** @} */
+
+/** @name Tilting
+ *  @{ */
+/**
+ * Tilts the rectangles of some classifiers of a block that has none tilted yet. See @ref haar for the corners.
+ *
+ * @param pMask One byte for each classifier in the order in which the caller gave them; any value but zero selects.
+ * @param flag Not zero for the corners of the tilted stage, zero for the other ones.
+ * @param pState The block.
+ * @retval rvpStatusNullPointer A pointer is null.
+ * @retval rvpStatusBadArgument The block has tilted rectangles.
+ */
+RVP_API RvpStatus rvpiTiltHaarFeatures_32s(const uint8_t* pMask, int flag, RvpiHaarClassifier* pState);
+RVP_API RvpStatus rvpiTiltHaarFeatures_32f(const uint8_t* pMask, int flag, RvpiHaarClassifier* pState);
+/** @} */
+
+/** @name Test of a stage
+ *  @{ */
+/**
+ * Tests a stage at the selected pixels. See @ref haar for the formulas, the limits and the statuses.
+ *
+ * @param pSrc The table at the first pixel.
+ * @param srcStep Row step of the table, in bytes.
+ * @param pNorm First pixel of the normalising image.
+ * @param normStep Row step of the normalising image, in bytes.
+ * @param pMask First pixel of the mask; pixels that fail become zero.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pPositive Where the number of pixels goes that passed.
+ * @param threshold Threshold of the stage.
+ * @param pState The block.
+ */
+RVP_API RvpStatus rvpiApplyHaarClassifier_32f_C1R(const float* pSrc, int srcStep, const float* pNorm, int normStep,
+                                                  uint8_t* pMask, int maskStep, RvpiSize roiSize, int* pPositive,
+                                                  float threshold, RvpiHaarClassifier* pState);
+RVP_API RvpStatus rvpiApplyHaarClassifier_32s32f_C1R(const int32_t* pSrc, int srcStep, const float* pNorm,
+                                                     int normStep, uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                                     int* pPositive, float threshold, RvpiHaarClassifier* pState);
+/** @} */
+
+/**
+ * Tests a stage at the selected pixels, in integers. See @ref haar for the formulas, the limits and the statuses.
+ *
+ * @param pSrc The table at the first pixel.
+ * @param srcStep Row step of the table, in bytes.
+ * @param pNorm First pixel of the normalising image.
+ * @param normStep Row step of the normalising image, in bytes.
+ * @param pMask First pixel of the mask; pixels that fail become zero.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pPositive Where the number of pixels goes that passed.
+ * @param threshold Threshold of the stage.
+ * @param pState The block.
+ * @param scaleFactor Sums are shifted left by minus this before they are compared; at most 0.
+ */
+RVP_API RvpStatus rvpiApplyHaarClassifier_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pNorm,
+                                                     int normStep, uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                                     int* pPositive, int32_t threshold, RvpiHaarClassifier* pState,
+                                                     int scaleFactor);
+
+/** @name Test of a stage of upright and tilted features
+ *  @{ */
+/**
+ * Tests a stage of upright and tilted features at the selected pixels. See @ref haar for the formulas, the limits
+ * and the statuses.
+ *
+ * @param pSrc The upright table at the first pixel.
+ * @param srcStep Row step of the upright table, in bytes.
+ * @param pTilt The tilted table at the first pixel.
+ * @param tiltStep Row step of the tilted table, in bytes.
+ * @param pNorm First pixel of the normalising image.
+ * @param normStep Row step of the normalising image, in bytes.
+ * @param pMask First pixel of the mask; pixels that fail become zero.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pPositive Where the number of pixels goes that passed.
+ * @param threshold Threshold of the stage.
+ * @param pState The block.
+ */
+RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32f_C1R(const float* pSrc, int srcStep, const float* pTilt,
+                                                       int tiltStep, const float* pNorm, int normStep,
+                                                       uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                                       int* pPositive, float threshold, RvpiHaarClassifier* pState);
+RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32s32f_C1R(const int32_t* pSrc, int srcStep, const int32_t* pTilt,
+                                                          int tiltStep, const float* pNorm, int normStep,
+                                                          uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                                          int* pPositive, float threshold,
+                                                          RvpiHaarClassifier* pState);
+/** @} */
+
+/**
+ * Tests a stage of upright and tilted features at the selected pixels, in integers. See @ref haar for the formulas,
+ * the limits and the statuses.
+ *
+ * @param pSrc The upright table at the first pixel.
+ * @param srcStep Row step of the upright table, in bytes.
+ * @param pTilt The tilted table at the first pixel.
+ * @param tiltStep Row step of the tilted table, in bytes.
+ * @param pNorm First pixel of the normalising image.
+ * @param normStep Row step of the normalising image, in bytes.
+ * @param pMask First pixel of the mask; pixels that fail become zero.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pPositive Where the number of pixels goes that passed.
+ * @param threshold Threshold of the stage.
+ * @param pState The block.
+ * @param scaleFactor Sums are shifted left by minus this before they are compared; at most 0.
+ */
+RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pTilt,
+                                                          int tiltStep, const int32_t* pNorm, int normStep,
+                                                          uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                                          int* pPositive, int32_t threshold,
+                                                          RvpiHaarClassifier* pState, int scaleFactor);
+
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif
