@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <functional>
 #include <limits>
 #include <random>
@@ -344,6 +345,36 @@ TYPED_TEST(Haar, EqualityPasses) {
   EXPECT_EQ(positive, 0);
   EXPECT_EQ(call.run(false), rvpStatusOk);
   EXPECT_EQ(positive, 0);
+}
+
+// A sum of values that shows its order: pairs, triples, others; or the caller's order in a tilted block.
+TEST(HaarBlock, KeepsItsOrder) {
+  Stage<float> s;
+  s.num = {4, 3, 2, 2};
+  s.rects.assign(11, {1, 1, 1, 1});
+  s.weights.assign(11, 0);
+  s.thresholds.assign(4, 0);
+  s.val1 = s.val2 = {1, -1e8f, 1e8f, 3};
+  const Plane<float> table(4, 4);
+  const float norm = 1;
+  for (const bool tilted : {false, true}) {
+    s.tiltedInit = tilted;
+    std::vector<std::uint64_t> memory(static_cast<std::size_t>(Block<float>::size(s)) / 8 + 1);
+    auto* state = reinterpret_cast<RvpiHaarClassifier*>(memory.data());
+    const auto init = tilted ? rvpiTiltedHaarClassifierInit_32f : rvpiHaarClassifierInit_32f;
+    ASSERT_EQ(init(state, s.rects.data(), s.weights.data(), s.thresholds.data(), s.val1.data(), s.val2.data(),
+                   s.num.data(), 4),
+              rvpStatusOk);
+    const float sum = tilted ? 3 : 1;
+    for (const float threshold : {sum, std::nextafter(sum, 9.0f)}) {
+      std::uint8_t mask = 1;
+      int positive = 0;
+      ASSERT_EQ(rvpiApplyHaarClassifier_32f_C1R(table.row(0), 16, &norm, 4, &mask, 1, {1, 1}, &positive, threshold,
+                                                state),
+                rvpStatusOk);
+      EXPECT_EQ(positive, threshold == sum ? 1 : 0) << tilted;
+    }
+  }
 }
 
 TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
