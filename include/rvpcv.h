@@ -5,6 +5,7 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/stats.h"

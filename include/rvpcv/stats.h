@@ -276,6 +276,296 @@ RVP_API RvpStatus rvpiAddWeighted_32f_C1R(const float* pSrc1, int src1Step, cons
 
 /** @} */
 
+/**
+ * @defgroup norms Masked norms
+ *
+ * How large an image is, how far two images are apart, and how far in proportion to the second, over the pixels
+ * that a mask selects. With `a` and `b` the selected pixels of the first and the second image:
+ *
+ * | norm  | `rvpiNorm`         | `rvpiNormDiff`         | `rvpiNormRel`                          |
+ * | ----- | ------------------ | ---------------------- | -------------------------------------- |
+ * | `Inf` | `max abs(a)`       | `max abs(a - b)`       | `max abs(a - b) / max abs(b)`          |
+ * | `L1`  | `sum abs(a)`       | `sum abs(a - b)`       | `sum abs(a - b) / sum abs(b)`          |
+ * | `L2`  | `sqrt(sum a^2)`    | `sqrt(sum (a - b)^2)`  | `sqrt(sum (a - b)^2 / sum b^2)`        |
+ *
+ * For `a` = 3, 4 and `b` = 0, 8, all selected, `rvpiNorm_L2` of `a` is 5, `rvpiNormDiff_L1` is 7 and
+ * `rvpiNormRel_Inf` is 0.5. If nothing is selected, the norm of an image or of a difference is 0.
+ *
+ * **Mask and channel.** The mask has one byte a pixel, and any value but zero selects. The `C3C` forms measure one
+ * channel, `coi`, of three interleaved ones; their mask too has one byte a pixel. Pixels that are not selected have
+ * no part in the result, whatever they hold.
+ *
+ * **Precision.** For `8u` and `16u` each thread's sum is exact, whatever the size of the image, and is rounded once
+ * to double. For `32f` pixels are converted to double; each difference, square and addition there is rounded by
+ * itself. A thread adds its rows' pixels in a fixed order: the pixel of column x of the region, in each row from
+ * the top, goes to sum x mod 8, and the eight sums are added as `((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 +
+ * s7))`.
+ * ::rvpiNormRel_L2_32f_C1MR rounds its two sums to float before the division, so that a sum may become 0 or
+ * infinite there; the other members keep them in double.
+ *
+ * **NaN.** In `Inf` a selected NaN, also one that comes of the difference of two infinities, is passed over,
+ * wherever it stands. In `L1` and `L2` it makes the sum NaN.
+ *
+ * **Parameters.** A source step is in bytes, at least the row's length, and a multiple of the element size; the
+ * mask's step is at least `width`. No pointer may be null. `pValue` is written only if the call succeeds or warns.
+ *
+ * **Statuses**, in the order of checking:
+ * 1. ::rvpStatusNullPointer: a pointer is null.
+ * 2. ::rvpStatusBadSize: `width` or `height` is below 1.
+ * 3. The steps. With two images: any step is shorter than its row (::rvpStatusBadStep), then a source step is no
+ *    multiple of the element size (::rvpStatusStepNotMultiple). With one image: the source step is shorter than the
+ *    row (::rvpStatusBadStep), then it is no multiple of the element size (::rvpStatusStepNotMultiple), then the
+ *    mask's step is shorter than the row (::rvpStatusBadStep).
+ * 4. ::rvpStatusBadChannelOfInterest: `coi` is not 1, 2 or 3.
+ *
+ * ::rvpStatusDivByZero is a warning of `rvpiNormRel` that the second image's norm is zero. The result is then
+ * infinity if the difference has a norm above zero, and NaN otherwise.
+ *
+ * **Memory and threads.** From a number of pixels on that grows with the number of threads, the rows are shared out
+ * to a team of ::rvpGetNumThreads threads, whose results are merged in the order of the rows:
+ *
+ * | pixels for each thread | operations                                                                          |
+ * | ---------------------- | ----------------------------------------------------------------------------------- |
+ * | never a team | `rvpiNormDiff_Inf`; the `32f` members of `rvpiNormDiff_L1`, `rvpiNormDiff_L2`, `rvpiNormRel_L1`
+ * and `rvpiNormRel_L2`; ::rvpiNormRel_L1_8u_C1MR | | 32768 | the `C3C` members of `rvpiNorm_L2` and
+ * `rvpiNormRel_Inf`; ::rvpiNorm_Inf_32f_C3CMR; the `16u` `C3C` members of `rvpiNormDiff`; all other `16u` members
+ * of `rvpiNormRel_L1` and `rvpiNormRel_L2`; their `8u` `C3C` members; ::rvpiNormRel_Inf_32f_C1MR | | 524288 |
+ * ::rvpiNorm_Inf_8u_C1MR, ::rvpiNorm_Inf_16u_C1MR | | 131072 | all others |
+ *
+ * The number of threads can change a result in its last bits where sums of threads need more than the 53 bits of a
+ * double: in ::rvpiNorm_L1_32f_C1MR, ::rvpiNorm_L2_32f_C1MR and their `C3C` forms, and in integer sums above 2^53.
+ * A team of more than 32 threads needs a block of the core library for the time of the call; if it cannot be had,
+ * the team has 32.
+ * @{
+ */
+
+/** @name Norm of an image
+ *  @{ */
+/**
+ * Measures one image under a mask. See @ref norms for the formulas, the limits and the statuses.
+ *
+ * @param pSrc First pixel of the image.
+ * @param srcStep Row step of the image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNorm_Inf_8u_C1MR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_Inf_16u_C1MR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_Inf_32f_C1MR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_8u_C1MR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                      RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_16u_C1MR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_32f_C1MR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_8u_C1MR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                      RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_16u_C1MR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_32f_C1MR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, double* pValue);
+/** @} */
+
+/** @name Norm of an image, one channel of three
+ *  @{ */
+/**
+ * Measures one image in one channel of three under a mask. See @ref norms for the formulas, the limits and the
+ * statuses.
+ *
+ * @param pSrc First pixel of the image.
+ * @param srcStep Row step of the image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param coi Channel of interest, 1 to 3.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNorm_Inf_8u_C3CMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_Inf_16u_C3CMR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                         RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_Inf_32f_C3CMR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                         RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_8u_C3CMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_16u_C3CMR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L1_32f_C3CMR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_8u_C3CMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                       RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_16u_C3CMR(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, int coi, double* pValue);
+RVP_API RvpStatus rvpiNorm_L2_32f_C3CMR(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
+                                        RvpiSize roiSize, int coi, double* pValue);
+/** @} */
+
+/** @name Norm of a difference
+ *  @{ */
+/**
+ * Measures the difference of two images under a mask. See @ref norms for the formulas, the limits and the statuses.
+ *
+ * @param pSrc1 First pixel of the first image.
+ * @param src1Step Row step of the first image, in bytes.
+ * @param pSrc2 First pixel of the second image.
+ * @param src2Step Row step of the second image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNormDiff_Inf_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_Inf_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2,
+                                            int src2Step, const uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                            double* pValue);
+RVP_API RvpStatus rvpiNormDiff_Inf_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+/** @} */
+
+/** @name Norm of a difference, one channel of three
+ *  @{ */
+/**
+ * Measures the difference of two images in one channel of three under a mask. See @ref norms for the formulas, the
+ * limits and the statuses.
+ *
+ * @param pSrc1 First pixel of the first image.
+ * @param src1Step Row step of the first image, in bytes.
+ * @param pSrc2 First pixel of the second image.
+ * @param src2Step Row step of the second image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param coi Channel of interest, 1 to 3.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNormDiff_Inf_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                            double* pValue);
+RVP_API RvpStatus rvpiNormDiff_Inf_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2,
+                                             int src2Step, const uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                             int coi, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_Inf_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                             const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                             double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2,
+                                            int src2Step, const uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                            int coi, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L1_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                            double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2,
+                                            int src2Step, const uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                            int coi, double* pValue);
+RVP_API RvpStatus rvpiNormDiff_L2_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                            double* pValue);
+/** @} */
+
+/** @name Norm of a difference relative to the second image
+ *  @{ */
+/**
+ * Measures the difference of two images in proportion to the second under a mask. See @ref norms for the formulas,
+ * the limits and the statuses.
+ *
+ * @param pSrc1 First pixel of the first image.
+ * @param src1Step Row step of the first image, in bytes.
+ * @param pSrc2 First pixel of the second image, which is the measure.
+ * @param src2Step Row step of the second image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNormRel_Inf_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_Inf_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_Inf_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                         const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                         const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_16u_C1MR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_32f_C1MR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
+/** @} */
+
+/** @name Norm of a difference relative to the second image, one channel of three
+ *  @{ */
+/**
+ * Measures the difference of two images in proportion to the second in one channel of three under a mask. See @ref
+ * norms for the formulas, the limits and the statuses.
+ *
+ * @param pSrc1 First pixel of the first image.
+ * @param src1Step Row step of the first image, in bytes.
+ * @param pSrc2 First pixel of the second image, which is the measure.
+ * @param src2Step Row step of the second image, in bytes.
+ * @param pMask First pixel of the mask; any value but zero selects.
+ * @param maskStep Row step of the mask, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param coi Channel of interest, 1 to 3.
+ * @param pValue Where the result goes.
+ */
+RVP_API RvpStatus rvpiNormRel_Inf_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormRel_Inf_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2,
+                                            int src2Step, const uint8_t* pMask, int maskStep, RvpiSize roiSize,
+                                            int coi, double* pValue);
+RVP_API RvpStatus rvpiNormRel_Inf_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                            double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                          double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormRel_L1_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
+                                          const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                          double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_16u_C3CMR(const uint16_t* pSrc1, int src1Step, const uint16_t* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+RVP_API RvpStatus rvpiNormRel_L2_32f_C3CMR(const float* pSrc1, int src1Step, const float* pSrc2, int src2Step,
+                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
+                                           double* pValue);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

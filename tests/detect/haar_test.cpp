@@ -1,0 +1,485 @@
+// Stages of Haar cascades against an evaluator that works on the caller's own arrays.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <utility>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+enum class Kind { upright, tilted, tiltedDown };  // The last: tilted afterwards with flag 0.
+
+constexpr int kWindow = 18;
+
+// A stage as its caller describes it. Rectangles of every kind stay in a window of kWindow by kWindow.
+template <class V>
+struct Stage {
+  std::vector<int> num;
+  std::vector<RvpiRect> rects;
+  std::vector<V> weights, thresholds, val1, val2;
+  std::vector<Kind> kinds;
+  bool tiltedInit = false;
+  V threshold{};
+
+  int length() const { return static_cast<int>(num.size()); }
+};
+
+template <class V>
+Stage<V> randomStage(unsigned seed, bool tiltedInit) {
+  std::minstd_rand engine(seed * 7919 + 3);
+  const auto number = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(engine); };
+  const auto value = [&](int range) {
+    return std::is_same_v<V, float> ? static_cast<V>(number(-range, range)) / V{7}
+                                    : static_cast<V>(number(-range, range));
+  };
+  Stage<V> s;
+  s.tiltedInit = tiltedInit;
+  const int length = number(1, 9);
+  for (int i = 0; i < length; ++i) {
+    s.num.push_back(number(1, 5));
+    s.kinds.push_back(tiltedInit ? Kind::tilted : Kind::upright);
+    s.thresholds.push_back(value(1 << 20));
+    s.val1.push_back(value(500));
+    s.val2.push_back(value(500));
+    for (int k = 0; k < s.num.back(); ++k) {
+      // x is at least the height and y at least the width, so that each way of tilting stays right of and below 0.
+      const RvpiRect r = {number(5, 8), number(5, 8), number(1, 5), number(1, 5)};
+      s.rects.push_back(r);
+      s.weights.push_back(value(3000));
+    }
+  }
+  return s;
+}
+
+std::array<RvpiPoint, 4> corners(Kind kind, RvpiRect r) {
+  const auto [x, y, w, h] = r;
+  switch (kind) {
+    case Kind::upright:
+      return {{{x + w, y + h}, {x, y + h}, {x + w, y}, {x, y}}};
+    case Kind::tilted:
+      return {{{x + w - h, y + w + h}, {x - h, y + h}, {x + w, y + w}, {x, y}}};
+    case Kind::tiltedDown:
+      return {{{x, y + h}, {x - h, y}, {x + w, y + h - w}, {x + w - h, y - w}}};
+  }
+  return {};
+}
+
+// The order of the classifiers in a block.
+template <class V>
+std::vector<int> storedOrder(const Stage<V>& s) {
+  std::vector<int> order;
+  const auto add = [&](auto takes) {
+    for (int i = 0; i < s.length(); ++i) {
+      if (takes(s.num[static_cast<std::size_t>(i)])) order.push_back(i);
+    }
+  };
+  if (s.tiltedInit) {
+    add([](int) { return true; });
+  } else {
+    add([](int n) { return n == 2; });
+    add([](int n) { return n == 3; });
+    add([](int n) { return n != 2 && n != 3; });
+  }
+  return order;
+}
+
+std::int32_t low(std::int64_t value) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(value)); }
+
+// Whether a pixel passes. `tilt` is null for the plain functions.
+template <class T, class V>
+bool passes(const Stage<V>& s, const Plane<T>& table, const Plane<T>* tilt, V norm, int scale, int x, int y) {
+  V sum{};
+  for (const int i : storedOrder(s)) {
+    const auto c = static_cast<std::size_t>(i);
+    std::size_t first = 0;
+    for (std::size_t k = 0; k < c; ++k) first += static_cast<std::size_t>(s.num[k]);
+    const bool other = tilt != nullptr && s.kinds[c] != Kind::upright;
+    const Plane<T>& from = other ? *tilt : table;
+    const int late = other ? 1 : 0;
+    std::conditional_t<std::is_same_v<V, float>, float, std::uint64_t> f{};
+    for (std::size_t k = first; k < first + static_cast<std::size_t>(s.num[c]); ++k) {
+      T cell[4];
+      const auto places = corners(s.kinds[c], s.rects[k]);
+      for (std::size_t j = 0; j < 4; ++j) cell[j] = from.at(y + late + places[j].y, x + late + places[j].x);
+      T r;
+      if constexpr (std::is_integral_v<T>) {
+        r = low(std::int64_t{cell[0]} - cell[1] - cell[2] + cell[3]);
+      } else {
+        r = cell[0] - cell[1] - cell[2] + cell[3];
+      }
+      if constexpr (std::is_same_v<V, float>) {
+        f += static_cast<float>(r) * s.weights[k];
+      } else {
+        f += static_cast<std::uint64_t>(std::int64_t{r} * s.weights[k]);
+      }
+    }
+    bool below;
+    if constexpr (std::is_same_v<V, float>) {
+      below = s.thresholds[c] * norm > f;
+      sum += below ? s.val1[c] : s.val2[c];
+    } else {
+      below = static_cast<std::int64_t>(-scale > 63 ? 0 : f << -scale) < std::int64_t{s.thresholds[c]} * norm;
+      sum = low(std::int64_t{sum} + (below ? s.val1[c] : s.val2[c]));
+    }
+  }
+  return !(s.threshold > sum);
+}
+
+// The types of table and values that belong together, with their functions.
+template <class TableType, class ValueType>
+struct Call {
+  using T = TableType;
+  using V = ValueType;
+  const T* src;
+  int srcStep;
+  const T* tilt;
+  int tiltStep;
+  const V* norm;
+  int normStep;
+  std::uint8_t* mask;
+  int maskStep;
+  RvpiSize size;
+  int* positive;
+  V threshold;
+  RvpiHaarClassifier* state;
+  int scale;
+
+  RvpStatus run(bool mixed) const {
+    if constexpr (std::is_same_v<V, std::int32_t>) {
+      if (mixed)
+        return rvpiApplyMixedHaarClassifier_32s_C1RSfs(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
+                                                       size, positive, threshold, state, scale);
+      return rvpiApplyHaarClassifier_32s_C1RSfs(src, srcStep, norm, normStep, mask, maskStep, size, positive,
+                                                threshold, state, scale);
+    } else if constexpr (std::is_same_v<T, float>) {
+      if (mixed)
+        return rvpiApplyMixedHaarClassifier_32f_C1R(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
+                                                    size, positive, threshold, state);
+      return rvpiApplyHaarClassifier_32f_C1R(src, srcStep, norm, normStep, mask, maskStep, size, positive,
+                                             threshold, state);
+    } else {
+      if (mixed)
+        return rvpiApplyMixedHaarClassifier_32s32f_C1R(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
+                                                       size, positive, threshold, state);
+      return rvpiApplyHaarClassifier_32s32f_C1R(src, srcStep, norm, normStep, mask, maskStep, size, positive,
+                                                threshold, state);
+    }
+  }
+};
+
+// Picks the function of a value type.
+template <class V, class Integer, class Float>
+auto pick(Integer integer, Float real) {
+  if constexpr (std::is_same_v<V, float>) {
+    return real;
+  } else {
+    return integer;
+  }
+}
+
+// A block of the size that is asked for, at a multiple of 8, with nothing behind it.
+template <class V>
+class Block {
+ public:
+  explicit Block(const Stage<V>& s) : bytes_(Plane<std::uint8_t>((size(s) + 7) / 8 * 8, 1, 0xA5), Cliff::behind) {}
+  static int size(const Stage<V>& s) {
+    int bytes = 0;
+    EXPECT_EQ(rvpiHaarClassifierGetSize(std::is_same_v<V, float> ? rvp32f : rvp32s, {1, 1}, s.num.data(),
+                                        s.length(), &bytes),
+              rvpStatusOk);
+    const int total = static_cast<int>(s.rects.size());
+    const bool real = std::is_same_v<V, float>;
+    EXPECT_EQ(bytes, real ? 44 * s.length() + 60 * total + 512 : 32 * s.length() + 52 * total + 128);
+    return bytes;
+  }
+  RvpStatus init(const Stage<V>& s) {
+    const auto run = s.tiltedInit ? pick<V>(rvpiTiltedHaarClassifierInit_32s, rvpiTiltedHaarClassifierInit_32f)
+                                  : pick<V>(rvpiHaarClassifierInit_32s, rvpiHaarClassifierInit_32f);
+    return run(state(), s.rects.data(), s.weights.data(), s.thresholds.data(), s.val1.data(), s.val2.data(),
+               s.num.data(), s.length());
+  }
+  RvpiHaarClassifier* state() { return reinterpret_cast<RvpiHaarClassifier*>(bytes_.data()); }
+  auto& header() {
+    using Header =
+        std::conditional_t<std::is_same_v<V, float>, RvpiHaarClassifierHeader_32f, RvpiHaarClassifierHeader_32s>;
+    return *reinterpret_cast<Header*>(state());
+  }
+
+ private:
+  OnCliff<std::uint8_t> bytes_;
+};
+
+// Sparse and full masks alternate, and so do masks with empty stretches.
+Plane<std::uint8_t> randomMask(int width, int height, unsigned seed) {
+  Plane<std::uint8_t> mask = randomPlane<std::uint8_t>(width, height, seed);
+  for (std::size_t i = 0; i < mask.elements.size(); ++i) {
+    std::uint8_t& m = mask.elements[i];
+    if (seed % 3 == 0 ? m % 11 != 0 : seed % 3 == 1 && i / 40 % 2 == 0) m = 0;
+  }
+  return mask;
+}
+
+template <class C>
+void checkStage(const Stage<typename C::V>& s, Block<typename C::V>& block, bool mixed, int width, unsigned seed,
+                Cliff cliff) {
+  using T = typename C::T;
+  using V = typename C::V;
+  constexpr int kHeight = 3;
+  const auto table = randomPlane<T>(width + kWindow, kHeight + kWindow, seed);
+  const auto tilt = randomPlane<T>(width + kWindow + 1, kHeight + kWindow + 1, seed + 1);
+  Plane<V> norm = randomPlane<V>(width, kHeight, seed + 2);
+  if constexpr (std::is_integral_v<V>) {
+    for (V& n : norm.elements) n = n % (1 << 20);
+  }
+  const auto before = randomMask(width, kHeight, seed);
+  const int scale = -static_cast<int>(seed % 5);
+  Plane<std::uint8_t> wanted = before;
+  int count = 0;
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < width; ++x) {
+      if (wanted.at(y, x) == 0) continue;
+      if (passes(s, table, mixed ? &tilt : nullptr, norm.at(y, x), scale, x, y)) {
+        ++count;
+      } else {
+        wanted.at(y, x) = 0;
+      }
+    }
+  }
+  OnCliff<T> src(table, cliff), tilted(tilt, cliff);
+  OnCliff<V> norms(norm, cliff);
+  OnCliff<std::uint8_t> mask(before, cliff);
+  int positive = -1;
+  const C call = {src.data(),  src.step(),  tilted.data(), tilted.step(), norms.data(),  norms.step(), mask.data(),
+                  mask.step(), mask.size(), &positive,     s.threshold,   block.state(), scale};
+  ASSERT_EQ(call.run(mixed), rvpStatusOk);
+  ASSERT_TRUE(same(wanted, mask.content()));
+  ASSERT_EQ(positive, count);
+}
+
+template <class C>
+class Haar : public testing::Test {};
+using Calls = testing::Types<Call<float, float>, Call<std::int32_t, float>, Call<std::int32_t, std::int32_t>>;
+TYPED_TEST_SUITE(Haar, Calls);
+
+TYPED_TEST(Haar, FollowsTheFormula) {
+  using V = typename TypeParam::V;
+  for (int width = 1; width <= kWidestSmall + 60; width += width < kWidestSmall ? 1 : 13) {
+    for (const unsigned kind : {0U, 1U, 2U, 3U}) {
+      const auto seed = static_cast<unsigned>(width) * 4 + kind;
+      SCOPED_TRACE(seed);
+      Stage<V> s = randomStage<V>(seed, kind == 1);
+      Block<V> block(s);
+      ASSERT_EQ(block.init(s), rvpStatusOk);
+      // Kinds 2 and 3: every other classifier is tilted afterwards, with one flag or the other.
+      if (kind >= 2) {
+        std::vector<std::uint8_t> mask(s.num.size());
+        for (std::size_t i = 0; i < mask.size(); i += 2) {
+          mask[i] = 7;
+          s.kinds[i] = kind == 2 ? Kind::tilted : Kind::tiltedDown;
+        }
+        const auto run = pick<V>(rvpiTiltHaarFeatures_32s, rvpiTiltHaarFeatures_32f);
+        const std::vector<std::uint8_t> none(s.num.size());
+        ASSERT_EQ(run(none.data(), 1, block.state()), rvpStatusOk);
+        ASSERT_EQ(run(mask.data(), kind == 2 ? 5 : 0, block.state()), rvpStatusOk);
+        ASSERT_EQ(run(mask.data(), 1, block.state()), rvpStatusBadArgument);
+      }
+      RvpiSize reach = {0, 0}, told = {-1, -1};
+      std::size_t rect = 0;
+      for (std::size_t i = 0; i < s.num.size(); ++i) {
+        for (int k = 0; k < s.num[i]; ++k, ++rect) {
+          const auto c = corners(s.kinds[i], s.rects[rect]);
+          reach = {std::max(reach.width, c[2].x), std::max(reach.height, c[0].y)};
+        }
+      }
+      const auto size = pick<V>(rvpiGetHaarClassifierSize_32s, rvpiGetHaarClassifierSize_32f);
+      ASSERT_EQ(size(block.state(), &told), rvpStatusOk);
+      ASSERT_EQ(std::pair(told.width, told.height), std::pair(reach.width, reach.height));
+      for (const bool mixed : {false, true}) {
+        const Cliff cliff = width % 2 == 0 ? Cliff::before : Cliff::behind;
+        ASSERT_NO_FATAL_FAILURE((checkStage<TypeParam>(s, block, mixed, width, seed, cliff)));
+      }
+    }
+  }
+}
+
+// Equality passes on both levels: a weak sum at its limit takes the second value, a stage at its threshold stays.
+TYPED_TEST(Haar, EqualityPasses) {
+  using V = typename TypeParam::V;
+  using T = typename TypeParam::T;
+  Stage<V> s;
+  s.num = {1, 1};
+  s.rects = {{0, 0, 1, 1}, {0, 0, 1, 1}};
+  s.weights = {1, 1};
+  s.thresholds = {2, 3};
+  s.val1 = {-100, 5};
+  s.val2 = {4, -100};
+  s.threshold = 9;
+  Block<V> block(s);
+  ASSERT_EQ(block.init(s), rvpStatusOk);
+  const T table[4] = {0, 0, 0, 6};
+  const V norm = 3;
+  std::uint8_t mask = 200;
+  int positive = 0;
+  TypeParam call = {table, 8, table, 8, &norm, 4, &mask, 1, {1, 1}, &positive, s.threshold, block.state(), 0};
+  EXPECT_EQ(call.run(false), rvpStatusOk);
+  EXPECT_EQ(mask, 200);
+  EXPECT_EQ(positive, 1);
+  call.threshold = 10;
+  EXPECT_EQ(call.run(false), rvpStatusOk);
+  EXPECT_EQ(mask, 0);
+  EXPECT_EQ(positive, 0);
+  EXPECT_EQ(call.run(false), rvpStatusOk);
+  EXPECT_EQ(positive, 0);
+}
+
+// A sum of values that shows its order: pairs, triples, others; or the caller's order in a tilted block.
+TEST(HaarBlock, KeepsItsOrder) {
+  Stage<float> s;
+  s.num = {4, 3, 2, 2};
+  s.rects.assign(11, {1, 1, 1, 1});
+  s.weights.assign(11, 0);
+  s.thresholds.assign(4, 0);
+  s.val1 = s.val2 = {1, -1e8f, 1e8f, 3};
+  const Plane<float> table(4, 4);
+  const float norm = 1;
+  for (const bool tilted : {false, true}) {
+    s.tiltedInit = tilted;
+    std::vector<std::uint64_t> memory(static_cast<std::size_t>(Block<float>::size(s)) / 8 + 1);
+    auto* state = reinterpret_cast<RvpiHaarClassifier*>(memory.data());
+    const auto init = tilted ? rvpiTiltedHaarClassifierInit_32f : rvpiHaarClassifierInit_32f;
+    ASSERT_EQ(init(state, s.rects.data(), s.weights.data(), s.thresholds.data(), s.val1.data(), s.val2.data(),
+                   s.num.data(), 4),
+              rvpStatusOk);
+    const float sum = tilted ? 3 : 1;
+    for (const float threshold : {sum, std::nextafter(sum, 9.0f)}) {
+      std::uint8_t mask = 1;
+      int positive = 0;
+      ASSERT_EQ(rvpiApplyHaarClassifier_32f_C1R(table.row(0), 16, &norm, 4, &mask, 1, {1, 1}, &positive, threshold,
+                                                state),
+                rvpStatusOk);
+      EXPECT_EQ(positive, threshold == sum ? 1 : 0) << tilted;
+    }
+  }
+}
+
+TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
+  using V = typename TypeParam::V;
+  using T = typename TypeParam::T;
+  const Stage<V> s = randomStage<V>(5, false);
+  Block<V> block(s);
+  ASSERT_EQ(block.init(s), rvpStatusOk);
+  constexpr int kWidth = 4, kStep = 4 * (kWidth + kWindow + 1);
+  const auto table = randomPlane<T>(kWidth + kWindow + 1, 2 + kWindow, 1);
+  const auto norm = randomPlane<V>(kWidth, 1, 2);
+  for (const bool mixed : {false, true}) {
+    std::vector<std::pair<RvpStatus, std::function<void(TypeParam&)>>> faults = {
+        {rvpStatusNullPointer, [](auto& c) { c.src = nullptr; }},
+        {rvpStatusNullPointer, [](auto& c) { c.norm = nullptr; }},
+        {rvpStatusNullPointer, [](auto& c) { c.mask = nullptr; }},
+        {rvpStatusNullPointer, [](auto& c) { c.positive = nullptr; }},
+        {rvpStatusNullPointer, [](auto& c) { c.state = nullptr; }},
+        {rvpStatusBadSize, [](auto& c) { c.size.width = 0; }},
+        {rvpStatusBadSize, [](auto& c) { c.size.height = -1; }},
+        {rvpStatusBadStep, [](auto& c) { c.srcStep = 4 * kWidth - 4; }},
+        {rvpStatusBadStep, [](auto& c) { c.normStep = 4 * kWidth - 1; }},
+        {rvpStatusBadStep, [](auto& c) { c.maskStep = kWidth - 1; }},
+        {rvpStatusStepNotMultiple, [](auto& c) { c.srcStep = 4 * kWidth + 1; }},
+        {rvpStatusStepNotMultiple, [](auto& c) { c.normStep = 4 * kWidth + 2; }}};
+    if (mixed) {
+      faults.insert(faults.begin(), {rvpStatusNullPointer, [](auto& c) { c.tilt = nullptr; }});
+      faults.insert(faults.begin() + 8, {rvpStatusBadStep, [](auto& c) { c.tiltStep = -4; }});
+      faults.push_back({rvpStatusStepNotMultiple, [](auto& c) { c.tiltStep = kStep + 2; }});
+    }
+    if (std::is_same_v<V, std::int32_t>) faults.push_back({rvpStatusBadArgument, [](auto& c) { c.scale = 1; }});
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+      for (std::size_t j = i; j < faults.size(); ++j) {
+        std::uint8_t mask[kWidth] = {1, 2, 3, 4};
+        int positive = 77;
+        TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
+                          kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
+        faults[j].second(call);
+        faults[i].second(call);
+        EXPECT_EQ(call.run(mixed), faults[i].first) << "faults " << i << " and " << j;
+        EXPECT_TRUE(positive == 77 && mask[0] == 1 && mask[3] == 4);
+      }
+    }
+  }
+  // The scratch area is asked for last, and by the plain functions only.
+  block.header().pScratch = nullptr;
+  std::uint8_t mask[kWidth] = {};
+  int positive = 0;
+  TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
+                    kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
+  EXPECT_EQ(call.run(false), rvpStatusNullPointer);
+  EXPECT_EQ(call.run(true), rvpStatusOk);
+}
+
+TEST(HaarBlock, TellsWhatItHolds) {
+  Stage<float> s;
+  s.num = {1, 3, 2, 2};
+  s.rects = {{4, 3, 2, 2}, {3, 3, 1, 1}, {5, 2, 1, 4}, {6, 6, 1, 1},
+             {4, 4, 1, 1}, {4, 4, 2, 2}, {5, 5, 1, 1}, {5, 5, 1, 2}};
+  s.weights = {-1.9f, -1, 2, 3, -1.5f, 2, -1, 2};
+  s.thresholds = s.val1 = s.val2 = {1, 2, 3, 4};
+  Block<float> block(s);
+  ASSERT_EQ(block.init(s), rvpStatusOk);
+  const auto& h = block.header();
+  const std::vector<int> counts = {h.classifierCount, h.featureCount, h.featureTotal,
+                                   h.pairCount,       h.smallCount,   h.tiltMark};
+  EXPECT_EQ(counts, std::vector<int>({4, 8, 8, 2, 3, 0}));
+  EXPECT_EQ(h.allMinusOne, 1);
+  // Down, (4, 4, 2, 2) replaces the first rectangle's 3 + 2 by its edge 6; to the right, (5, 2, 1, 4) finds 3 + 2
+  // where the left bound is 3 by then, and makes it 6. The bounds 3 and 2 are subtracted.
+  const std::vector<int> bounds = {h.boundX, h.boundY, h.boundWidth, h.boundHeight};
+  EXPECT_EQ(bounds, std::vector<int>({3, 2, 3, 4}));
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(h.pScratch) % 64, 0U);
+  s.weights[1] = -2;
+  ASSERT_EQ(block.init(s), rvpStatusOk);
+  EXPECT_EQ(h.allMinusOne, 0);
+}
+
+TEST(HaarBlock, RefusesWhatItCannotHold) {
+  const int num[2] = {1, 1}, zero[2] = {1, 0}, many[1] = {50000000};
+  int size = -1;
+  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, nullptr, 0, &size), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, num, 2, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, num, 0, &size), rvpStatusBadSize);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 0}, num, 2, &size), rvpStatusBadSize);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, zero, 2, &size), rvpStatusBadSize);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(rvp16s, {1, 1}, num, 2, &size), rvpStatusBadDataType);
+  EXPECT_EQ(rvpiHaarClassifierGetSize(rvp32s, {1, 1}, many, 1, &size), rvpStatusSizeOverflow);
+  EXPECT_EQ(size, -1);
+
+  Stage<std::int32_t> s = randomStage<std::int32_t>(9, true);
+  Block<std::int32_t> block(s);
+  RvpiRect& rect = s.rects.back();
+  const RvpiRect good = rect;
+  for (const RvpiRect bad : {RvpiRect{-1, 5, 1, 1}, {5, -1, 1, 1}, {5, 5, 0, 1}, {5, 5, 1, 0}, {5, 5, 1, 7}}) {
+    rect = bad;
+    EXPECT_EQ(block.init(s), rvpStatusBadArgument);
+    EXPECT_EQ(block.header().classifierCount, 0);
+  }
+  rect = {5, 5, 1, 6};
+  EXPECT_EQ(block.init(s), rvpStatusOk);
+  rect = good;
+  EXPECT_EQ(rvpiHaarClassifierInit_32s(block.state(), nullptr, s.weights.data(), s.thresholds.data(), s.val1.data(),
+                                       s.val2.data(), zero, 0),
+            rvpStatusNullPointer);
+  EXPECT_EQ(rvpiHaarClassifierInit_32s(block.state(), s.rects.data(), s.weights.data(), s.thresholds.data(),
+                                       s.val1.data(), s.val2.data(), zero, 2),
+            rvpStatusBadSize);
+  const std::uint8_t all[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
+  EXPECT_EQ(rvpiTiltHaarFeatures_32s(nullptr, 1, block.state()), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiTiltHaarFeatures_32s(all, 1, block.state()), rvpStatusBadArgument);
+}
+
+}  // namespace

@@ -1,0 +1,392 @@
+// The masked norms against their formulas, pixel by pixel.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+enum class Norm { Inf, L1, L2 };
+enum class Form { norm, difference, relative };
+
+template <class T>
+struct Arguments {
+  const T* src1;
+  int src1Step;
+  const T* src2;
+  int src2Step;
+  const std::uint8_t* mask;
+  int maskStep;
+  RvpiSize size;
+  int coi;
+  double* value;
+};
+
+// `exponent`: from 2^exponent pixels for each thread on, a team; none if negative.
+template <class T>
+struct Operation {
+  const char* name;
+  Norm kind;
+  Form form;
+  int channels;
+  int exponent;
+  std::function<RvpStatus(const Arguments<T>&)> run;
+};
+
+#define ONE(KIND, TYPE, EXPONENT1, EXPONENT3)                                                                  \
+  {"rvpiNorm_" #KIND "_" #TYPE "_C1MR",                                                                        \
+   Norm::KIND,                                                                                                 \
+   Form::norm,                                                                                                 \
+   1,                                                                                                          \
+   EXPONENT1,                                                                                                  \
+   [](const auto& a) {                                                                                         \
+     return rvpiNorm_##KIND##_##TYPE##_C1MR(a.src1, a.src1Step, a.mask, a.maskStep, a.size, a.value);          \
+   }},                                                                                                         \
+  {                                                                                                            \
+    "rvpiNorm_" #KIND "_" #TYPE "_C3CMR", Norm::KIND, Form::norm, 3, EXPONENT3, [](const auto& a) {            \
+      return rvpiNorm_##KIND##_##TYPE##_C3CMR(a.src1, a.src1Step, a.mask, a.maskStep, a.size, a.coi, a.value); \
+    }                                                                                                          \
+  }
+#define TWO(NAME, FORM, KIND, TYPE, EXPONENT1, EXPONENT3)                                                      \
+  {#NAME "_" #KIND "_" #TYPE "_C1MR",                                                                          \
+   Norm::KIND,                                                                                                 \
+   Form::FORM,                                                                                                 \
+   1,                                                                                                          \
+   EXPONENT1,                                                                                                  \
+   [](const auto& a) {                                                                                         \
+     return NAME##_##KIND##_##TYPE##_C1MR(a.src1, a.src1Step, a.src2, a.src2Step, a.mask, a.maskStep, a.size,  \
+                                          a.value);                                                            \
+   }},                                                                                                         \
+  {                                                                                                            \
+#NAME "_" #KIND "_" #TYPE "_C3CMR", Norm::KIND, Form::FORM, 3, EXPONENT3, [](const auto& a) {                \
+      return NAME##_##KIND##_##TYPE##_C3CMR(a.src1, a.src1Step, a.src2, a.src2Step, a.mask, a.maskStep, a.size,  \
+                                            a.coi, a.value);                                                     \
+    } \
+  }
+#define DIFF(KIND, TYPE, EXPONENT1, EXPONENT3) TWO(rvpiNormDiff, difference, KIND, TYPE, EXPONENT1, EXPONENT3)
+#define REL(KIND, TYPE, EXPONENT1, EXPONENT3) TWO(rvpiNormRel, relative, KIND, TYPE, EXPONENT1, EXPONENT3)
+
+template <class T>
+std::vector<Operation<T>> operations();
+template <>
+std::vector<Operation<std::uint8_t>> operations() {
+  return {ONE(Inf, 8u, 19, 17),  ONE(L1, 8u, 17, 17),  ONE(L2, 8u, 17, 15),
+          DIFF(Inf, 8u, -1, -1), DIFF(L1, 8u, 17, 17), DIFF(L2, 8u, 17, 17),
+          REL(Inf, 8u, 17, 15),  REL(L1, 8u, -1, 15),  REL(L2, 8u, 17, 15)};
+}
+template <>
+std::vector<Operation<std::uint16_t>> operations() {
+  return {ONE(Inf, 16u, 19, 17),  ONE(L1, 16u, 17, 17),  ONE(L2, 16u, 17, 15),
+          DIFF(Inf, 16u, -1, -1), DIFF(L1, 16u, 17, 15), DIFF(L2, 16u, 17, 15),
+          REL(Inf, 16u, 17, 15),  REL(L1, 16u, 15, 15),  REL(L2, 16u, 15, 15)};
+}
+template <>
+std::vector<Operation<float>> operations() {
+  return {ONE(Inf, 32f, 17, 15),  ONE(L1, 32f, 17, 17),  ONE(L2, 32f, 17, 15),
+          DIFF(Inf, 32f, -1, -1), DIFF(L1, 32f, -1, -1), DIFF(L2, 32f, -1, -1),
+          REL(Inf, 32f, 15, 15),  REL(L1, 32f, -1, -1),  REL(L2, 32f, -1, -1)};
+}
+
+// Pixels over the whole range of integers; floats of all sizes from 2^-24 to 2^24 and both signs, whose sums show
+// the order of addition.
+template <class T>
+Plane<T> pixels(int width, int height, unsigned seed) {
+  Plane<T> plane = randomPlane<T>(width, height, seed);
+  if constexpr (std::is_same_v<T, float>) {
+    const Plane<std::uint8_t> exponents = randomPlane<std::uint8_t>(width, height, seed + 7);
+    for (std::size_t i = 0; i < plane.elements.size(); ++i)
+      plane.elements[i] = std::ldexp(plane.elements[i], exponents.elements[i] % 32 - 24);
+  }
+  return plane;
+}
+
+template <class T>
+struct Inputs {
+  Plane<T> src1, src2;
+  Plane<std::uint8_t> mask;
+
+  Inputs(int width, int height, int channels, unsigned seed)
+      : src1(pixels<T>(width * channels, height, seed)),
+        src2(pixels<T>(width * channels, height, seed + 1)),
+        mask(randomPlane<std::uint8_t>(width, height, seed + 2)) {
+    for (std::uint8_t& m : mask.elements) m = m % 3 == 0 ? 0 : m;
+  }
+};
+
+// One thread's part of a norm: an exact sum of integers, or eight sums of doubles that take columns in turn.
+template <class T>
+double measured(Norm kind, const Inputs<T>& in, int channels, int coi, bool difference, bool second, int first,
+                int last) {
+  unsigned __int128 exact = 0;
+  std::array<double, 8> sums{};
+  double largest = 0;
+  for (int y = first; y < last; ++y) {
+    for (int x = 0; x < in.mask.width; ++x) {
+      if (in.mask.at(y, x) == 0) continue;
+      const auto a = static_cast<double>(in.src1.at(y, x * channels + coi - 1));
+      const auto b = static_cast<double>(in.src2.at(y, x * channels + coi - 1));
+      const double v = std::fabs(difference ? a - b : second ? b : a);
+      if (v > largest) largest = v;
+      const double term = kind == Norm::L2 ? v * v : v;
+      if constexpr (std::is_integral_v<T>) {
+        exact += static_cast<std::uint64_t>(term);
+      } else {
+        sums[static_cast<std::size_t>(x % 8)] += term;
+      }
+    }
+  }
+  if (kind == Norm::Inf) return largest;
+  if (std::is_integral_v<T>) return static_cast<double>(exact);
+  return ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+}
+
+template <class T>
+double merged(const Operation<T>& operation, const Inputs<T>& in, int coi, bool difference, bool second,
+              int threads) {
+  const std::int64_t count = std::int64_t{in.mask.width} * in.mask.height;
+  const bool team = operation.exponent >= 0 && count >= std::int64_t{threads} << operation.exponent;
+  const int slices = team ? threads : 1, rows = in.mask.height / slices;
+  double whole = 0;
+  for (int t = 0; t < slices; ++t) {
+    const double part = measured(operation.kind, in, operation.channels, coi, difference, second, t * rows,
+                                 t == slices - 1 ? in.mask.height : (t + 1) * rows);
+    whole = operation.kind == Norm::Inf ? std::max(whole, part) : whole + part;
+  }
+  return whole;
+}
+
+template <class T>
+double expected(const Operation<T>& operation, const Inputs<T>& in, int coi, int threads) {
+  double value = merged(operation, in, coi, operation.form != Form::norm, false, threads);
+  if (operation.form == Form::relative) {
+    double divisor = merged(operation, in, coi, false, true, threads);
+    if (operation.kind == Norm::L2 && std::is_same_v<T, float> && operation.channels == 1) {
+      value = static_cast<double>(static_cast<float>(value));
+      divisor = static_cast<double>(static_cast<float>(divisor));
+    }
+    value = divisor == 0 ? (value == 0 ? std::nan("") : INFINITY) : value / divisor;
+  }
+  return operation.kind == Norm::L2 ? std::sqrt(value) : value;
+}
+
+testing::AssertionResult sameValue(double a, double b) {
+  return same(Plane<double>(1, 1, a), Plane<double>(1, 1, b));
+}
+
+// A norm must not depend on how its images lie in memory: `Image` says how they do.
+template <template <class> class Image, class T, class... Placing>
+void check(const Operation<T>& operation, const Inputs<T>& in, int coi, int threads, Placing... placing) {
+  SCOPED_TRACE(operation.name);
+  Image<T> src1(in.src1, placing...), src2(in.src2, placing...);
+  Image<std::uint8_t> mask(in.mask, placing...);
+  double value = -1;
+  const RvpStatus status = operation.run(
+      {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(), mask.step(), mask.size(), coi, &value});
+  const double wanted = expected(operation, in, coi, threads);
+  const bool warns = operation.form == Form::relative && (std::isnan(wanted) || std::isinf(wanted));
+  ASSERT_EQ(status, warns ? rvpStatusDivByZero : rvpStatusOk);
+  ASSERT_TRUE(sameValue(wanted, value));
+}
+
+template <class T>
+class Norms : public testing::Test {};
+using SourceTypes = testing::Types<std::uint8_t, std::uint16_t, float>;
+TYPED_TEST_SUITE(Norms, SourceTypes);
+
+TYPED_TEST(Norms, FollowTheFormulaAtEveryWidth) {
+  sweepSmall([](const Shape& shape) {
+    for (const auto& operation : operations<TypeParam>()) {
+      const Inputs<TypeParam> in(shape.width, shape.height, operation.channels, shape.seed);
+      const int coi = operation.channels == 1 ? 1 : 1 + shape.width % 3;
+      ASSERT_NO_FATAL_FAILURE(check<Guarded>(operation, in, coi, shape.threads, shape.placing));
+    }
+  });
+}
+
+TYPED_TEST(Norms, StayInsideTheirRows) {
+  for (int width = 1; width <= kWidestSmall; ++width) {
+    for (const auto& operation : operations<TypeParam>()) {
+      const Inputs<TypeParam> in(width, 2, operation.channels, static_cast<unsigned>(width));
+      for (int coi = 1; coi <= operation.channels; ++coi) {
+        ASSERT_NO_FATAL_FAILURE(check<OnCliff>(operation, in, coi, 1, Cliff::before)) << width;
+        ASSERT_NO_FATAL_FAILURE(check<OnCliff>(operation, in, coi, 1, Cliff::behind)) << width;
+      }
+    }
+  }
+}
+
+// At the first size that has a team and at the last that has none; with few rows, and with more threads than have
+// room on the stack.
+TYPED_TEST(Norms, MergeTheirTeam) {
+  for (const auto& operation : operations<TypeParam>()) {
+    const int exponent = operation.exponent < 0 ? 15 : operation.exponent;
+    for (const int threads : {2, 3, 33}) {
+      if (threads > 3 && exponent > 15) continue;
+      const int limit = threads << exponent;
+      for (const int height : {7, 64}) {
+        const int width = (limit + height - 1) / height;
+        tryShape({width, height, {3, 1}, threads, 500}, [&](const Shape& shape) {
+          const Inputs<TypeParam> in(width, height, operation.channels, shape.seed);
+          check<Guarded>(operation, in, operation.channels, threads, shape.placing);
+        });
+      }
+      tryShape({limit / 64 - 1, 64, {}, threads, 501}, [&](const Shape& shape) {
+        const Inputs<TypeParam> in(shape.width, 64, operation.channels, shape.seed);
+        check<Guarded>(operation, in, operation.channels, threads, shape.placing);
+      });
+    }
+  }
+}
+
+TYPED_TEST(Norms, ReportTheFirstOfTwoFaults) {
+  using T = TypeParam;
+  using Plant = std::function<void(Arguments<T>&)>;
+  constexpr int kWidth = 5;
+  constexpr int kSize = sizeof(T);
+  for (const Operation<T>& operation : operations<T>()) {
+    SCOPED_TRACE(operation.name);
+    const bool two = operation.form != Form::norm;
+    const int rowBytes = kWidth * kSize * operation.channels;
+    const Inputs<T> in(kWidth, 3, operation.channels, 400);
+    Guarded<T> src(in.src1, {4, 0});
+    Guarded<std::uint8_t> mask(in.mask, {4, 0});
+    std::vector<std::pair<RvpStatus, Plant>> faults = {{rvpStatusNullPointer, [](auto& a) { a.src1 = nullptr; }}};
+    const auto add = [&](bool applies, RvpStatus status, Plant plant) {
+      if (applies) faults.emplace_back(status, std::move(plant));
+    };
+    add(two, rvpStatusNullPointer, [](auto& a) { a.src2 = nullptr; });
+    add(true, rvpStatusNullPointer, [](auto& a) { a.mask = nullptr; });
+    add(true, rvpStatusNullPointer, [](auto& a) { a.value = nullptr; });
+    add(true, rvpStatusBadSize, [](auto& a) { a.size.width = 0; });
+    add(true, rvpStatusBadSize, [](auto& a) { a.size.height = -1; });
+    add(true, rvpStatusBadStep, [&](auto& a) { a.src1Step = rowBytes - kSize; });
+    add(two, rvpStatusBadStep, [&](auto& a) { a.src2Step = rowBytes - 1; });
+    add(two, rvpStatusBadStep, [](auto& a) { a.maskStep = kWidth - 1; });
+    add(kSize > 1, rvpStatusStepNotMultiple, [&](auto& a) { a.src1Step = rowBytes + 1; });
+    add(kSize > 1 && two, rvpStatusStepNotMultiple, [&](auto& a) { a.src2Step = rowBytes + kSize + 1; });
+    add(!two, rvpStatusBadStep, [](auto& a) { a.maskStep = -kWidth; });
+    add(operation.channels == 3, rvpStatusBadChannelOfInterest, [](auto& a) { a.coi = 0; });
+    add(operation.channels == 3, rvpStatusBadChannelOfInterest, [](auto& a) { a.coi = 4; });
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+      for (std::size_t j = i; j < faults.size(); ++j) {
+        double value = 42;
+        Arguments<T> arguments = {src.data(),  src.step(), src.data(), src.step(), mask.data(),
+                                  mask.step(), src.size(), 1,          &value};
+        arguments.size.width = kWidth;
+        faults[j].second(arguments);
+        faults[i].second(arguments);
+        EXPECT_EQ(operation.run(arguments), faults[i].first) << "faults " << i << " and " << j;
+        EXPECT_EQ(value, 42);
+      }
+    }
+  }
+}
+
+TYPED_TEST(Norms, OfNothingAreZeroAndWarnWhereTheyDivide) {
+  for (const auto& operation : operations<TypeParam>()) {
+    Inputs<TypeParam> in(37, 2, operation.channels, 600);
+    std::fill(in.mask.elements.begin(), in.mask.elements.end(), std::uint8_t{0});
+    check<Guarded>(operation, in, 1, 1);
+    in.mask.at(1, 35) = 1;
+    std::fill(in.src2.elements.begin(), in.src2.elements.end(), TypeParam{0});
+    check<Guarded>(operation, in, 1, 1);
+    std::fill(in.src1.elements.begin(), in.src1.elements.end(), TypeParam{0});
+    check<Guarded>(operation, in, 1, 1);
+  }
+}
+
+TEST(NormValues, OfZeroOverZeroIsTheStatedNan) {
+  const std::uint16_t pixel = 0;
+  const std::uint8_t mask = 9;
+  double value = 1;
+  EXPECT_EQ(rvpiNormRel_L2_16u_C1MR(&pixel, 2, &pixel, 2, &mask, 1, {1, 1}, &value), rvpStatusDivByZero);
+  EXPECT_EQ(std::bit_cast<std::uint64_t>(value), 0xFFF8000000000000U);
+}
+
+// Rows long enough for every lane to overflow if it were not emptied, and a sum that has more than 53 bits.
+TEST(NormValues, AreExactForTheBrightestImages) {
+  ASSERT_EQ(rvpSetNumThreads(1), rvpStatusOk);
+  constexpr int kWidth = 560000;
+  const std::vector<std::uint8_t> bytes(3 * kWidth, 255), mask(kWidth, 255);
+  std::vector<std::uint16_t> words(kWidth, 65535);
+  double value = 0;
+  rvpiNorm_L1_8u_C3CMR(bytes.data(), 3 * kWidth, mask.data(), kWidth, {kWidth, 1}, 3, &value);
+  EXPECT_EQ(value, 255.0 * kWidth);
+  rvpiNorm_L2_8u_C1MR(bytes.data(), kWidth, mask.data(), kWidth, {kWidth, 1}, &value);
+  EXPECT_EQ(value, std::sqrt(65025.0 * kWidth));
+  words[0] = 1;
+  const std::vector<std::uint16_t> zeros(kWidth, 0);
+  constexpr double kSquares = 65535.0 * 65535.0 * (kWidth - 1);
+  rvpiNormDiff_L2_16u_C1MR(zeros.data(), 2 * kWidth, words.data(), 2 * kWidth, mask.data(), kWidth, {kWidth, 1},
+                           &value);
+  EXPECT_EQ(value, std::sqrt(kSquares + 1));
+
+  constexpr int kHeight = 8;
+  std::vector<std::uint16_t> image(std::size_t{kWidth} * kHeight, 65535);
+  image[0] = 3;
+  const std::vector<std::uint8_t> all(image.size(), 1);
+  const auto sum = static_cast<unsigned __int128>(65535ULL * 65535) * (image.size() - 1) + 9;
+  rvpiNorm_L2_16u_C1MR(image.data(), 2 * kWidth, all.data(), kWidth, {kWidth, kHeight}, &value);
+  EXPECT_EQ(value, std::sqrt(static_cast<double>(sum)));
+}
+
+// A selected NaN at every place of a row: Inf passes it over, the sums show it. Not selected, nobody sees it.
+TEST(NormValues, TreatNanAlikeEverywhere) {
+  constexpr int kWidth = 21;
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  for (const auto& operation : operations<float>()) {
+    SCOPED_TRACE(operation.name);
+    for (int x = 0; x < kWidth; ++x) {
+      Inputs<float> in(kWidth, 1, operation.channels, 700);
+      const double without = [&] {
+        in.mask.at(0, x) = 0;
+        return expected(operation, in, operation.channels, 1);
+      }();
+      in.src1.at(0, x * operation.channels + operation.channels - 1) = nan;
+      ASSERT_NO_FATAL_FAILURE(check<Guarded>(operation, in, operation.channels, 1));
+      in.src2.at(0, x * operation.channels + operation.channels - 1) = 0;
+      in.mask.at(0, x) = 1;
+      double value = 0;
+      const int step = 4 * kWidth * operation.channels;
+      ASSERT_EQ(operation.run({in.src1.row(0),
+                               step,
+                               in.src2.row(0),
+                               step,
+                               in.mask.row(0),
+                               kWidth,
+                               {kWidth, 1},
+                               operation.channels,
+                               &value}),
+                rvpStatusOk);
+      ASSERT_TRUE(sameValue(operation.kind == Norm::Inf ? without : nan, value)) << x;
+    }
+  }
+}
+
+// One member has the range of float: a square of 1e-60 is zero in it, and one of 1e40 infinite.
+TEST(NormValues, OfOneRelativeMemberAreNarrowed) {
+  const float one = 1, tiny = 1e-30f, huge = 1e20f;
+  const std::uint8_t mask = 1;
+  const auto c1 = [&](const float& a, const float& b, double& value) {
+    return rvpiNormRel_L2_32f_C1MR(&a, 4, &b, 4, &mask, 1, {1, 1}, &value);
+  };
+  double value = 0;
+  EXPECT_EQ(c1(one, tiny, value), rvpStatusDivByZero);
+  EXPECT_EQ(value, INFINITY);
+  EXPECT_EQ(c1(one, huge, value), rvpStatusOk);
+  EXPECT_TRUE(std::isnan(value));
+  const float ones[3] = {0, one, 0}, tinies[3] = {0, tiny, 0};
+  EXPECT_EQ(rvpiNormRel_L2_32f_C3CMR(ones, 12, tinies, 12, &mask, 1, {1, 1}, 2, &value), rvpStatusOk);
+  EXPECT_EQ(value, std::sqrt(1 / (static_cast<double>(tiny) * static_cast<double>(tiny))));
+}
+
+}  // namespace
