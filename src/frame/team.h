@@ -47,10 +47,10 @@ constexpr Slice sliceOf(std::ptrdiff_t count, int thread, int teamSize) {
   return {first, thread == teamSize - 1 ? count : first + share};
 }
 
-// Runs body(Slice) over the slices of `count` on a team.
+// Runs body(Slice) over the slices of `count` on a team; `threads` is for families that limit it.
 template <class Body>
-void forSlices(std::ptrdiff_t count, const Body& body) {
-#pragma omp parallel num_threads(ownGetNumThreads())
+void forSlices(std::ptrdiff_t count, const Body& body, int threads = ownGetNumThreads()) {
+#pragma omp parallel num_threads(threads)
   if (const Slice slice = sliceOf(count, owncvGetIdThreads(), owncvGetNumThreads()); !slice.empty()) body(slice);
 }
 
