@@ -5,6 +5,7 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/stats.h"

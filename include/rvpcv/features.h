@@ -1,0 +1,183 @@
+/**
+ * @file
+ * Edges, corners and lines.
+ */
+#ifndef RVPCV_FEATURES_H
+#define RVPCV_FEATURES_H
+
+#include "types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** A derivative filter. One of ::RvpiDerivativeFilter. */
+typedef int32_t RvpiFilterKind;
+
+/** The derivative filters. */
+enum RvpiDerivativeFilter {
+  rvpFilterSobel = 2,            /**< Sobel, 3x3 or 5x5. */
+  rvpFilterScharr = 5,           /**< Scharr, 3x3. */
+  rvpFilterCentralDifference = 8 /**< The difference of a pixel's two neighbours; for corners alone. */
+};
+
+/** How a gradient is measured. One of ::RvpiGradientNorm. */
+typedef int32_t RvpiNormKind;
+
+/** The norms of a gradient. */
+enum RvpiGradientNorm {
+  rvpNormL1 = 2, /**< `|dx| + |dy|` */
+  rvpNormL2 = 4  /**< `sqrt(dx * dx + dy * dy)` */
+};
+
+/**
+ * @defgroup canny Canny edges
+ *
+ * Edges one pixel wide: 255 where there is an edge, 0 elsewhere. After J. Canny, "A computational approach to edge
+ * detection", IEEE Transactions on Pattern Analysis and Machine Intelligence 8 (1986).
+ *
+ * **Magnitude.** Each pixel has a gradient (dx, dy), with dx growing to the right and dy downwards, and a magnitude
+ * `m`, set to 0 if it does not pass the low threshold:
+ *
+ * | source of the gradient       | magnitude                                    | passes if  |
+ * | ---------------------------- | -------------------------------------------- | ---------- |
+ * | ::rvpiCanny_32f8u_C1R        | `|dx| + |dy|`                                | `m >= low` |
+ * | ::rvpiCanny_16s8u_C1R        | `|dx| + |dy|`, see below                     | `m > low`  |
+ * | ::rvpiCannyBorder_8u_C1R, L1 | `|dx| + |dy|`                                | `m > low`  |
+ * | ::rvpiCannyBorder_8u_C1R, L2 | `sqrt(dx * dx + dy * dy)`, rounded to float  | `m > low`  |
+ *
+ * For 16-bit gradients both thresholds are cut to integers. Sums saturate at 65535 in whole blocks of eight columns
+ * from the start of a row; in the columns that are left they can reach 65536.
+ *
+ * **Thinning.** The direction of the gradient falls into one of four sectors, each with two neighbours along it.
+ * With `ax`, `ay` the absolute derivatives, `t` of 0.41421357 and `u` of 2.4142137 in float:
+ *
+ * | sector (first that holds)        | first neighbour | second neighbour | is a maximum if                |
+ * | -------------------------------- | --------------- | ---------------- | ------------------------------ |
+ * | `u * ax < ay`                    | (x, y - 1)      | (x, y + 1)       | `m > first and m >= second`    |
+ * | `ay < t * ax`                    | (x - 1, y)      | (x + 1, y)       | `m > first and m >= second`    |
+ * | dx and dy have the same sign     | (x - 1, y - 1)  | (x + 1, y + 1)   | `m > first and m > second`     |
+ * | otherwise                        | (x + 1, y - 1)  | (x - 1, y + 1)   | `m > first and m > second`     |
+ *
+ * So of a plateau along an axis the leftmost or topmost pixel stays, and of one along a diagonal none. Outside the
+ * image all magnitudes are 0. In ::rvpiCannyBorder_8u_C1R the product `u * ax` is `ax + ax + t * ax`. In
+ * ::rvpiCanny_16s8u_C1R the columns behind the last whole group of four from a row's start take the tangents in
+ * double. The sign of a zero counts as it stands.
+ *
+ * **Hysteresis.** A maximum with `m > high` is an edge; a maximum that touches an edge at one of its eight
+ * neighbours is one, too. A threshold that is NaN is never passed by an integer magnitude; thresholds that are
+ * equal are allowed.
+ *
+ * **Memory and threads.** The scratch holds a byte and a stack entry for each pixel, and three rows of magnitudes.
+ * It may stand at any address, needs no preparation, and serves one call at a time. Nothing is allocated. The calls
+ * run on the caller's thread.
+ * @{
+ */
+
+/**
+ * Tells how much scratch ::rvpiCanny_16s8u_C1R and ::rvpiCanny_32f8u_C1R need.
+ *
+ * With `n` of `(width + 2) * (height + 2)`, the size is `5 * n + 16 * width + 160` if width and height are below
+ * 65533, and `9 * n + 16 * width + 160` otherwise, in 32-bit arithmetic: regions whose size would not fit wrap and
+ * cannot be worked on.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
+ * @retval rvpStatusOk The size is written.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ */
+RVP_API RvpStatus rvpiCannyGetSize(RvpiSize roiSize, int* pBufferSize);
+
+/**
+ * Tells how much scratch ::rvpiCannyBorder_8u_C1R needs.
+ *
+ * With `k` of 2 for a 3x3 mask and 4 for 5x5, `W` of `width + k`, `n` of `W * (height + k)` and all terms rounded
+ * up to multiples of 32, the size is `16 * W + n + 4 * n + 64`, and `n` once more if a side is shorter than the
+ * mask; in 32-bit arithmetic, which wraps.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param filterKind Has no influence.
+ * @param maskSize 33 or 55.
+ * @param normKind Has no influence.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
+ * @retval rvpStatusOk The size is written.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadMaskSize `maskSize` is neither 33 nor 55.
+ */
+RVP_API RvpStatus rvpiCannyBorderGetSize(RvpiSize roiSize, RvpiFilterKind filterKind, RvpiMaskSize maskSize,
+                                         RvpiNormKind normKind, int* pBufferSize);
+
+/** @name Edges from derivatives
+ *  @{ */
+/**
+ * Finds edges from the x and y derivatives of an image. See @ref canny.
+ *
+ * @param pSrcDx First pixel of the x derivative, right minus left.
+ * @param srcDxStep Its row step, in bytes.
+ * @param pSrcDy First pixel of the y derivative, below minus above.
+ * @param srcDyStep Its row step, in bytes.
+ * @param pDstEdges First pixel of the edge image, which must not overlap the derivatives.
+ * @param dstEdgeStep Its row step, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param pBuffer Scratch of ::rvpiCannyGetSize.
+ * @param lowThreshold Low threshold, at least 0.
+ * @param highThreshold High threshold, at least the low one.
+ * @retval rvpStatusOk The edges are written.
+ * @retval rvpStatusNullPointer `pSrcDx`, `pSrcDy`, `pDstEdges` or `pBuffer` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadStep A step is shorter than its row.
+ * @retval rvpStatusStepNotMultiple The step of a derivative is no multiple of its element.
+ * @retval rvpStatusBadArgument `lowThreshold` is below 0 or above `highThreshold`.
+ */
+RVP_API RvpStatus rvpiCanny_16s8u_C1R(const int16_t* pSrcDx, int srcDxStep, const int16_t* pSrcDy, int srcDyStep,
+                                      uint8_t* pDstEdges, int dstEdgeStep, RvpiSize roiSize, uint8_t* pBuffer,
+                                      float lowThreshold, float highThreshold);
+RVP_API RvpStatus rvpiCanny_32f8u_C1R(const float* pSrcDx, int srcDxStep, const float* pSrcDy, int srcDyStep,
+                                      uint8_t* pDstEdges, int dstEdgeStep, RvpiSize roiSize, uint8_t* pBuffer,
+                                      float lowThreshold, float highThreshold);
+/** @} */
+
+/**
+ * Finds edges in an image. See @ref canny.
+ *
+ * The derivative along x is the difference of columns, smoothed down the rows, and along y the same turned round:
+ * differences (-1, 0, 1) with smoothing (1, 2, 1) for Sobel 3x3 and (3, 10, 3) for Scharr; (-1, -2, 0, 2, 1) with
+ * (1, 4, 6, 4, 1) for Sobel 5x5. They are exact.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes; not checked.
+ * @param pDst First pixel of the edge image. It may be the source.
+ * @param dstStep Row step of the edge image, in bytes; not checked.
+ * @param roiSize Size of the region, in pixels.
+ * @param filterKind ::rvpFilterSobel or ::rvpFilterScharr.
+ * @param maskSize 33, or 55 for Sobel.
+ * @param borderType ::rvpBorderConst, ::rvpBorderRepl or ::rvpBorderInMem, with side flags; other bits count for
+ *        nothing. A side in memory needs 1 (3x3) or 2 (5x5) pixels there. A region with a side shorter than the
+ * mask has `borderValue` on all sides whatever the selector says.
+ * @param borderValue The pixels outside.
+ * @param normKind ::rvpNormL1 or ::rvpNormL2.
+ * @param pBuffer Scratch of ::rvpiCannyBorderGetSize.
+ * @param lowThreshold Low threshold, at least 0.
+ * @param highThreshold High threshold, at least the low one.
+ * @retval rvpStatusOk The edges are written.
+ * @retval rvpStatusBadMaskSize Scharr with 5x5, or `maskSize` is neither 33 nor 55.
+ * @retval rvpStatusNullPointer `pSrc`, `pDst` or `pBuffer` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadArgument `filterKind` or `normKind` is none of the above, or `lowThreshold` is below 0 or
+ * above `highThreshold`.
+ * @retval rvpStatusBadBorder The mode of `borderType` is none of the above.
+ */
+RVP_API RvpStatus rvpiCannyBorder_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDst, int dstStep,
+                                         RvpiSize roiSize, RvpiFilterKind filterKind, RvpiMaskSize maskSize,
+                                         RvpiBorderType borderType, uint8_t borderValue, RvpiNormKind normKind,
+                                         uint8_t* pBuffer, float lowThreshold, float highThreshold);
+
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
