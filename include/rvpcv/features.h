@@ -176,6 +176,205 @@ RVP_API RvpStatus rvpiCannyBorder_8u_C1R(const uint8_t* pSrc, int srcStep, uint8
 
 /** @} */
 
+/** Derivatives for the eigenvalue measures. One of ::RvpiTensorKernel. */
+typedef int32_t RvpiKernelKind;
+
+/** The derivatives of the eigenvalue measures. */
+enum RvpiTensorKernel {
+  rvpKernelSobel = 0,       /**< Sobel: dx is right minus left, dy above minus below. */
+  rvpKernelScharr = 1,      /**< Scharr: dx is right minus left, dy below minus above. */
+  rvpKernelSobelNegated = 2 /**< Sobel with the opposite dx. */
+};
+
+/**
+ * @defgroup eigenvalues Eigenvalues of the structure tensor
+ *
+ * How an image varies around a pixel: the tensor `(a b; b c)` holds the sums, over a window of 3x3 or 5x5 pixels,
+ * of `dx * dx`, `dx * dy` and `dy * dy`. Two large eigenvalues mark a corner, a large one and a small one an edge.
+ * The smaller eigenvalue as a measure of corners is due to J. Shi and C. Tomasi, "Good features to track", CVPR
+ * (1994).
+ *
+ * **Derivatives** are those of @ref canny : differences (-1, 0, 1) smoothed by (1, 2, 1), or (3, 10, 3) for
+ * ::rvpKernelScharr; with `apertureSize` 5, (-1, -2, 0, 2, 1) smoothed by (1, 4, 6, 4, 1). Each product is rounded
+ * to float, and so is each addition: along a row of the window in ascending order, then down its columns with the
+ * centre first, as in @ref lowpass.
+ *
+ * **Scale.** `s = 1 / (255 << (2 * apertureSize - 2))`, that is 1/4080 or 1/65280, times 0.6125 for Scharr.
+ *
+ * **rvpiMinEigenVal** writes one float a pixel, the smaller eigenvalue:
+ *
+ *     ((a + c) - sqrt((a - c)^2 + 4 * b^2)) * (s * 0.5)
+ *
+ * **rvpiEigenValsVecs** writes six floats a pixel: the larger eigenvalue l1, the smaller one l2, the unit vector
+ * (x1, y1) of l1 and the unit vector (x2, y2) of l2. With `a`, `b`, `c` multiplied by `s` first,
+ * `r = sqrt(4 * b * b + (a - c)^2)` and `t = max(a, c) * 0.01`:
+ *
+ *     l1 = ((a + c) + r) * 0.5            l2 = ((a + c) - r) * 0.5
+ *     if t > min(a, c) or t > a * c - b * b:  all six are 0
+ *     else if t > |b|:                        the vectors are (1, 0) and (0, 1)
+ *     else with q = b for Scharr, -b for both Sobel kinds:
+ *       (x1, y1) = (q, l1 - a) / max(1.1920929e-7, |(q, l1 - a)|)
+ *       (x2, y2) = (q, l2 - a) / max(1.1920929e-7, |(q, l2 - a)|)
+ *
+ * With y downwards, the vectors of ::rvpKernelSobel and ::rvpKernelScharr are the tensor's eigenvectors; those of
+ * ::rvpKernelSobelNegated are mirrored. In a flat image all values and vectors are 0.
+ *
+ * **Borders.** The forms without a border argument use ::rvpBorderRepl. The others take ::rvpBorderConst,
+ * ::rvpBorderRepl, ::rvpBorderMirror or ::rvpBorderInMem with side flags. The source is extended by the selector
+ * for the derivatives; a side in memory needs `apertureSize / 2` pixels there. The products are then extended in
+ * turn: with 0 for ::rvpBorderConst, by the mode on the sides that are made up, and by the nearest product on the
+ * sides that are in memory.
+ *
+ * **Parameters.** Source and destination must not overlap. A step is in bytes, at least as long as the row
+ * (`24 * width` for six floats a pixel), and a multiple of 4 for float images. The scratch may stand at any
+ * address.
+ *
+ * **Statuses**, in the order of checking:
+ * 1. ::rvpStatusNullPointer: `pSrc`, `pDst` or `pBuffer` is null.
+ * 2. ::rvpStatusBadSize: `width` or `height` is below 1.
+ * 3. ::rvpStatusBadStep: a step is shorter than its row.
+ * 4. ::rvpStatusStepNotMultiple: the step of a float image is no multiple of 4.
+ * 5. ::rvpStatusBadArgument: `kernelKind` is none of ::RvpiTensorKernel; ::rvpStatusBadSize: `apertureSize` is not
+ * 3 or 5, or not 3 for ::rvpKernelScharr.
+ * 6. ::rvpStatusBadSize: `avgWindow` is neither 3 nor 5.
+ * 7. ::rvpStatusBadBorder: the mode of `borderType`, its low four bits, is none of the above; then
+ *    ::rvpStatusBadArgument: a bit above the side flags is set.
+ *
+ * **Memory and threads.** The size functions report room for five planes of the image and the filters' scratch.
+ * Nothing is allocated. From 256 rows on, the rows are shared out to a team with at least 128 rows for each thread;
+ * the result does not depend on their number.
+ * @{
+ */
+
+/** @name Scratch sizes
+ *  @{ */
+/**
+ * Tells how much scratch an operation needs, in 32-bit arithmetic that wraps for regions beyond 2 GiB.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param apertureSize Side of the derivatives' mask, 3 or 5.
+ * @param avgWindow Side of the window, 3 or 5.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error. The number of threads must not grow between this
+ *             call and the operation.
+ * @retval rvpStatusOk The size is written.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1, or `apertureSize` or `avgWindow` is neither 3 nor 5.
+ * @retval rvpStatusSizeOverflow The filters' scratch does not fit in 31 bits.
+ */
+RVP_API RvpStatus rvpiMinEigenValGetBufferSize_8u32f_C1R(RvpiSize roiSize, int apertureSize, int avgWindow,
+                                                         int* pBufferSize);
+RVP_API RvpStatus rvpiMinEigenValGetBufferSize_32f_C1R(RvpiSize roiSize, int apertureSize, int avgWindow,
+                                                       int* pBufferSize);
+RVP_API RvpStatus rvpiEigenValsVecsGetBufferSize_8u32f_C1R(RvpiSize roiSize, int apertureSize, int avgWindow,
+                                                           int* pBufferSize);
+RVP_API RvpStatus rvpiEigenValsVecsGetBufferSize_32f_C1R(RvpiSize roiSize, int apertureSize, int avgWindow,
+                                                         int* pBufferSize);
+/** @} */
+
+/** @name Smaller eigenvalue
+ *  @{ */
+/**
+ * Writes the smaller eigenvalue of each pixel. See @ref eigenvalues for the formula, the limits and the statuses.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param pDst First pixel of the destination.
+ * @param dstStep Row step of the destination, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param kernelKind One of ::RvpiTensorKernel.
+ * @param apertureSize Side of the derivatives' mask, 3 or 5.
+ * @param avgWindow Side of the window, 3 or 5.
+ * @param pBuffer Scratch of the size function of the same types.
+ */
+RVP_API RvpStatus rvpiMinEigenVal_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                            RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                            int avgWindow, uint8_t* pBuffer);
+RVP_API RvpStatus rvpiMinEigenVal_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
+                                          RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                          int avgWindow, uint8_t* pBuffer);
+/** @} */
+
+/** @name Smaller eigenvalue with a border
+ *  @{ */
+/**
+ * Writes the smaller eigenvalue of each pixel. See @ref eigenvalues for the formula, the limits and the statuses.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param pDst First pixel of the destination.
+ * @param dstStep Row step of the destination, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param kernelKind One of ::RvpiTensorKernel.
+ * @param apertureSize Side of the derivatives' mask, 3 or 5.
+ * @param avgWindow Side of the window, 3 or 5.
+ * @param borderType A border mode with side flags.
+ * @param borderValue The pixels outside, for ::rvpBorderConst alone.
+ * @param pBuffer Scratch of the size function of the same types.
+ */
+RVP_API RvpStatus rvpiMinEigenValBorder_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                                  RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                                  int avgWindow, RvpiBorderType borderType, uint8_t borderValue,
+                                                  uint8_t* pBuffer);
+RVP_API RvpStatus rvpiMinEigenValBorder_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
+                                                RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                                int avgWindow, RvpiBorderType borderType, float borderValue,
+                                                uint8_t* pBuffer);
+/** @} */
+
+/** @name Eigenvalues and eigenvectors
+ *  @{ */
+/**
+ * Writes both eigenvalues and their vectors, six floats a pixel. See @ref eigenvalues for the formula, the limits
+ * and the statuses.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param pDst First pixel of the destination.
+ * @param dstStep Row step of the destination, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param kernelKind One of ::RvpiTensorKernel.
+ * @param apertureSize Side of the derivatives' mask, 3 or 5.
+ * @param avgWindow Side of the window, 3 or 5.
+ * @param pBuffer Scratch of the size function of the same types.
+ */
+RVP_API RvpStatus rvpiEigenValsVecs_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                              RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                              int avgWindow, uint8_t* pBuffer);
+RVP_API RvpStatus rvpiEigenValsVecs_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
+                                            RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                            int avgWindow, uint8_t* pBuffer);
+/** @} */
+
+/** @name Eigenvalues and eigenvectors with a border
+ *  @{ */
+/**
+ * Writes both eigenvalues and their vectors, six floats a pixel. See @ref eigenvalues for the formula, the limits
+ * and the statuses.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param pDst First pixel of the destination.
+ * @param dstStep Row step of the destination, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param kernelKind One of ::RvpiTensorKernel.
+ * @param apertureSize Side of the derivatives' mask, 3 or 5.
+ * @param avgWindow Side of the window, 3 or 5.
+ * @param borderType A border mode with side flags.
+ * @param borderValue The pixels outside, for ::rvpBorderConst alone.
+ * @param pBuffer Scratch of the size function of the same types.
+ */
+RVP_API RvpStatus rvpiEigenValsVecsBorder_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                                    RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                                    int avgWindow, RvpiBorderType borderType, uint8_t borderValue,
+                                                    uint8_t* pBuffer);
+RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
+                                                  RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
+                                                  int avgWindow, RvpiBorderType borderType, float borderValue,
+                                                  uint8_t* pBuffer);
+/** @} */
+
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,181 @@
+// The structure tensor of an image: the products of its derivatives, dx * dx, dx * dy and dy * dy, summed over a
+// square window around each pixel.
+//
+// No plane of products ever exists. The image is worked through in vertical strips; of each strip only as many rows
+// are kept as the window is high, summed along the row already, so that a pixel costs one sum along its row and one
+// down the columns. Every sum is made anew from its own window: nothing runs on from pixel to pixel, so that no
+// error adds up, NaN and infinity stay inside their windows, and the same neighbourhood gives the same bits
+// wherever in the image it lies.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#include "filter/derivative.h"
+#include "filter/separable.h"
+#include "frame/team.h"
+
+namespace rvp::n8 {
+
+// The window's offsets from its pixel are -before to +behind.
+struct WindowSpan {
+  std::ptrdiff_t before;
+  std::ptrdiff_t behind;
+  std::ptrdiff_t side() const { return before + 1 + behind; }
+  // What the columns beside a strip have to hold so that a mirrored column is among them.
+  std::ptrdiff_t margin() const { return std::max(before, behind); }
+};
+
+// What stands for the products beyond a side of the region that is in memory.
+enum class BeyondMemory { products, nearestProduct };
+
+// Rows of products of an image, endless like the image: beyond the region its border decides, where the constant
+// counts as 0.
+template <class Kernel, class Src, BeyondMemory kBeyond>
+class ProductRows {
+ public:
+  explicit ProductRows(const ExtendedImage<Src, 1>& image) : image_(image) {}
+
+  // Whether all products of row y are 0 without looking.
+  bool isZero(std::ptrdiff_t y) const { return vertical().isZero(y); }
+  // The row that stands for row y, unless that is zero.
+  std::ptrdiff_t place(std::ptrdiff_t y) const { return vertical().place(y); }
+
+  // Products of the columns first to last - 1 of row y. The columns have at least one of the region among them, and
+  // as many of those on one side as beyond the region on the other.
+  void read(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, const std::array<float*, 3>& out) const {
+    const Axis columns = horizontal();
+    const std::ptrdiff_t from = columns.reads(first) ? first : std::max<std::ptrdiff_t>(first, 0);
+    const std::ptrdiff_t to = columns.reads(last - 1) ? last : std::min(last, columns.count);
+    DerivativeOf<Src> dx[kStretch];
+    DerivativeOf<Src> dy[kStretch];
+    forStretches(from, to, [&](std::ptrdiff_t x0, std::ptrdiff_t n) {
+      derivativeRow<Kernel>(image_, y, x0, x0 + n, dx, dy);
+      forVectors<float>(0, n, [&](auto d, std::ptrdiff_t x) {
+        const auto vx = asFloats(d, dx + x), vy = asFloats(d, dy + x);
+        const std::ptrdiff_t at = x0 - first + x;
+        hn::StoreU(hn::Mul(vx, vx), d, out[0] + at);
+        hn::StoreU(hn::Mul(vx, vy), d, out[1] + at);
+        hn::StoreU(hn::Mul(vy, vy), d, out[2] + at);
+      });
+    });
+    const auto standIn = [&](std::ptrdiff_t x) {
+      for (float* plane : out) plane[x - first] = columns.isZero(x) ? 0.0F : plane[columns.place(x) - first];
+    };
+    for (std::ptrdiff_t x = first; x < from; ++x) standIn(x);
+    for (std::ptrdiff_t x = to; x < last; ++x) standIn(x);
+  }
+
+ private:
+  // One direction of the region.
+  struct Axis {
+    int mode;
+    bool memoryBefore;
+    bool memoryBehind;
+    std::ptrdiff_t count;
+
+    bool inMemory(std::ptrdiff_t i) const { return (i < 0 && memoryBefore) || (i >= count && memoryBehind); }
+    bool outside(std::ptrdiff_t i) const { return i < 0 || i >= count; }
+    // The product at i is made from pixels around i.
+    bool reads(std::ptrdiff_t i) const { return !outside(i) || (kBeyond == BeyondMemory::products && inMemory(i)); }
+    bool isZero(std::ptrdiff_t i) const { return mode == rvpBorderConst && outside(i) && !inMemory(i); }
+    std::ptrdiff_t place(std::ptrdiff_t i) const {
+      if (reads(i)) return i;
+      return borderIndex(inMemory(i) ? int{rvpBorderRepl} : mode, i, count);
+    }
+  };
+  Axis vertical() const {
+    return {image_.border.mode, image_.border.top, image_.border.bottom, image_.size.height};
+  }
+  Axis horizontal() const {
+    return {image_.border.mode, image_.border.left, image_.border.right, image_.size.width};
+  }
+
+  template <class D>
+  static hn::VFromD<D> asFloats(D d, const float* src) {
+    return hn::LoadU(d, src);
+  }
+  template <class D>
+  static hn::VFromD<D> asFloats(D d, const std::int16_t* src) {
+    return hn::ConvertTo(d, hn::PromoteTo(hn::RebindToSigned<D>(), hn::LoadU(hn::Rebind<std::int16_t, D>(), src)));
+  }
+
+  ExtendedImage<Src, 1> image_;
+};
+
+// A window of one of the small odd sides, on the stack. Along the row the terms are added in ascending order, down
+// the columns the centre first and then the pairs around it: the sums of rvpiFilterLowpassBorder_32f_C1R.
+template <class W>
+class SmallWindow {
+ public:
+  static constexpr std::ptrdiff_t kStrip = 256;
+  std::ptrdiff_t strip() const { return kStrip; }
+
+  void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
+    first_ = x0;
+    count_ = n;
+    std::fill_n(held_, W::kCount, kNone);
+  }
+
+  template <class Rows>
+  void moveTo(std::ptrdiff_t y, const Rows& rows) {
+    for (int i = 0; i < W::kCount; ++i) {
+      const std::ptrdiff_t wanted = y + i - W::kCentre;
+      rows_[i] = rows.isZero(wanted) ? kZeros : sumsOf(rows.place(wanted), rows);
+    }
+  }
+
+  template <class D>
+  hn::VFromD<D> sum(D d, int plane, std::ptrdiff_t x) const {
+    return weightedSum<W>(d, [&](int i) { return hn::LoadU(d, rows_[i] + plane * kStrip + x); });
+  }
+
+ private:
+  static constexpr std::ptrdiff_t kNone = PTRDIFF_MIN;
+  static constexpr float kZeros[3 * kStrip] = {};
+
+  // Rows of one window are at most W::kCount apart, so that no two of them share a slot.
+  template <class Rows>
+  const float* sumsOf(std::ptrdiff_t y, const Rows& rows) {
+    const std::ptrdiff_t slot = (y % W::kCount + W::kCount) % W::kCount;
+    float* sums = sums_[slot];
+    if (held_[slot] == y) return sums;
+    held_[slot] = y;
+    float products[3][kStrip + 2 * W::kCentre];
+    rows.read(y, first_ - W::kCentre, first_ + count_ + W::kCentre, {products[0], products[1], products[2]});
+    for (int plane = 0; plane < 3; ++plane) {
+      const float* src = products[plane];
+      forVectors<float>(0, count_, [&](auto d, std::ptrdiff_t x) {
+        hn::StoreU(ascendingSum<W::kCount>([&](int i) { return hn::LoadU(d, src + x + i); }), d,
+                   sums + plane * kStrip + x);
+      });
+    }
+    return sums;
+  }
+
+  std::ptrdiff_t first_ = 0;
+  std::ptrdiff_t count_ = 0;
+  std::ptrdiff_t held_[W::kCount];
+  const float* rows_[W::kCount];
+  float sums_[W::kCount][3 * kStrip];
+};
+
+// Calls finish(d, y, x, a, b, c) for all pixels of the slice's rows, in groups of lanes.
+template <class Window, class Rows, class Finish>
+void forTensors(Window& window, const Rows& rows, std::ptrdiff_t width, Slice slice, const Finish& finish) {
+  for (std::ptrdiff_t x0 = 0; x0 < width; x0 += window.strip()) {
+    const std::ptrdiff_t n = std::min(window.strip(), width - x0);
+    window.enterStrip(x0, n);
+    for (std::ptrdiff_t y : slice) {
+      window.moveTo(y, rows);
+      forVectors<float>(0, n, [&](auto d, std::ptrdiff_t x) {
+        finish(d, y, x0 + x, window.sum(d, 0, x), window.sum(d, 1, x), window.sum(d, 2, x));
+      });
+    }
+  }
+}
+
+}  // namespace rvp::n8
