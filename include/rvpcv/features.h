@@ -375,6 +375,229 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
 
 /** @} */
 
+/**
+ * @defgroup harris Harris corners
+ *
+ * The corner response of C. Harris and M. Stephens, "A combined corner and edge detector", Alvey Vision Conference
+ * (1988): large and positive at corners, negative along edges, small in flat areas. With `a`, `b`, `c` the means of
+ * `dx * dx`, `dx * dy` and `dy * dy` over a window of `avgWindow` by `avgWindow` pixels,
+ *
+ *     dst = (a * c - b * b - (a + c) * (k * (a + c))) * s,   s = avgWindow^4 * scale
+ *
+ * so that scale 1 gives the response of the sums. Each operation is rounded to float by itself; a mean is the sum
+ * over the window times `1 / avgWindow^2`, rounded once. The fourth power is taken in unsigned 32-bit arithmetic,
+ * its product with the scale in double.
+ *
+ * **Derivatives** are those of @ref canny for ::rvpFilterSobel, 3x3 or 5x5, and ::rvpFilterScharr, 3x3. For
+ * ::rvpFilterCentralDifference, with mask 33, dx is the right minus the left neighbour and dy the one above minus
+ * the one below.
+ *
+ * **Window.** The offsets of an odd window reach from `-avgWindow / 2` to `avgWindow / 2`, of an even one from
+ * `1 - avgWindow / 2` to `avgWindow / 2`. The time grows with the logarithm of `avgWindow`. No sum is carried from
+ * pixel to pixel: a sum has at most `2 * log2(avgWindow)` roundings in each direction, and NaN or infinity reaches
+ * only the windows that contain it.
+ *
+ * **Borders.** The mode is in the low three bits: ::rvpBorderConst, ::rvpBorderRepl, ::rvpBorderMirror or
+ * ::rvpBorderInMem, with side flags; other bits count for nothing. The source is extended for the derivatives; then
+ * the products are extended for the window by the same mode, with 0 for ::rvpBorderConst. On a side in memory the
+ * products beyond it are made from the pixels there: with `r` of 1 (3x3) or 2 (5x5), `r + avgWindow / 2` pixels
+ * must be in memory, and one less to the left and above for an even window.
+ *
+ * **Memory and threads.** The scratch may stand at any address. Nothing is allocated. The calls run on the caller's
+ * thread.
+ * @{
+ */
+
+/**
+ * Tells how much scratch ::rvpiHarrisCorner_8u32f_C1R and ::rvpiHarrisCorner_32f_C1R need, with any border.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param maskSize 33 or 55.
+ * @param avgWindow Side of the window, at least 1.
+ * @param dataType Type of the source, ::rvp8u or ::rvp32f.
+ * @param numChannels 1.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
+ * @retval rvpStatusOk The size is written.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadMaskSize `maskSize` is neither 33 nor 55.
+ * @retval rvpStatusBadDataType `dataType` is neither ::rvp8u nor ::rvp32f.
+ * @retval rvpStatusBadNumChannels `numChannels` is not 1.
+ * @retval rvpStatusBadSize `avgWindow` is 0; a negative one gives ::rvpStatusBadMaskSize.
+ * @retval rvpStatusSizeOverflow The size does not fit in 31 bits.
+ */
+RVP_API RvpStatus rvpiHarrisCornerGetBufferSize(RvpiSize roiSize, RvpiMaskSize maskSize, int avgWindow,
+                                                RvpDataType dataType, int numChannels, int* pBufferSize);
+
+/** @name Corner response
+ *  @{ */
+/**
+ * Writes the corner response of each pixel. See @ref harris.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param pDst First pixel of the response, which must not overlap the source.
+ * @param dstStep Row step of the response, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param filterKind One of ::RvpiDerivativeFilter.
+ * @param maskSize 33, or 55 for ::rvpFilterSobel.
+ * @param avgWindow Side of the window, at least 1.
+ * @param k Weight of the squared trace; 0.04 to 0.06 is usual.
+ * @param scale Factor of the response.
+ * @param borderType A border mode with side flags.
+ * @param borderValue The pixels outside, for ::rvpBorderConst alone.
+ * @param pBuffer Scratch of ::rvpiHarrisCornerGetBufferSize.
+ * @retval rvpStatusOk The response is written.
+ * @retval rvpStatusNullPointer `pSrc`, `pDst` or `pBuffer` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusStepNotMultiple The step of a float image is no multiple of 4.
+ * @retval rvpStatusBadFilterType `filterKind` is none of ::RvpiDerivativeFilter.
+ * @retval rvpStatusBadMaskSize `maskSize` is neither 33, nor 55 for ::rvpFilterSobel.
+ * @retval rvpStatusBadBorder The mode of `borderType` is none of the above.
+ * @retval rvpStatusBadSize `avgWindow` is below 1.
+ * @retval rvpStatusBadStep A step is negative; steps are not compared with rows.
+ * @retval rvpStatusInPlaceNotSupported `pSrc` equals `pDst`, in the `32f` form.
+ */
+RVP_API RvpStatus rvpiHarrisCorner_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                             RvpiSize roiSize, RvpiFilterKind filterKind, RvpiMaskSize maskSize,
+                                             int avgWindow, float k, float scale, RvpiBorderType borderType,
+                                             uint8_t borderValue, uint8_t* pBuffer);
+RVP_API RvpStatus rvpiHarrisCorner_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
+                                           RvpiSize roiSize, RvpiFilterKind filterKind, RvpiMaskSize maskSize,
+                                           int avgWindow, float k, float scale, RvpiBorderType borderType,
+                                           float borderValue, uint8_t* pBuffer);
+/** @} */
+/** @} */
+
+/**
+ * @defgroup suppression Line suppression
+ *
+ * Thins out feature pixels: those on a line go, those on a corner stay.
+ * @{
+ */
+
+/**
+ * Tells how much scratch ::rvpiLineSuppression_8u_C1R needs: exactly ::rvpiHarrisCornerGetBufferSize, with the same
+ * arguments and statuses.
+ */
+RVP_API RvpStatus rvpiLineSuppressionGetBufferSize(RvpiSize roiSize, RvpiMaskSize maskSize, int avgWindow,
+                                                   RvpDataType dataType, int numChannels, int* pBufferSize);
+
+/**
+ * Keeps the feature pixels that do not lie on a line.
+ *
+ * With `a`, `b`, `c` the means of @ref harris, in float,
+ *
+ *     dst = 0 if (a + c) * (a + c) > (a * c - b * b) * threshold, and the pixel of pFeature otherwise
+ *
+ * The comparison is strict, so that flat areas keep their features. A corner whose eigenvalues have the ratio `r`
+ * stays from a threshold of `(r + 1)^2 / r` on. Derivatives, window, borders, memory and threads are those of @ref
+ * harris.
+ *
+ * @param pSrc First pixel of the image.
+ * @param srcStep Row step of the image, in bytes.
+ * @param pFeature First pixel of the features.
+ * @param featureStep Row step of the features, in bytes.
+ * @param pDst First pixel of the destination, which must not overlap the image or the features.
+ * @param dstStep Row step of the destination, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param filterKind One of ::RvpiDerivativeFilter.
+ * @param maskSize 33, or 55 for ::rvpFilterSobel.
+ * @param avgWindow Side of the window, at least 1.
+ * @param threshold Any float.
+ * @param borderType A border mode with side flags.
+ * @param borderValue The pixels outside, for ::rvpBorderConst alone.
+ * @param pBuffer Scratch of ::rvpiLineSuppressionGetBufferSize, for ::rvp8u.
+ * @retval rvpStatusOk The features are written.
+ * @retval rvpStatusNullPointer `pSrc`, `pFeature`, `pDst` or `pBuffer` is null.
+ * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadFilterType `filterKind` is none of ::RvpiDerivativeFilter.
+ * @retval rvpStatusBadMaskSize `maskSize` is neither 33, nor 55 for ::rvpFilterSobel.
+ * @retval rvpStatusBadBorder The mode of `borderType` is none of @ref harris.
+ * @retval rvpStatusBadSize `avgWindow` is below 1.
+ * @retval rvpStatusBadStep A step is negative; steps are not compared with rows.
+ * @retval rvpStatusInPlaceNotSupported `pFeature` equals `pDst`.
+ */
+RVP_API RvpStatus rvpiLineSuppression_8u_C1R(const uint8_t* pSrc, int srcStep, const uint8_t* pFeature,
+                                             int featureStep, uint8_t* pDst, int dstStep, RvpiSize roiSize,
+                                             RvpiFilterKind filterKind, RvpiMaskSize maskSize, int avgWindow,
+                                             float threshold, RvpiBorderType borderType, uint8_t borderValue,
+                                             uint8_t* pBuffer);
+
+/** @} */
+
+/** The neighbourhood of a peak. One of ::RvpiPeakNeighbourhood. */
+typedef int32_t RvpiPeakNorm;
+
+/** The neighbourhoods of a peak. */
+enum RvpiPeakNeighbourhood {
+  rvpPeakSquare = 0, /**< All eight neighbours. */
+  rvpPeakCross = 1   /**< The neighbours above, below, left and right. */
+};
+
+/**
+ * @defgroup peaks Peaks
+ *
+ * Lists the local extrema of an image in raster order, from the left to the right and from the top downwards.
+ *
+ * A pixel `v` is a peak if `|v|` is above the threshold, and
+ * - `v` is positive and the maximum of its neighbourhood, or
+ * - `v` is 0 or negative and the minimum of its neighbourhood.
+ *
+ * The neighbourhood includes the pixel, so that every pixel of a plateau is a peak. In the float form `v` counts as
+ * the extreme when it differs from it by at most 1.1754944e-38; infinities never do. In the integer form -2^31,
+ * whose absolute value is no integer of 32 bits, is never a peak.
+ * @{
+ */
+
+/** @name Scratch sizes
+ *  @{ */
+/**
+ * Tells how much scratch the search for peaks needs: `(((width + 5) >> 2) << 7) | 32` bytes, in 32-bit arithmetic.
+ *
+ * @param width Width of the region, in pixels.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
+ * @retval rvpStatusOk The size is written.
+ * @retval rvpStatusNullPointer `pBufferSize` is null.
+ * @retval rvpStatusBadSize `width` is below 1.
+ */
+RVP_API RvpStatus rvpiFindPeaks3x3GetBufferSize_32f_C1R(int width, int* pBufferSize);
+RVP_API RvpStatus rvpiFindPeaks3x3GetBufferSize_32s_C1R(int width, int* pBufferSize);
+/** @} */
+
+/** @name Search
+ *  @{ */
+/**
+ * Lists the peaks of an image. See @ref peaks. Nothing is allocated; the call runs on the caller's thread.
+ *
+ * @param pSrc First pixel of the source.
+ * @param srcStep Row step of the source, in bytes.
+ * @param roiSize Size of the region, in pixels.
+ * @param[out] pPeak The peaks, in coordinates of the region.
+ * @param maxPeakCount Number of peaks that the list can hold, at least 1. The search ends when it is full.
+ * @param[out] pPeakCount Number of peaks found.
+ * @param norm ::rvpPeakSquare or ::rvpPeakCross.
+ * @param border How far from every edge a peak has to be, from 1 to half the width and half the height. Half of an
+ *        even width leaves no column.
+ * @param pBuffer Scratch of the size function of the same type.
+ * @param threshold What the absolute value of a peak has to exceed.
+ * @retval rvpStatusOk The peaks are listed, all or as many as the list holds.
+ * @retval rvpStatusNullPointer `pSrc`, `pPeak`, `pPeakCount` or `pBuffer` is null.
+ * @retval rvpStatusBadSize `height`, `width`, `maxPeakCount` or `border` is below 1, or `border` is above half the
+ *         width or half the height.
+ * @retval rvpStatusBadStep `srcStep` is below `4 * width`.
+ * @retval rvpStatusStepNotMultiple `srcStep` is no multiple of 4.
+ * @retval rvpStatusBadArgument `norm` is none of ::RvpiPeakNeighbourhood.
+ */
+RVP_API RvpStatus rvpiFindPeaks3x3_32f_C1R(const float* pSrc, int srcStep, RvpiSize roiSize, RvpiPoint* pPeak,
+                                           int maxPeakCount, int* pPeakCount, RvpiPeakNorm norm, int border,
+                                           uint8_t* pBuffer, float threshold);
+RVP_API RvpStatus rvpiFindPeaks3x3_32s_C1R(const int32_t* pSrc, int srcStep, RvpiSize roiSize, RvpiPoint* pPeak,
+                                           int maxPeakCount, int* pPeakCount, RvpiPeakNorm norm, int border,
+                                           uint8_t* pBuffer, int32_t threshold);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

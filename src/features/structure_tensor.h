@@ -163,6 +163,143 @@ class SmallWindow {
   float sums_[W::kCount][3 * kStrip];
 };
 
+// A window of any side from 2 on, at a cost that grows with the logarithm of the side: sums of 2, 4, 8...
+// neighbours are built from those of half as many, and a window is the sum of the powers of two that its side is
+// made of. Both along the rows and down the columns; of the rows of each power a ring is kept.
+class LadderWindow {
+ public:
+  LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory)
+      : span_(span), top_(topOf(span.side())), strip_(stripOf(span.side(), width)), stride_(toVectors(strip_)) {
+    auto* at = reinterpret_cast<float*>(alignedUp(memory, kAlignment));
+    const std::ptrdiff_t wide = toVectors(strip_ + 2 * span.margin());
+    for (float*& plane : products_) {
+      plane = at;
+      at += wide;
+    }
+    for (int k = 0; k <= top_; ++k) {
+      rings_[k] = at;
+      at += ringRows(k) * 3 * stride_;
+    }
+  }
+
+  // Bytes of memory for a region of this width.
+  static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
+    const std::ptrdiff_t side = span.side(), strip = stripOf(side, width);
+    const std::ptrdiff_t ringRows = side + topOf(side);
+    return kAlignment + std::int64_t{12} * (toVectors(strip + 2 * span.margin()) + ringRows * toVectors(strip));
+  }
+
+  std::ptrdiff_t strip() const { return strip_; }
+
+  void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
+    first_ = x0;
+    count_ = n;
+    entered_ = true;
+  }
+
+  template <class Rows>
+  void moveTo(std::ptrdiff_t y, const Rows& rows) {
+    if (entered_) begin_ = next_ = y - span_.before;
+    entered_ = false;
+    for (; next_ <= y + span_.behind; ++next_) feed(next_, rows);
+    std::ptrdiff_t start = y - span_.before;
+    parts_ = 0;
+    for (int k = top_; k >= 0; --k) {
+      if (!hasPower(k)) continue;
+      part_[parts_++] = ringRow(k, start);
+      start += power(k);
+    }
+  }
+
+  template <class D>
+  hn::VFromD<D> sum(D d, int plane, std::ptrdiff_t x) const {
+    auto sum = hn::LoadU(d, part_[0] + plane * stride_ + x);
+    for (int i = 1; i < parts_; ++i) sum = hn::Add(sum, hn::LoadU(d, part_[i] + plane * stride_ + x));
+    return sum;
+  }
+
+ private:
+  // A side has at most 31 bits.
+  static constexpr int kMostPowers = 31;
+  // Rows begin at whole vectors.
+  static constexpr std::ptrdiff_t kAlignment = 32;
+  static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
+  // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh.
+  static std::ptrdiff_t stripOf(std::ptrdiff_t side, std::ptrdiff_t width) {
+    return std::min(width, std::max<std::ptrdiff_t>(256, 4 * side));
+  }
+  static int topOf(std::ptrdiff_t side) {
+    return static_cast<int>(std::bit_width(static_cast<std::size_t>(side))) - 1;
+  }
+  static std::ptrdiff_t power(int k) { return std::ptrdiff_t{1} << k; }
+  bool hasPower(int k) const { return (span_.side() >> k & 1) != 0; }
+
+  // Sums of 2^k rows are needed until they are half of a larger sum, 2^k rows later, or part of a window. All rings
+  // together have as many rows as the window, and one more for each power but the largest.
+  std::ptrdiff_t ringRows(int k) const { return k < top_ ? power(k) + 1 : span_.side() - power(k) + 1; }
+  float* ringRow(int k, std::ptrdiff_t y) const { return rings_[k] + (y - begin_) % ringRows(k) * 3 * stride_; }
+
+  template <class Rows>
+  void feed(std::ptrdiff_t y, const Rows& rows) {
+    float* sums = ringRow(0, y);
+    if (rows.isZero(y)) {
+      std::fill_n(sums, 3 * stride_, 0.0F);
+    } else {
+      const std::ptrdiff_t margin = span_.margin();
+      rows.read(rows.place(y), first_ - margin, first_ + count_ + margin, products_);
+      for (int plane = 0; plane < 3; ++plane)
+        sumAlong(products_[static_cast<std::size_t>(plane)] + margin - span_.before, sums + plane * stride_);
+    }
+    for (int k = 0; k < top_ && y - 2 * power(k) + 1 >= begin_; ++k) {
+      const float* early = ringRow(k, y - 2 * power(k) + 1);
+      const float* late = ringRow(k, y - power(k) + 1);
+      float* both = ringRow(k + 1, y - 2 * power(k) + 1);
+      for (std::ptrdiff_t plane = 0; plane < 3 * stride_; plane += stride_) {
+        forVectors<float>(plane, plane + count_, [&](auto d, std::ptrdiff_t x) {
+          hn::StoreU(hn::Add(hn::LoadU(d, early + x), hn::LoadU(d, late + x)), d, both + x);
+        });
+      }
+    }
+  }
+
+  // Turns `line` into sums of its neighbours, power by power, and adds up those that make the window. The smallest
+  // power comes last in the window's columns and first in the sum.
+  void sumAlong(float* line, float* sums) const {
+    std::ptrdiff_t start = span_.side();
+    bool first = true;
+    for (int k = 0; k <= top_; ++k) {
+      if (hasPower(k)) {
+        start -= power(k);
+        const float* part = line + start;
+        forVectors<float>(0, count_, [&](auto d, std::ptrdiff_t x) {
+          const auto v = hn::LoadU(d, part + x);
+          hn::StoreU(first ? v : hn::Add(hn::LoadU(d, sums + x), v), d, sums + x);
+        });
+        first = false;
+      }
+      if (k == top_) return;
+      forVectors<float>(0, count_ + span_.side() - 2 * power(k), [&](auto d, std::ptrdiff_t x) {
+        hn::StoreU(hn::Add(hn::LoadU(d, line + x), hn::LoadU(d, line + x + power(k))), d, line + x);
+      });
+    }
+  }
+
+  WindowSpan span_;
+  int top_;
+  std::ptrdiff_t strip_;
+  std::ptrdiff_t stride_;
+  std::array<float*, 3> products_{};
+  float* rings_[kMostPowers];
+  std::ptrdiff_t first_ = 0;
+  std::ptrdiff_t count_ = 0;
+  // The first row fed in this strip, from which the rings count, and the next one.
+  std::ptrdiff_t begin_ = 0;
+  std::ptrdiff_t next_ = 0;
+  bool entered_ = false;
+  const float* part_[kMostPowers];
+  int parts_ = 0;
+};
+
 // Calls finish(d, y, x, a, b, c) for all pixels of the slice's rows, in groups of lanes.
 template <class Window, class Rows, class Finish>
 void forTensors(Window& window, const Rows& rows, std::ptrdiff_t width, Slice slice, const Finish& finish) {
