@@ -163,19 +163,22 @@ class SmallWindow {
   float sums_[W::kCount][3 * kStrip];
 };
 
-// A window of any side from 2 on, at a cost that grows with the logarithm of the side: sums of 2, 4, 8...
-// neighbours are built from those of half as many, and a window is the sum of the powers of two that its side is
-// made of. Both along the rows and down the columns; of the rows of each power a ring is kept.
+// A window of any side, at a cost that grows with the logarithm of the side: sums of 4, 16, 64... neighbours are
+// built from four sums of a quarter as many, and a window is made of as many sums of each power as the digits of
+// its side to the base of four tell. Both along the rows and down the columns; of the rows of each power a ring is
+// kept.
 class LadderWindow {
  public:
   LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory)
       : span_(span), top_(topOf(span.side())), strip_(stripOf(span.side(), width)), stride_(toVectors(strip_)) {
     auto* at = reinterpret_cast<float*>(alignedUp(memory, kAlignment));
-    const std::ptrdiff_t wide = toVectors(strip_ + 2 * span.margin());
+    const std::ptrdiff_t wide = lineElements(span, strip_);
     for (float*& plane : products_) {
       plane = at;
       at += wide;
     }
+    sums_ = at;
+    at += 3 * stride_;
     for (int k = 0; k <= top_; ++k) {
       rings_[k] = at;
       at += ringRows(k) * 3 * stride_;
@@ -185,8 +188,8 @@ class LadderWindow {
   // Bytes of memory for a region of this width.
   static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
     const std::ptrdiff_t side = span.side(), strip = stripOf(side, width);
-    const std::ptrdiff_t ringRows = side + topOf(side);
-    return kAlignment + std::int64_t{12} * (toVectors(strip + 2 * span.margin()) + ringRows * toVectors(strip));
+    const std::ptrdiff_t rows = 1 + side + topOf(side);
+    return kAlignment + std::int64_t{12} * (lineElements(span, strip) + rows * toVectors(strip));
   }
 
   std::ptrdiff_t strip() const { return strip_; }
@@ -203,41 +206,70 @@ class LadderWindow {
     entered_ = false;
     for (; next_ <= y + span_.behind; ++next_) feed(next_, rows);
     std::ptrdiff_t start = y - span_.before;
-    parts_ = 0;
     for (int k = top_; k >= 0; --k) {
-      if (!hasPower(k)) continue;
-      part_[parts_++] = ringRow(k, start);
-      start += power(k);
+      const float* part[3];
+      for (int i = 0; i < digit(k); ++i, start += power(k)) part[i] = ringRow(k, start);
+      addParts(part, digit(k), k < top_, 3 * stride_, sums_);
     }
   }
 
   template <class D>
   hn::VFromD<D> sum(D d, int plane, std::ptrdiff_t x) const {
-    auto sum = hn::LoadU(d, part_[0] + plane * stride_ + x);
-    for (int i = 1; i < parts_; ++i) sum = hn::Add(sum, hn::LoadU(d, part_[i] + plane * stride_ + x));
-    return sum;
+    return hn::LoadU(d, sums_ + plane * stride_ + x);
   }
 
  private:
-  // A side has at most 31 bits.
-  static constexpr int kMostPowers = 31;
-  // Rows begin at whole vectors.
+  // A side has at most 31 bits, which are 16 digits of at most 3.
+  static constexpr int kMostPowers = 16;
+  static constexpr hn::ScalableTag<float> kVector{};
+  static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kVector);
+  // Rows begin at whole vectors and have room for them.
   static constexpr std::ptrdiff_t kAlignment = 32;
   static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
   // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh.
   static std::ptrdiff_t stripOf(std::ptrdiff_t side, std::ptrdiff_t width) {
     return std::min(width, std::max<std::ptrdiff_t>(256, 4 * side));
   }
-  static int topOf(std::ptrdiff_t side) {
-    return static_cast<int>(std::bit_width(static_cast<std::size_t>(side))) - 1;
+  // A row of products, and a vector that a sum of whole vectors may reach beyond it.
+  static std::ptrdiff_t lineElements(WindowSpan span, std::ptrdiff_t strip) {
+    return toVectors(strip + 2 * span.margin()) + 8;
   }
-  static std::ptrdiff_t power(int k) { return std::ptrdiff_t{1} << k; }
-  bool hasPower(int k) const { return (span_.side() >> k & 1) != 0; }
+  static int topOf(std::ptrdiff_t side) {
+    return (static_cast<int>(std::bit_width(static_cast<std::size_t>(side))) - 1) / 2;
+  }
+  static std::ptrdiff_t power(int k) { return std::ptrdiff_t{1} << 2 * k; }
+  int digit(int k) const { return static_cast<int>(span_.side() >> 2 * k & 3); }
 
-  // Sums of 2^k rows are needed until they are half of a larger sum, 2^k rows later, or part of a window. All rings
-  // together have as many rows as the window, and one more for each power but the largest.
-  std::ptrdiff_t ringRows(int k) const { return k < top_ ? power(k) + 1 : span_.side() - power(k) + 1; }
+  // Sums of 4^k rows are needed until they are the first quarter of a larger sum, 3 * 4^k rows later, or part of a
+  // window. All rings together have as many rows as the window, and one more for each power but the largest.
+  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 3 * power(k) + 1 : span_.side() - power(k) + 1; }
   float* ringRow(int k, std::ptrdiff_t y) const { return rings_[k] + (y - begin_) % ringRows(k) * 3 * stride_; }
+
+  // The sum of four rows, in whole vectors. It may take the place of the first row.
+  static void addFour(const float* r0, const float* r1, const float* r2, const float* r3, std::ptrdiff_t n,
+                      float* sums) {
+    for (std::ptrdiff_t x = 0; x < n; x += kLanes) {
+      const auto early = hn::Add(hn::LoadU(kVector, r0 + x), hn::LoadU(kVector, r1 + x));
+      const auto late = hn::Add(hn::LoadU(kVector, r2 + x), hn::LoadU(kVector, r3 + x));
+      hn::StoreU(hn::Add(early, late), kVector, sums + x);
+    }
+  }
+
+  // Writes the sum of the parts, or adds it to `sums`, in whole vectors.
+  template <int kParts>
+  static void addParts(const float* const* part, bool onto, std::ptrdiff_t n, float* sums) {
+    const float* r[kParts];
+    std::copy_n(part, kParts, r);
+    for (std::ptrdiff_t x = 0; x < n; x += kLanes) {
+      const auto sum = ascendingSum<kParts>([&](int i) { return hn::LoadU(kVector, r[i] + x); });
+      hn::StoreU(onto ? hn::Add(hn::LoadU(kVector, sums + x), sum) : sum, kVector, sums + x);
+    }
+  }
+  static void addParts(const float* const* part, int parts, bool onto, std::ptrdiff_t n, float* sums) {
+    if (parts == 1) addParts<1>(part, onto, n, sums);
+    if (parts == 2) addParts<2>(part, onto, n, sums);
+    if (parts == 3) addParts<3>(part, onto, n, sums);
+  }
 
   template <class Rows>
   void feed(std::ptrdiff_t y, const Rows& rows) {
@@ -250,37 +282,27 @@ class LadderWindow {
       for (int plane = 0; plane < 3; ++plane)
         sumAlong(products_[static_cast<std::size_t>(plane)] + margin - span_.before, sums + plane * stride_);
     }
-    for (int k = 0; k < top_ && y - 2 * power(k) + 1 >= begin_; ++k) {
-      const float* early = ringRow(k, y - 2 * power(k) + 1);
-      const float* late = ringRow(k, y - power(k) + 1);
-      float* both = ringRow(k + 1, y - 2 * power(k) + 1);
-      for (std::ptrdiff_t plane = 0; plane < 3 * stride_; plane += stride_) {
-        forVectors<float>(plane, plane + count_, [&](auto d, std::ptrdiff_t x) {
-          hn::StoreU(hn::Add(hn::LoadU(d, early + x), hn::LoadU(d, late + x)), d, both + x);
-        });
-      }
+    for (int k = 0; k < top_; ++k) {
+      const std::ptrdiff_t first = y - power(k + 1) + 1;
+      if (first < begin_) return;
+      const auto quarter = [&](int i) { return ringRow(k, first + i * power(k)); };
+      addFour(quarter(0), quarter(1), quarter(2), quarter(3), 3 * stride_, ringRow(k + 1, first));
     }
   }
 
   // Turns `line` into sums of its neighbours, power by power, and adds up those that make the window. The smallest
-  // power comes last in the window's columns and first in the sum.
+  // power comes last in the window's columns and first in the sum. `line` has room for whole vectors at its end.
   void sumAlong(float* line, float* sums) const {
     std::ptrdiff_t start = span_.side();
-    bool first = true;
-    for (int k = 0; k <= top_; ++k) {
-      if (hasPower(k)) {
-        start -= power(k);
-        const float* part = line + start;
-        forVectors<float>(0, count_, [&](auto d, std::ptrdiff_t x) {
-          const auto v = hn::LoadU(d, part + x);
-          hn::StoreU(first ? v : hn::Add(hn::LoadU(d, sums + x), v), d, sums + x);
-        });
-        first = false;
-      }
+    bool onto = false;
+    for (int k = 0;; ++k) {
+      const std::ptrdiff_t p = power(k);
+      start -= digit(k) * p;
+      const float* const part[] = {line + start, line + start + p, line + start + 2 * p};
+      addParts(part, digit(k), onto, count_, sums);
+      onto = onto || digit(k) != 0;
       if (k == top_) return;
-      forVectors<float>(0, count_ + span_.side() - 2 * power(k), [&](auto d, std::ptrdiff_t x) {
-        hn::StoreU(hn::Add(hn::LoadU(d, line + x), hn::LoadU(d, line + x + power(k))), d, line + x);
-      });
+      addFour(line, line + p, line + 2 * p, line + 3 * p, count_ + span_.side() - 4 * p, line);
     }
   }
 
@@ -290,14 +312,13 @@ class LadderWindow {
   std::ptrdiff_t stride_;
   std::array<float*, 3> products_{};
   float* rings_[kMostPowers];
+  float* sums_ = nullptr;
   std::ptrdiff_t first_ = 0;
   std::ptrdiff_t count_ = 0;
   // The first row fed in this strip, from which the rings count, and the next one.
   std::ptrdiff_t begin_ = 0;
   std::ptrdiff_t next_ = 0;
   bool entered_ = false;
-  const float* part_[kMostPowers];
-  int parts_ = 0;
 };
 
 // Calls finish(d, y, x, a, b, c) for all pixels of the slice's rows, in groups of lanes.
