@@ -394,8 +394,8 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
  *
  * **Window.** The offsets of an odd window reach from `-avgWindow / 2` to `avgWindow / 2`, of an even one from
  * `1 - avgWindow / 2` to `avgWindow / 2`. The time grows with the logarithm of `avgWindow`. No sum is carried from
- * pixel to pixel: a sum has at most `2.5 * log2(avgWindow) + 5` roundings in each direction, and NaN or infinity reaches
- * only the windows that contain it.
+ * pixel to pixel: a sum has at most `2.5 * log2(avgWindow) + 5` roundings in each direction, and NaN or infinity
+ * reaches only the windows that contain it.
  *
  * **Borders.** The mode is in the low three bits: ::rvpBorderConst, ::rvpBorderRepl, ::rvpBorderMirror or
  * ::rvpBorderInMem, with side flags; other bits count for nothing. The source is extended for the derivatives; then
@@ -550,7 +550,7 @@ enum RvpiPeakNeighbourhood {
  * @{
  */
 
-/** @name Scratch sizes
+/** @name Scratch of the search
  *  @{ */
 /**
  * Tells how much scratch the search for peaks needs: `(((width + 5) >> 2) << 7) | 32` bytes, in 32-bit arithmetic.

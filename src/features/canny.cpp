@@ -41,13 +41,12 @@ constexpr double kHighTangentExact = 2.414213562373095;
 // Sectors of a group of lanes from |dx|, |dy|, the two products of |dx| with the tangents, and whether the signs of
 // dx and dy differ. The steep sector is tested first; a gradient of zero falls to a diagonal.
 template <class D, class V, class M>
-void storeSectors(D d, V ay, V low, V high, M opposite, std::uint8_t* sectors) {
+void storeSectors(D /*d*/, V ay, V low, V high, M opposite, std::uint8_t* sectors) {
   const hn::RebindToSigned<D> di;
   const auto diagonal = hn::IfThenElse(hn::RebindMask(di, opposite), hn::Set(di, kRising), hn::Set(di, kFalling));
   const auto flat = hn::IfThenElse(hn::RebindMask(di, hn::Lt(ay, low)), hn::Set(di, kAcross), diagonal);
   const auto sector = hn::IfThenElse(hn::RebindMask(di, hn::Lt(high, ay)), hn::Set(di, kDown), flat);
   hn::StoreU(hn::DemoteTo(hn::Rebind<std::uint8_t, D>(), sector), hn::Rebind<std::uint8_t, D>(), sectors);
-  static_cast<void>(d);
 }
 
 // Derivatives as float lanes.
@@ -131,8 +130,8 @@ struct IntegerGradients {
 
   // Sums saturate at 65535 in whole blocks of eight columns from the row's start; the columns behind the last block
   // can reach 65536. The columns behind the last whole group of four see the tangents in double.
-  static constexpr int kBlock = 8;
-  static constexpr int kGroup = 4;
+  static constexpr std::ptrdiff_t kBlock = 8;
+  static constexpr std::ptrdiff_t kGroup = 4;
 
   void gradientRow(std::ptrdiff_t y, std::int32_t* magnitudes, std::uint8_t* codes) const {
     const std::int16_t* rowX = row(dx, dxStep, y);

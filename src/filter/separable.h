@@ -3,10 +3,10 @@
 // needs, whatever its mask and direction.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 #include "frame/simd.h"
 
@@ -17,7 +17,7 @@ template <int... kWeight>
 struct Weights {
   static constexpr int kCount = sizeof...(kWeight);
   static constexpr int kCentre = kCount / 2;
-  static constexpr int kAt[] = {kWeight...};
+  static constexpr int kAt[sizeof...(kWeight)] = {kWeight...};
   static constexpr bool kAntisymmetric = kAt[kCentre] == 0;
   static_assert(kCount % 2 == 1);
   static_assert((kAt[0] == kAt[kCount - 1]) != (kAntisymmetric && kAt[kCount - 1] != 0));

@@ -216,7 +216,7 @@ constexpr Options kOptions[] = {
     {rvpFilterSobel, 55, rvpNormL1, 900, 6000},     {rvpFilterSobel, 55, rvpNormL2, 900, 40000}};
 
 TEST(Canny, OfImagesFollowsTheRule) {
-  int turn = 0;
+  std::size_t turn = 0;
   sweepSmall([&](Shape shape) {
     shape.height += shape.seed >= 100 && shape.seed < 200 ? 4 : 0;
     for (const RvpiBorderType border : std::initializer_list<RvpiBorderType>{
