@@ -419,11 +419,12 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
  * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
  * @retval rvpStatusOk The size is written.
  * @retval rvpStatusNullPointer `pBufferSize` is null.
- * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` is below 1; as the last check, `avgWindow` is 0. A negative one
+ * gives
+ *         ::rvpStatusBadMaskSize.
  * @retval rvpStatusBadMaskSize `maskSize` is neither 33 nor 55.
  * @retval rvpStatusBadDataType `dataType` is neither ::rvp8u nor ::rvp32f.
  * @retval rvpStatusBadNumChannels `numChannels` is not 1.
- * @retval rvpStatusBadSize `avgWindow` is 0; a negative one gives ::rvpStatusBadMaskSize.
  * @retval rvpStatusSizeOverflow The size does not fit in 31 bits.
  */
 RVP_API RvpStatus rvpiHarrisCornerGetBufferSize(RvpiSize roiSize, RvpiMaskSize maskSize, int avgWindow,
@@ -449,12 +450,11 @@ RVP_API RvpStatus rvpiHarrisCornerGetBufferSize(RvpiSize roiSize, RvpiMaskSize m
  * @param pBuffer Scratch of ::rvpiHarrisCornerGetBufferSize.
  * @retval rvpStatusOk The response is written.
  * @retval rvpStatusNullPointer `pSrc`, `pDst` or `pBuffer` is null.
- * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` is below 1; after ::rvpStatusBadBorder also: `avgWindow` is below 1.
  * @retval rvpStatusStepNotMultiple The step of a float image is no multiple of 4.
  * @retval rvpStatusBadFilterType `filterKind` is none of ::RvpiDerivativeFilter.
  * @retval rvpStatusBadMaskSize `maskSize` is neither 33, nor 55 for ::rvpFilterSobel.
  * @retval rvpStatusBadBorder The mode of `borderType` is none of the above.
- * @retval rvpStatusBadSize `avgWindow` is below 1.
  * @retval rvpStatusBadStep A step is negative; steps are not compared with rows.
  * @retval rvpStatusInPlaceNotSupported `pSrc` equals `pDst`, in the `32f` form.
  */
@@ -510,11 +510,10 @@ RVP_API RvpStatus rvpiLineSuppressionGetBufferSize(RvpiSize roiSize, RvpiMaskSiz
  * @param pBuffer Scratch of ::rvpiLineSuppressionGetBufferSize, for ::rvp8u.
  * @retval rvpStatusOk The features are written.
  * @retval rvpStatusNullPointer `pSrc`, `pFeature`, `pDst` or `pBuffer` is null.
- * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` is below 1; after ::rvpStatusBadBorder also: `avgWindow` is below 1.
  * @retval rvpStatusBadFilterType `filterKind` is none of ::RvpiDerivativeFilter.
  * @retval rvpStatusBadMaskSize `maskSize` is neither 33, nor 55 for ::rvpFilterSobel.
  * @retval rvpStatusBadBorder The mode of `borderType` is none of @ref harris.
- * @retval rvpStatusBadSize `avgWindow` is below 1.
  * @retval rvpStatusBadStep A step is negative; steps are not compared with rows.
  * @retval rvpStatusInPlaceNotSupported `pFeature` equals `pDst`.
  */
