@@ -419,8 +419,8 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
  * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
  * @retval rvpStatusOk The size is written.
  * @retval rvpStatusNullPointer `pBufferSize` is null.
- * @retval rvpStatusBadSize `width` or `height` is below 1; as the last check, `avgWindow` is 0, where a negative one
- *         gives ::rvpStatusBadMaskSize.
+ * @retval rvpStatusBadSize `width` or `height` is below 1. As the last check, `avgWindow` is 0; a
+ *         negative one gives ::rvpStatusBadMaskSize.
  * @retval rvpStatusBadMaskSize `maskSize` is neither 33 nor 55.
  * @retval rvpStatusBadDataType `dataType` is neither ::rvp8u nor ::rvp32f.
  * @retval rvpStatusBadNumChannels `numChannels` is not 1.
