@@ -7,6 +7,8 @@
 
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
+#include "rvpcv/features.h"
+#include "rvpcv/filter.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"

@@ -204,7 +204,7 @@ RvpStatus deviate(const Root& root, const T* pSrc, int srcStep, const Sqr* pSqr,
     }
   };
   if (const int team = kTeam ? teamFor(roiSize) : 1; team > 1) {
-    forSlices(roiSize.height, team, deviateRows);
+    forSlices(roiSize.height, deviateRows, team);
   } else {
     deviateRows({0, roiSize.height});
   }

@@ -36,7 +36,7 @@ constexpr int kBorderModeBits = 0x0F;
 constexpr int kBorderAllSides = 0xF0;
 
 constexpr Border borderOf(RvpiBorderType selector) {
-  const int type = selector == rvpBorderInMem ? kBorderAllSides : selector;
+  const int type = (selector & kBorderModeBits) == rvpBorderInMem ? kBorderAllSides : selector;
   return {type & kBorderModeBits, (type & rvpBorderInMemTop) != 0, (type & rvpBorderInMemBottom) != 0,
           (type & rvpBorderInMemLeft) != 0, (type & rvpBorderInMemRight) != 0};
 }
@@ -100,6 +100,17 @@ struct ExtendedImage {
   // Writes columns `first` to `last` - 1 of row `y` to `ext`; all three may lie anywhere.
   void readRow(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, T* ext) const {
     pixels::extendedRow<sizeof(T) * kChannels>({src, step, size, border, value}, y, first, last, ext);
+  }
+
+  // The same columns where they stand in memory, if they all do; otherwise written to `ext`.
+  const T* findRow(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, T* ext) const {
+    const bool rowInMemory = (y < 0 && border.top) || (y >= size.height && border.bottom);
+    const std::ptrdiff_t sy = rowInMemory ? y : borderIndex(border.mode, y, size.height);
+    const bool found = (rowInMemory || sy != kConstantPixel) && (first >= 0 || border.left) &&
+                       (last <= size.width || border.right);
+    if (found) return row(src, step, sy) + first * kChannels;
+    readRow(y, first, last, ext);
+    return ext;
   }
 
   // Writes the rectangle's pixels to an image of its size.

@@ -22,4 +22,18 @@ std::ptrdiff_t elementsToVector(const T* dst, std::ptrdiff_t lanes) {
   return misplaced == 0 ? 0 : lanes - misplaced;
 }
 
+// Calls body(d, x) for the elements first to last - 1: with whole vectors of T as long as they fit, then with four
+// lanes, then with one. The tag d tells how many, so that one body serves a row to its very end and touches nothing
+// behind it.
+template <class T, class Body>
+void forVectors(std::ptrdiff_t first, std::ptrdiff_t last, const Body& body) {
+  const auto whole = [&](auto d) {
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    for (; first + lanes <= last; first += lanes) body(d, first);
+  };
+  whole(hn::ScalableTag<T>());
+  whole(hn::CappedTag<T, 4>());
+  whole(hn::CappedTag<T, 1>());
+}
+
 }  // namespace rvp::n8

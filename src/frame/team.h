@@ -47,15 +47,11 @@ constexpr Slice sliceOf(std::ptrdiff_t count, int thread, int teamSize) {
   return {first, thread == teamSize - 1 ? count : first + share};
 }
 
-// Runs body(Slice) over the slices of `count` on a team of at most `team` threads.
+// Runs body(Slice) over the slices of `count` on a team; `threads` is for families that limit it.
 template <class Body>
-void forSlices(std::ptrdiff_t count, int team, const Body& body) {
-#pragma omp parallel num_threads(team)
+void forSlices(std::ptrdiff_t count, const Body& body, int threads = ownGetNumThreads()) {
+#pragma omp parallel num_threads(threads)
   if (const Slice slice = sliceOf(count, owncvGetIdThreads(), owncvGetNumThreads()); !slice.empty()) body(slice);
-}
-template <class Body>
-void forSlices(std::ptrdiff_t count, const Body& body) {
-  forSlices(count, ownGetNumThreads(), body);
 }
 
 // Runs body(thread, team size) on a team of two threads, or of one if the runtime grants no more. The threads wait

@@ -20,6 +20,12 @@ constexpr std::ptrdiff_t rowElements(int width, int channels) {
   return static_cast<std::ptrdiff_t>(width) * channels;
 }
 
+// The first address from `block` on that is a multiple of `alignment`, a power of two.
+inline std::uint8_t* alignedUp(std::uint8_t* block, std::ptrdiff_t alignment) {
+  const auto beyond = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(block)) & (alignment - 1);
+  return beyond == 0 ? block : block + (alignment - beyond);
+}
+
 // A product as the interface's 32-bit tests see it: it wraps. A row of 2^30 floats so counts as one of 0 bytes.
 constexpr int wrappedProduct(int a, int b) {
   return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));

@@ -200,7 +200,8 @@ Partial measureRows(RvpiSize size, int teamExponent, const Rows& rows) {
     partials = reinterpret_cast<Partial*>(block);
     std::uninitialized_fill_n(partials, team, Partial{});
   }
-  forSlices(size.height, team, [&](Slice slice) { partials[owncvGetIdThreads()] = rows(slice); });
+  forSlices(
+      size.height, [&](Slice slice) { partials[owncvGetIdThreads()] = rows(slice); }, team);
   // Of a smaller team some partials stay zero, which changes nothing.
   Partial whole;
   for (int i = 0; i < team; ++i) {

@@ -1,0 +1,349 @@
+// Canny against a reference that goes step by step over whole images: gradients, magnitudes, sectors, maxima, and a
+// flood from the strong ones.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <type_traits>
+
+#include "rvpcv.h"
+#include "support/bordered.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+enum class Form { bordered, float32, integer16 };
+
+struct Gradients {
+  Form form;
+  Plane<double> dx, dy, magnitude;
+  int width() const { return dx.width; }
+  int height() const { return dx.height; }
+};
+
+double norm(int kind, float ax, float ay) {
+  if (kind == rvpNormL1) return static_cast<double>(ax + ay);
+  const float squares = ax * ax + ay * ay;
+  return static_cast<double>(static_cast<float>(std::sqrt(static_cast<double>(squares))));
+}
+
+void applyLow(Gradients& g, double low) {
+  for (double& m : g.magnitude.elements) {
+    if (g.form == Form::float32 ? m < low : !(m > low)) m = 0;
+  }
+}
+
+int sector(const Gradients& g, int y, int x) {
+  const double dx = g.dx.at(y, x), dy = g.dy.at(y, x);
+  const auto ax = static_cast<float>(std::fabs(dx)), ay = static_cast<float>(std::fabs(dy));
+  bool steep = 2.4142137f * ax < ay, flat = ay < 0.41421357f * ax;
+  if (g.form == Form::bordered) steep = ax + ax + 0.41421357f * ax < ay;
+  if (g.form == Form::integer16 && x >= g.width() / 4 * 4) {
+    steep = 2.414213562373095 * static_cast<double>(ax) < static_cast<double>(ay);
+    flat = static_cast<double>(ay) < 0.41421356237309503 * static_cast<double>(ax);
+  }
+  return steep ? 3 : flat ? 1 : std::signbit(dx) == std::signbit(dy) ? 4 : 2;
+}
+
+Plane<std::uint8_t> edges(const Gradients& g, double high) {
+  Plane<std::uint8_t> maximum(g.width(), g.height()), result(g.width(), g.height());
+  const auto at = [&](int y, int x) {
+    return x < 0 || y < 0 || x >= g.width() || y >= g.height() ? 0.0 : g.magnitude.at(y, x);
+  };
+  std::vector<std::pair<int, int>> open;
+  for (int y = 0; y < g.height(); ++y) {
+    for (int x = 0; x < g.width(); ++x) {
+      constexpr int kStep[5][2] = {{0, 0}, {-1, 0}, {1, -1}, {0, -1}, {-1, -1}};
+      const int s = sector(g, y, x);
+      const double m = at(y, x), first = at(y + kStep[s][1], x + kStep[s][0]),
+                   second = at(y - kStep[s][1], x - kStep[s][0]);
+      maximum.at(y, x) = m != 0 && m > first && (s % 2 == 1 ? m >= second : m > second);
+      if (maximum.at(y, x) == 0 || !(m > high)) continue;
+      result.at(y, x) = 255;
+      open.emplace_back(y, x);
+    }
+  }
+  while (!open.empty()) {
+    const auto [cy, cx] = open.back();
+    open.pop_back();
+    for (int y = std::max(cy - 1, 0); y <= std::min(cy + 1, g.height() - 1); ++y) {
+      for (int x = std::max(cx - 1, 0); x <= std::min(cx + 1, g.width() - 1); ++x) {
+        if (maximum.at(y, x) == 0 || result.at(y, x) != 0) continue;
+        result.at(y, x) = 255;
+        open.emplace_back(y, x);
+      }
+    }
+  }
+  return result;
+}
+
+// A scratch of exactly the reported size, at an address that fits nothing.
+struct Scratch : Guarded<std::uint8_t> {
+  explicit Scratch(int bytes, unsigned seed)
+      : Guarded(Plane<std::uint8_t>(bytes, 1, 0xA5), {0, static_cast<int>(seed % 64)}) {}
+};
+
+template <class T>
+RvpStatus ready(const T* dx, int dxStep, const T* dy, int dyStep, std::uint8_t* dst, int dstStep, RvpiSize size,
+                std::uint8_t* buffer, float low, float high) {
+  if constexpr (std::is_same_v<T, float>) {
+    return rvpiCanny_32f8u_C1R(dx, dxStep, dy, dyStep, dst, dstStep, size, buffer, low, high);
+  } else {
+    return rvpiCanny_16s8u_C1R(dx, dxStep, dy, dyStep, dst, dstStep, size, buffer, low, high);
+  }
+}
+
+// Derivatives with many ties, zeros, borders between sectors, and in one case extremes.
+template <class T>
+Plane<T> derivative(const Shape& shape, unsigned salt) {
+  const Plane<std::uint16_t> bits = randomPlane<std::uint16_t>(shape.width, shape.height, shape.seed + salt);
+  Plane<T> plane(shape.width, shape.height);
+  constexpr int kPell[] = {0, 1, 2378, 5741, 985, 408, -2378, -5741, -985, 13860, 5, 12, 29, -12, 33, 4};
+  for (std::size_t i = 0; i < plane.elements.size(); ++i) {
+    const int b = bits.elements[i];
+    int v = shape.seed % 3 == 0 ? kPell[b % 16] : b % 17 - 8;
+    if (shape.seed % 5 == 0) v = b % 2 == 0 ? -32768 : 32767 - b % 3;
+    plane.elements[i] = static_cast<T>(v);
+  }
+  return plane;
+}
+
+template <class T>
+void checkReady(const Shape& shape) {
+  constexpr bool kFloat = std::is_same_v<T, float>;
+  const Plane<T> dx = derivative<T>(shape, 1), dy = derivative<T>(shape, 2);
+  const bool extreme = shape.seed % 5 == 0;
+  for (const auto& [low, high] : {std::pair{0.0f, 0.0f}, std::pair{5.0f, 9.0f}, std::pair{4.9f, 11.5f},
+                                  std::pair{65533.0f, 65535.0f}, std::pair{3e9f, 4e9f}}) {
+    Gradients g = {kFloat ? Form::float32 : Form::integer16, {dx.width, dx.height}, {dx.width, dx.height}, {}};
+    g.magnitude = g.dx;
+    for (int y = 0; y < dx.height; ++y) {
+      for (int x = 0; x < dx.width; ++x) {
+        g.dx.at(y, x) = static_cast<double>(dx.at(y, x));
+        g.dy.at(y, x) = static_cast<double>(dy.at(y, x));
+        double m = std::fabs(g.dx.at(y, x)) + std::fabs(g.dy.at(y, x));
+        if (!kFloat && x < dx.width / 8 * 8) m = std::min(m, 65535.0);
+        g.magnitude.at(y, x) = m;
+      }
+    }
+    applyLow(g, kFloat ? static_cast<double>(low) : std::trunc(static_cast<double>(low)));
+    int bytes = 0;
+    ASSERT_EQ(rvpiCannyGetSize({shape.width, shape.height}, &bytes), rvpStatusOk);
+    Scratch scratch(bytes, shape.seed);
+    OnCliff<T> srcX(dx, extreme ? Cliff::before : Cliff::behind), srcY(dy, Cliff::behind);
+    Guarded<std::uint8_t> dst(Plane<std::uint8_t>(shape.width, shape.height, 77), shape.placing);
+    ASSERT_EQ(ready<T>(srcX.data(), srcX.step(), srcY.data(), srcY.step(), dst.data(), dst.step(), dst.size(),
+                       scratch.data(), low, high),
+              rvpStatusOk);
+    const double cut = kFloat ? static_cast<double>(high) : std::trunc(static_cast<double>(high));
+    ASSERT_TRUE(same(edges(g, cut), dst.content())) << "thresholds " << low << ", " << high;
+    ASSERT_TRUE(dst.intact() && scratch.intact());
+  }
+}
+
+TEST(Canny, OfDerivativesFollowsTheRule) {
+  sweepSmall([](const Shape& shape) {
+    checkReady<std::int16_t>(shape);
+    checkReady<float>(shape);
+  });
+  tryShape({601, 40, {3, 1}, 1, 901}, checkReady<std::int16_t>);
+  tryShape({603, 40, {3, 1}, 1, 902}, checkReady<float>);
+}
+
+int weight(int mask, bool difference, int filter, int i) {
+  constexpr int kSmooth5[] = {1, 4, 6, 4, 1}, kDifference5[] = {-1, -2, 0, 2, 1};
+  if (mask == 55) return difference ? kDifference5[i + 2] : kSmooth5[i + 2];
+  if (difference) return i;
+  return filter == rvpFilterScharr ? (i == 0 ? 10 : 3) : (i == 0 ? 2 : 1);
+}
+
+Gradients gradientsOf(const Bordered<std::uint8_t>& image, int filter, int mask, int normKind) {
+  const int r = mask / 22;
+  const Plane<double> zero(image.width(), image.height());
+  Gradients g = {Form::bordered, zero, zero, zero};
+  for (int y = 0; y < g.height(); ++y) {
+    for (int x = 0; x < g.width(); ++x) {
+      int dx = 0, dy = 0;
+      for (int j = -r; j <= r; ++j) {
+        for (int i = -r; i <= r; ++i) {
+          const int p = image.at(x + i, y + j);
+          dx += weight(mask, true, filter, i) * weight(mask, false, filter, j) * p;
+          dy += weight(mask, true, filter, j) * weight(mask, false, filter, i) * p;
+        }
+      }
+      g.dx.at(y, x) = dx;
+      g.dy.at(y, x) = dy;
+      g.magnitude.at(y, x) = norm(normKind, static_cast<float>(std::abs(dx)), static_cast<float>(std::abs(dy)));
+    }
+  }
+  return g;
+}
+
+struct Options {
+  int filter, mask, norm;
+  float low, high;
+};
+
+void checkBordered(const Shape& shape, RvpiBorderType border, const Options& o) {
+  SCOPED_TRACE("border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
+               std::to_string(o.mask) + ", norm " + std::to_string(o.norm));
+  Bordered<std::uint8_t> image = {randomPlane<std::uint8_t>(shape.width + 4, shape.height + 4, shape.seed), 2,
+                                  border, 99};
+  // Few grey values, for ties; and smooth patches.
+  for (std::uint8_t& p : image.memory.elements) p = static_cast<std::uint8_t>(p % 5 * 60);
+  OnlyFlaggedSides<std::uint8_t> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+  int bytes = 0;
+  const RvpiSize size = {shape.width, shape.height};
+  ASSERT_EQ(rvpiCannyBorderGetSize(size, o.filter, o.mask, o.norm, &bytes), rvpStatusOk);
+  Scratch scratch(bytes, shape.seed);
+  Guarded<std::uint8_t> dst(Plane<std::uint8_t>(shape.width, shape.height, 77), shape.placing);
+  ASSERT_EQ(rvpiCannyBorder_8u_C1R(src.region(), src.step(), dst.data(), dst.step(), size, o.filter, o.mask, border,
+                                   image.value, o.norm, scratch.data(), o.low, o.high),
+            rvpStatusOk);
+  if (std::min(shape.width, shape.height) < (o.mask == 33 ? 3 : 5)) image.border = rvpBorderConst;
+  Gradients g = gradientsOf(image, o.filter, o.mask, o.norm);
+  applyLow(g, static_cast<double>(o.low));
+  ASSERT_TRUE(same(edges(g, static_cast<double>(o.high)), dst.content()));
+  ASSERT_TRUE(dst.intact() && scratch.intact());
+}
+
+constexpr Options kOptions[] = {
+    {rvpFilterSobel, 33, rvpNormL1, 240, 480},      {rvpFilterSobel, 33, rvpNormL2, 240, 479.5f},
+    {rvpFilterScharr, 33, rvpNormL1, 959.9f, 1500}, {rvpFilterScharr, 33, rvpNormL2, 0, 2000},
+    {rvpFilterSobel, 55, rvpNormL1, 900, 6000},     {rvpFilterSobel, 55, rvpNormL2, 900, 40000}};
+
+TEST(Canny, OfImagesFollowsTheRule) {
+  std::size_t turn = 0;
+  sweepSmall([&](Shape shape) {
+    shape.height += shape.seed >= 100 && shape.seed < 200 ? 4 : 0;
+    for (const RvpiBorderType border : std::initializer_list<RvpiBorderType>{
+             rvpBorderConst, rvpBorderRepl, rvpBorderInMem, rvpBorderRepl | 32 | 64, rvpBorderConst | 16 | 128,
+             rvpBorderRepl | 256})
+      checkBordered(shape, border, kOptions[turn++ % std::size(kOptions)]);
+  });
+  for (const Options& options : kOptions) {
+    tryShape({1100, 20, {1, 1}, 1, 905}, [&](const Shape& s) { checkBordered(s, rvpBorderRepl, options); });
+  }
+}
+
+// Every tie of every sector, seen alone: a plateau of two pixels along the gradient.
+TEST(Canny, BreaksTies) {
+  constexpr int kN = 9;
+  struct Case {
+    float dx, dy;
+    int step[2];
+    int kept;
+  };
+  for (const Case& c : {Case{8, 1, {1, 0}, 1}, Case{1, 8, {0, 1}, 1}, Case{5, 5, {1, 1}, 0},
+                        Case{-5, 5, {-1, 1}, 0}, Case{0, 0, {1, 0}, 0}}) {
+    Plane<float> dx(kN, kN), dy(kN, kN);
+    for (int i = 0; i < 2; ++i) {
+      dx.at(4 + i * c.step[1], 4 + i * c.step[0]) = c.dx;
+      dy.at(4 + i * c.step[1], 4 + i * c.step[0]) = c.dy;
+    }
+    std::vector<std::uint8_t> dst(kN * kN, 1), scratch(4096);
+    ASSERT_EQ(ready<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 9, 8.9f),
+              rvpStatusBadArgument);
+    ASSERT_EQ(ready<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 8, 8),
+              rvpStatusOk);
+    EXPECT_EQ(std::count(dst.begin(), dst.end(), 255), c.kept);
+    EXPECT_EQ(dst[4 * kN + 4], c.kept * 255);
+  }
+}
+
+TEST(Canny, SizesAreTheStatedOnes) {
+  int bytes = 0;
+  rvpiCannyGetSize({640, 480}, &bytes);
+  EXPECT_EQ(bytes, 5 * 642 * 482 + 16 * 640 + 160);
+  rvpiCannyGetSize({65533, 3}, &bytes);
+  EXPECT_EQ(bytes, 9 * 65535 * 5 + 16 * 65533 + 160);
+  rvpiCannyGetSize({3, 65532}, &bytes);
+  EXPECT_EQ(bytes, 5 * 5 * 65534 + 16 * 3 + 160);
+  rvpiCannyBorderGetSize({10, 7}, 0, 33, 0, &bytes);
+  EXPECT_EQ(bytes, 192 + 128 + 448 + 64);
+  rvpiCannyBorderGetSize({10, 4}, 0, 55, 0, &bytes);
+  EXPECT_EQ(bytes, 224 + 128 + 448 + 64 + 128);
+  bytes = -7;
+  EXPECT_EQ(rvpiCannyGetSize({0, 0}, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiCannyGetSize({5, 0}, &bytes), rvpStatusBadSize);
+  EXPECT_EQ(rvpiCannyBorderGetSize({0, 0}, 2, 34, 2, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiCannyBorderGetSize({0, 1}, 2, 34, 2, &bytes), rvpStatusBadSize);
+  EXPECT_EQ(rvpiCannyBorderGetSize({1, 1}, 2, 34, 2, &bytes), rvpStatusBadMaskSize);
+  EXPECT_EQ(bytes, -7);
+}
+
+struct ReadyArguments {
+  const std::int16_t *dx, *dy;
+  int dxStep, dyStep, dstStep;
+  std::uint8_t *dst, *buffer;
+  RvpiSize size;
+  float low, high;
+};
+struct ImageArguments {
+  const std::uint8_t* src;
+  std::uint8_t *dst, *buffer;
+  RvpiSize size;
+  int filter, mask, border, norm;
+  float low, high;
+};
+template <class Arguments>
+using Faults = std::vector<std::pair<RvpStatus, std::function<void(Arguments&)>>>;
+
+template <class Arguments, class Run>
+void expectFirstOfTwo(const Faults<Arguments>& faults, const Arguments& good, const Run& run) {
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    for (std::size_t j = i; j < faults.size(); ++j) {
+      Arguments a = good;
+      faults[j].second(a);
+      faults[i].second(a);
+      EXPECT_EQ(run(a), faults[i].first) << "faults " << i << " and " << j;
+    }
+  }
+}
+
+TEST(Canny, ReportsTheFirstOfTwoFaults) {
+  std::vector<std::uint8_t> dst(64, 9), scratch(1024);
+  const std::int16_t d[64] = {};
+  const ReadyArguments readyGood = {d, d, 16, 16, 8, dst.data(), scratch.data(), {8, 4}, 1, 2};
+  expectFirstOfTwo<ReadyArguments>({{rvpStatusNullPointer, [](auto& a) { a.dx = nullptr; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.dy = nullptr; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                                    {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
+                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                                    {rvpStatusBadStep, [](auto& a) { a.dxStep = 15; }},
+                                    {rvpStatusBadStep, [](auto& a) { a.dyStep = -16; }},
+                                    {rvpStatusBadStep, [](auto& a) { a.dstStep = 7; }},
+                                    {rvpStatusStepNotMultiple, [](auto& a) { a.dxStep = 17; }},
+                                    {rvpStatusStepNotMultiple, [](auto& a) { a.dyStep = 17; }},
+                                    {rvpStatusBadArgument, [](auto& a) { a.low = -1; }},
+                                    {rvpStatusBadArgument, [](auto& a) { a.high = 0.5f; }}},
+                                   readyGood, [](const ReadyArguments& a) {
+                                     return rvpiCanny_16s8u_C1R(a.dx, a.dxStep, a.dy, a.dyStep, a.dst, a.dstStep,
+                                                                a.size, a.buffer, a.low, a.high);
+                                   });
+  const std::uint8_t src[64] = {};
+  const ImageArguments imageGood = {src, dst.data(), scratch.data(), {8, 4}, 2, 33, 1, 2, 1, 2};
+  expectFirstOfTwo<ImageArguments>({{rvpStatusBadMaskSize, [](auto& a) { a.mask = 77; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                                    {rvpStatusBadSize, [](auto& a) { a.size.width = -1; }},
+                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                                    {rvpStatusBadArgument, [](auto& a) { a.filter = rvpFilterCentralDifference; }},
+                                    {rvpStatusBadArgument, [](auto& a) { a.norm = 3; }},
+                                    {rvpStatusBadArgument, [](auto& a) { a.low = 3; }},
+                                    {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirror; }}},
+                                   imageGood, [](const ImageArguments& a) {
+                                     return rvpiCannyBorder_8u_C1R(a.src, 8, a.dst, 8, a.size, a.filter, a.mask,
+                                                                   a.border, 0, a.norm, a.buffer, a.low, a.high);
+                                   });
+  EXPECT_EQ(rvpiCannyBorder_8u_C1R(nullptr, 8, dst.data(), 8, {0, 0}, rvpFilterScharr, 55, 0, 0, 0, nullptr, 0, 0),
+            rvpStatusBadMaskSize);
+  EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](std::uint8_t b) { return b == 9; }));
+}
+
+}  // namespace

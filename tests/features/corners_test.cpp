@@ -1,0 +1,251 @@
+// Harris corners and line suppression against the formulas. The pixels are small whole numbers, whose window sums
+// are exact in float, so that the order in which a window is summed cannot be seen.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "features/tensor_reference.h"
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+constexpr float kWeight = 0.06f;
+constexpr float kScale = 1.5f;
+
+struct Options {
+  int filter, mask, window;
+};
+constexpr Options kOptions[] = {
+    {rvpFilterSobel, 33, 1},  {rvpFilterSobel, 33, 3},  {rvpFilterSobel, 55, 5},
+    {rvpFilterScharr, 33, 2}, {rvpFilterScharr, 33, 3}, {rvpFilterCentralDifference, 33, 4},
+    {rvpFilterSobel, 33, 7},  {rvpFilterSobel, 55, 8},  {rvpFilterCentralDifference, 33, 15},
+    {rvpFilterSobel, 33, 26}};
+
+// The means of the three products around each pixel.
+template <class T>
+std::array<Plane<float>, 3> means(const Bordered<T>& image, const Options& o) {
+  const Mask mask = o.filter == rvpFilterScharr  ? Mask::scharr
+                    : o.filter != rvpFilterSobel ? Mask::central
+                    : o.mask == 33               ? Mask::sobel3
+                                                 : Mask::sobel5;
+  const int behind = o.window / 2, before = behind - (o.window % 2 == 0 ? 1 : 0);
+  const Products<T> products(image, mask, 1, -1, behind, true);
+  std::array<Plane<float>, 3> result;
+  const auto factor = static_cast<float>(1.0 / (static_cast<double>(o.window) * o.window));
+  for (std::size_t k = 0; k < 3; ++k) {
+    result[k] = Plane<float>(image.width(), image.height());
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        float sum = 0;
+        for (int j = -before; j <= behind; ++j) {
+          for (int i = -before; i <= behind; ++i) sum += products.at(k, x + i, y + j);
+        }
+        EXPECT_LT(std::fabs(sum), 16777216.0f) << "the test's sums must be exact";
+        result[k].at(y, x) = sum * factor;
+      }
+    }
+  }
+  return result;
+}
+
+template <class T>
+RvpStatus harris(const T* src, int srcStep, float* dst, int dstStep, RvpiSize size, const Options& o, int border,
+                 T value, std::uint8_t* buffer) {
+  if constexpr (sizeof(T) == 1) {
+    return rvpiHarrisCorner_8u32f_C1R(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale,
+                                      border, value, buffer);
+  } else {
+    return rvpiHarrisCorner_32f_C1R(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale,
+                                    border, value, buffer);
+  }
+}
+
+int scratchBytes(RvpiSize size, const Options& o, RvpDataType type) {
+  int bytes = 0;
+  EXPECT_EQ(rvpiHarrisCornerGetBufferSize(size, o.mask, o.window, type, 1, &bytes), rvpStatusOk);
+  int same = 0;
+  EXPECT_EQ(rvpiLineSuppressionGetBufferSize(size, o.mask, o.window, type, 1, &same), rvpStatusOk);
+  EXPECT_EQ(bytes, same);
+  return bytes;
+}
+
+struct Scratch : Guarded<std::uint8_t> {
+  Scratch(int bytes, unsigned seed)
+      : Guarded(Plane<std::uint8_t>(bytes, 1, 0x5A), {0, static_cast<int>(seed % 64)}) {}
+};
+
+std::string describe(const Options& o, int border) {
+  return "border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
+         std::to_string(o.mask) + ", window " + std::to_string(o.window);
+}
+
+template <class T>
+void checkHarris(const Shape& shape, RvpiBorderType border, const Options& o) {
+  SCOPED_TRACE(describe(o, border));
+  const Bordered<T> image = wholeNumberImage<T>(shape, o.window / 2 + o.mask / 22, border, 6);
+  const auto m = means(image, o);
+  const auto fourth = static_cast<double>(static_cast<unsigned>(o.window * o.window * o.window * o.window));
+  const auto s = static_cast<float>(fourth * static_cast<double>(kScale));
+  Plane<float> expected(shape.width, shape.height);
+  for (std::size_t i = 0; i < expected.elements.size(); ++i) {
+    const float a = m[0].elements[i], b = m[1].elements[i], c = m[2].elements[i];
+    expected.elements[i] = (a * c - b * b - (a + c) * (kWeight * (a + c))) * s;
+  }
+  OnlyFlaggedSides<T> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+  Guarded<float> dst(Plane<float>(shape.width, shape.height), shape.placing);
+  Scratch scratch(scratchBytes(dst.size(), o, sizeof(T) == 1 ? rvp8u : rvp32f), shape.seed);
+  ASSERT_EQ(
+      harris(src.region(), src.step(), dst.data(), dst.step(), dst.size(), o, border, image.value, scratch.data()),
+      rvpStatusOk);
+  ASSERT_TRUE(same(expected, dst.content()));
+  ASSERT_TRUE(dst.intact() && scratch.intact());
+}
+
+void checkSuppression(const Shape& shape, RvpiBorderType border, const Options& o) {
+  SCOPED_TRACE(describe(o, border));
+  const Bordered<std::uint8_t> image = wholeNumberImage<std::uint8_t>(shape, o.window / 2 + o.mask / 22, border,
+                                                                      2 + static_cast<int>(shape.seed % 3));
+  const auto m = means(image, o);
+  const Plane<std::uint8_t> features = randomPlane<std::uint8_t>(shape.width, shape.height, shape.seed + 5);
+  for (const float threshold : {0.0f, 4.5f, 7.0f}) {
+    Plane<std::uint8_t> expected = features;
+    for (std::size_t i = 0; i < expected.elements.size(); ++i) {
+      const float a = m[0].elements[i], b = m[1].elements[i], c = m[2].elements[i];
+      if ((a + c) * (a + c) > (a * c - b * b) * threshold) expected.elements[i] = 0;
+    }
+    OnlyFlaggedSides<std::uint8_t> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+    OnCliff<std::uint8_t> feature(features, Cliff::behind);
+    Guarded<std::uint8_t> dst(features, shape.placing);
+    Scratch scratch(scratchBytes(dst.size(), o, rvp8u), shape.seed);
+    ASSERT_EQ(rvpiLineSuppression_8u_C1R(src.region(), src.step(), feature.data(), feature.step(), dst.data(),
+                                         dst.step(), dst.size(), o.filter, o.mask, o.window, threshold, border,
+                                         image.value, scratch.data()),
+              rvpStatusOk);
+    ASSERT_TRUE(same(expected, dst.content()));
+    ASSERT_TRUE(dst.intact() && scratch.intact());
+  }
+}
+
+TEST(Corners, FollowTheFormulasAtEveryWidthAndBorder) {
+  std::size_t turn = 0;
+  sweepSmall([&](const Shape& shape) {
+    for (const RvpiBorderType border : someBorders()) {
+      const Options& options = kOptions[turn++ % std::size(kOptions)];
+      checkHarris<std::uint8_t>(shape, border, options);
+      checkHarris<float>(shape, border, options);
+      checkSuppression(shape, border, options);
+    }
+  });
+}
+
+// Images wider than a strip and higher than a window.
+TEST(Corners, DoNotDependOnTheStrips) {
+  for (const Options& options : kOptions) {
+    tryShape({300, 33, {3, 1}, 1, 61},
+             [&](const Shape& s) { checkHarris<std::uint8_t>(s, rvpBorderMirror, options); });
+    tryShape({258, 30, {}, 1, 62}, [&](const Shape& s) { checkHarris<float>(s, rvpBorderRepl | 128, options); });
+  }
+}
+
+struct Arguments {
+  const void *src, *feature;
+  void* dst;
+  int srcStep, featureStep, dstStep;
+  RvpiSize size;
+  Options options;
+  int border;
+  std::uint8_t* buffer;
+};
+using Fault = std::pair<RvpStatus, std::function<void(Arguments&)>>;
+
+void expectFirstOfTwo(const std::vector<Fault>& faults, const Arguments& good,
+                      const std::function<RvpStatus(const Arguments&)>& run) {
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    for (std::size_t j = i; j < faults.size(); ++j) {
+      Arguments a = good;
+      faults[j].second(a);
+      faults[i].second(a);
+      EXPECT_EQ(run(a), faults[i].first) << "faults " << i << " and " << j;
+    }
+  }
+}
+
+TEST(Corners, ReportTheFirstOfTwoFaults) {
+  std::vector<float> memory(256, 9.0f), other(256);
+  std::vector<std::uint8_t> scratch(1 << 16);
+  const Arguments good = {other.data(), other.data() + 128, memory.data(), 32, 32, 32, {8, 4},
+                          {2, 33, 3},   rvpBorderRepl,      scratch.data()};
+  const std::vector<Fault> common = {{rvpStatusBadFilterType, [](auto& a) { a.options.filter = 3; }},
+                                     {rvpStatusBadMaskSize, [](auto& a) { a.options.mask = 77; }},
+                                     {rvpStatusBadBorder, [](auto& a) { a.border = 4; }},
+                                     {rvpStatusBadSize, [](auto& a) { a.options.window = 0; }},
+                                     {rvpStatusBadStep, [](auto& a) { a.srcStep = -32; }},
+                                     {rvpStatusBadStep, [](auto& a) { a.dstStep = -32; }}};
+  std::vector<Fault> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+                               {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                               {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                               {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
+                               {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 33; }}};
+  // The step's two faults cannot stand together.
+  faults.insert(faults.end(), common.begin(), common.end() - 1);
+  const auto on8u = [](const Arguments& a) {
+    return harris(static_cast<const std::uint8_t*>(a.src), a.srcStep, static_cast<float*>(a.dst), a.dstStep, a.size,
+                  a.options, a.border, std::uint8_t{0}, a.buffer);
+  };
+  expectFirstOfTwo(faults, good, on8u);
+  const auto on32f = [](const Arguments& a) {
+    return harris(static_cast<const float*>(a.src), a.srcStep, static_cast<float*>(a.dst), a.dstStep, a.size,
+                  a.options, a.border, 0.0f, a.buffer);
+  };
+  faults.push_back({rvpStatusInPlaceNotSupported, [](auto& a) {
+                      if (a.src != nullptr && a.dst != nullptr) a.src = a.dst;
+                    }});
+  expectFirstOfTwo(faults, good, on32f);
+  Arguments odd = good;
+  odd.srcStep = 33;
+  EXPECT_EQ(on32f(odd), rvpStatusStepNotMultiple);
+  odd = good;
+  odd.options = {rvpFilterScharr, 55, 3};
+  EXPECT_EQ(on8u(odd), rvpStatusBadMaskSize);
+
+  faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+            {rvpStatusNullPointer, [](auto& a) { a.feature = nullptr; }},
+            {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+            {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+            {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }}};
+  faults.insert(faults.end(), common.begin(), common.end());
+  faults.push_back({rvpStatusBadStep, [](auto& a) { a.featureStep = -1; }});
+  faults.push_back({rvpStatusInPlaceNotSupported, [](auto& a) {
+                      if (a.feature != nullptr && a.dst != nullptr) a.feature = a.dst;
+                    }});
+  expectFirstOfTwo(faults, good, [](const Arguments& a) {
+    return rvpiLineSuppression_8u_C1R(static_cast<const std::uint8_t*>(a.src), a.srcStep,
+                                      static_cast<const std::uint8_t*>(a.feature), a.featureStep,
+                                      static_cast<std::uint8_t*>(a.dst), a.dstStep, a.size, a.options.filter,
+                                      a.options.mask, a.options.window, 1.0f, a.border, 0, a.buffer);
+  });
+  EXPECT_TRUE(std::all_of(memory.begin(), memory.end(), [](float v) { return v == 9.0f; }));
+}
+
+TEST(Corners, SizesAreCheckedInOrder) {
+  int bytes = -7;
+  const auto size = [&](RvpiSize roi, int mask, int window, int type, int channels) {
+    return rvpiHarrisCornerGetBufferSize(roi, mask, window, type, channels, &bytes);
+  };
+  EXPECT_EQ(rvpiHarrisCornerGetBufferSize({0, 0}, 1, 0, 2, 3, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(size({0, 5}, 1, 0, 2, 3), rvpStatusBadSize);
+  EXPECT_EQ(size({5, 5}, 1, 0, 2, 3), rvpStatusBadMaskSize);
+  EXPECT_EQ(size({5, 5}, 33, 0, rvp16u, 3), rvpStatusBadDataType);
+  EXPECT_EQ(size({5, 5}, 33, 0, rvp8u, 3), rvpStatusBadNumChannels);
+  EXPECT_EQ(size({5, 5}, 33, 0, rvp8u, 1), rvpStatusBadSize);
+  EXPECT_EQ(size({5, 5}, 33, -1, rvp8u, 1), rvpStatusBadMaskSize);
+  EXPECT_EQ(size({INT32_MAX, INT32_MAX}, 55, INT32_MAX, rvp32f, 1), rvpStatusSizeOverflow);
+  EXPECT_EQ(size({INT32_MAX, 1}, 33, 1, rvp8u, 1), rvpStatusSizeOverflow);
+  EXPECT_EQ(bytes, -7);
+}
+
+}  // namespace

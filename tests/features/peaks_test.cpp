@@ -1,0 +1,179 @@
+// The search for peaks against a look at every neighbourhood.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+template <class T>
+RvpStatus find(const T* src, int step, RvpiSize size, RvpiPoint* peaks, int most, int* count, int norm, int border,
+               std::uint8_t* buffer, T threshold) {
+  if constexpr (std::is_same_v<T, float>) {
+    return rvpiFindPeaks3x3_32f_C1R(src, step, size, peaks, most, count, norm, border, buffer, threshold);
+  } else {
+    return rvpiFindPeaks3x3_32s_C1R(src, step, size, peaks, most, count, norm, border, buffer, threshold);
+  }
+}
+
+template <class T>
+bool isPeak(const Plane<T>& image, int x, int y, int norm, T threshold) {
+  const T v = image.at(y, x);
+  const bool noAbsolute = std::is_integral_v<T> && v == std::numeric_limits<T>::lowest();
+  if (noAbsolute || !((v < 0 ? -v : v) > threshold)) return false;
+  for (int j = -1; j <= 1; ++j) {
+    for (int i = -1; i <= 1; ++i) {
+      if (norm == rvpPeakCross && i != 0 && j != 0) continue;
+      const T other = image.at(y + j, x + i);
+      const T beyond = v > 0 ? other - v : v - other;
+      if (std::is_same_v<T, float> ? beyond > std::numeric_limits<T>::min() : beyond > 0) return false;
+    }
+  }
+  return true;
+}
+
+// Few values, so that plateaus are frequent; and in float, steps below the smallest normal number.
+template <class T>
+Plane<T> image(const Shape& shape) {
+  const Plane<std::uint16_t> bits = randomPlane<std::uint16_t>(shape.width, shape.height, shape.seed);
+  Plane<T> plane(shape.width, shape.height);
+  for (std::size_t i = 0; i < plane.elements.size(); ++i) {
+    const int v = bits.elements[i] / 3 % 9 - 4;
+    plane.elements[i] = static_cast<T>(v);
+    if (std::is_same_v<T, float> && shape.seed % 3 == 0) plane.elements[i] *= static_cast<T>(4e-39);
+  }
+  return plane;
+}
+
+template <class T>
+class Peaks : public testing::Test {
+ public:
+  static void check(const Shape& shape) {
+    const Plane<T> content = image<T>(shape);
+    for (const int border : {1, 2, shape.width / 2}) {
+      if (border < 1 || 2 * border > shape.width || 2 * border > shape.height) continue;
+      for (const int norm : {rvpPeakSquare, rvpPeakCross}) {
+        for (const T threshold : {T{-1}, T{0}, T{2}}) {
+          std::vector<RvpiPoint> expected;
+          for (int y = border; y < shape.height - border; ++y) {
+            for (int x = border; x < shape.width - border; ++x) {
+              if (isPeak(content, x, y, norm, threshold)) expected.push_back({x, y});
+            }
+          }
+          const int found = static_cast<int>(expected.size());
+          for (const int most : {found + 1, std::max(found, 1), std::max(found / 2, 1)}) {
+            OnCliff<T> src(content, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+            Guarded<std::int32_t> peaks(Plane<std::int32_t>(2 * most, 1, -5));
+            std::uint8_t scratch = 7;
+            int count = -1;
+            ASSERT_EQ(find(src.data(), src.step(), src.size(), reinterpret_cast<RvpiPoint*>(peaks.data()), most,
+                           &count, norm, border, &scratch, threshold),
+                      rvpStatusOk);
+            ASSERT_EQ(count, std::min(found, most));
+            Plane<std::int32_t> list(2 * most, 1, -5);
+            for (int i = 0; i < count; ++i) {
+              list.at(0, 2 * i) = expected[static_cast<std::size_t>(i)].x;
+              list.at(0, 2 * i + 1) = expected[static_cast<std::size_t>(i)].y;
+            }
+            ASSERT_TRUE(same(list, peaks.content())) << "norm " << norm << ", border " << border;
+            ASSERT_TRUE(peaks.intact());
+          }
+        }
+      }
+    }
+  }
+};
+using Types = testing::Types<float, std::int32_t>;
+TYPED_TEST_SUITE(Peaks, Types);
+
+TYPED_TEST(Peaks, AreFoundAtEveryWidth) {
+  sweepSmall([](Shape shape) {
+    shape.height += 3;
+    TestFixture::check(shape);
+  });
+}
+
+TYPED_TEST(Peaks, OfExtremeValuesFollowTheRule) {
+  using T = TypeParam;
+  constexpr T kMost = std::numeric_limits<T>::max(), kLeast = std::numeric_limits<T>::lowest();
+  const auto centre = [&](T v, T around, T threshold) {
+    std::vector<T> src(9, around);
+    src[4] = v;
+    RvpiPoint peak = {};
+    int count = -1;
+    std::uint8_t scratch = 0;
+    EXPECT_EQ(find(src.data(), 12, {3, 3}, &peak, 1, &count, rvpPeakSquare, 1, &scratch, threshold), rvpStatusOk);
+    return count;
+  };
+  EXPECT_EQ(centre(kMost, T{0}, T{0}), 1);
+  EXPECT_EQ(centre(kLeast, T{0}, T{0}), (std::is_same_v<T, float> ? 1 : 0));
+  EXPECT_EQ(centre(kMost, kMost, T{5}), 1);
+  EXPECT_EQ(centre(T{0}, T{1}, T{0}), 0);
+  EXPECT_EQ(centre(T{0}, T{1}, T{-1}), 1);
+  if constexpr (std::is_same_v<T, float>) {
+    const T infinity = std::numeric_limits<T>::infinity();
+    EXPECT_EQ(centre(infinity, T{0}, T{0}), 0);
+  }
+}
+
+TYPED_TEST(Peaks, ReportTheFirstOfTwoFaults) {
+  using T = TypeParam;
+  struct Arguments {
+    const T* src;
+    int step;
+    RvpiSize size;
+    RvpiPoint* peaks;
+    int most;
+    int* count;
+    int norm, border;
+    std::uint8_t* buffer;
+  };
+  const std::pair<RvpStatus, std::function<void(Arguments&)>> faults[] = {
+      {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.peaks = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.count = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+      {rvpStatusBadSize, [](auto& a) { a.size.width = 3, a.border = 2; }},
+      {rvpStatusBadSize, [](auto& a) { a.most = 0; }},
+      {rvpStatusBadSize, [](auto& a) { a.border = 0; }},
+      {rvpStatusBadStep, [](auto& a) { a.step = 15; }},
+      {rvpStatusStepNotMultiple, [](auto& a) { a.step = 18; }},
+      {rvpStatusBadArgument, [](auto& a) { a.norm = 2; }}};
+  const std::vector<T> src(20, T{3});
+  std::uint8_t scratch = 0;
+  for (std::size_t i = 0; i < std::size(faults); ++i) {
+    for (std::size_t j = i; j < std::size(faults); ++j) {
+      RvpiPoint peak = {-1, -1};
+      int count = -7;
+      Arguments a = {src.data(), 16, {4, 4}, &peak, 1, &count, 0, 1, &scratch};
+      faults[j].second(a);
+      faults[i].second(a);
+      EXPECT_EQ(find(a.src, a.step, a.size, a.peaks, a.most, a.count, a.norm, a.border, a.buffer, T{1}),
+                faults[i].first)
+          << "faults " << i << " and " << j;
+      EXPECT_TRUE(count == -7 && peak.x == -1);
+    }
+  }
+}
+
+TEST(PeakSizes, AreTheStatedOnes) {
+  for (const auto query : {rvpiFindPeaks3x3GetBufferSize_32f_C1R, rvpiFindPeaks3x3GetBufferSize_32s_C1R}) {
+    int bytes = -7;
+    EXPECT_EQ(query(0, nullptr), rvpStatusNullPointer);
+    EXPECT_EQ(query(0, &bytes), rvpStatusBadSize);
+    EXPECT_EQ(bytes, -7);
+    EXPECT_EQ(query(1, &bytes), rvpStatusOk);
+    EXPECT_EQ(bytes, 160);
+    EXPECT_EQ(query(1920, &bytes), rvpStatusOk);
+    EXPECT_EQ(bytes, 481 * 128 + 32);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+// The derivative filters against full two-dimensional masks.
+#include "filter/derivative.h"
+
+#include <gtest/gtest.h>
+
+#include "support/bordered.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+using namespace rvp::n8;
+
+struct Mask {
+  int side;
+  std::vector<int> smooth;
+  std::vector<int> difference;
+};
+const Mask kSobel3 = {3, {1, 2, 1}, {-1, 0, 1}};
+const Mask kSobel5 = {5, {1, 4, 6, 4, 1}, {-1, -2, 0, 2, 1}};
+const Mask kScharr = {3, {3, 10, 3}, {-1, 0, 1}};
+
+enum class Along { x, y };
+
+// In double, where all sums of the test's images are exact but for the last bits of the thirds in float images.
+template <class T>
+Plane<double> reference(const Bordered<T>& image, const Mask& mask, Along along, int sign) {
+  const int r = mask.side / 2;
+  Plane<double> result(image.width(), image.height());
+  for (int y = 0; y < result.height; ++y) {
+    for (int x = 0; x < result.width; ++x) {
+      for (int j = -r; j <= r; ++j) {
+        for (int i = -r; i <= r; ++i) {
+          const auto at = [&](const std::vector<int>& w, int k) { return w[static_cast<std::size_t>(k + r)]; };
+          const int weight = along == Along::x ? at(mask.difference, i) * at(mask.smooth, j)
+                                               : at(mask.difference, j) * at(mask.smooth, i);
+          result.at(y, x) += sign * weight * static_cast<double>(image.at(x + i, y + j));
+        }
+      }
+    }
+  }
+  return result;
+}
+
+template <class T>
+Plane<DerivativeOf<T>> narrowed(const Plane<double>& exact) {
+  Plane<DerivativeOf<T>> result(exact.width, exact.height);
+  for (int y = 0; y < exact.height; ++y) {
+    for (int x = 0; x < exact.width; ++x) result.at(y, x) = static_cast<DerivativeOf<T>>(exact.at(y, x));
+  }
+  return result;
+}
+
+// Values whose sums are exact in float as well.
+Plane<float> wholeNumbers(int width, int height, unsigned seed) {
+  const Plane<std::int16_t> bits = randomPlane<std::int16_t>(width, height, seed);
+  Plane<float> plane(width, height);
+  for (std::size_t i = 0; i < plane.elements.size(); ++i) plane.elements[i] = static_cast<float>(bits.elements[i]);
+  return plane;
+}
+template <class T>
+Plane<T> pixelsOf(int width, int height, unsigned seed) {
+  if constexpr (std::is_same_v<T, float>) {
+    return wholeNumbers(width, height, seed);
+  } else {
+    return randomPlane<T>(width, height, seed);
+  }
+}
+
+template <class T>
+class Derivatives : public testing::Test {
+ public:
+  using Dst = DerivativeOf<T>;
+
+  static void check(const Shape& shape, RvpiBorderType border) {
+    SCOPED_TRACE("border " + std::to_string(border));
+    const Bordered<T> image = {pixelsOf<T>(shape.width + 4, shape.height + 4, shape.seed), 2, border, T{200}};
+    OnlyFlaggedSides<T> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+    const RvpiSize size = {shape.width, shape.height};
+    const auto one = [&](auto operation, int maskSize, const Mask& mask, Along along, int sign) {
+      Guarded<Dst> dst(Plane<Dst>(shape.width, shape.height), shape.placing);
+      ASSERT_EQ(operation(src.region(), src.step(), dst.data(), dst.step(), size, maskSize, border, image.value),
+                rvpStatusOk);
+      ASSERT_TRUE(same(narrowed<T>(reference(image, mask, along, sign)), dst.content())) << "mask " << maskSize;
+      ASSERT_TRUE(dst.intact());
+    };
+    for (const auto& [maskSize, mask] : {std::pair{33, kSobel3}, std::pair{55, kSobel5}}) {
+      one(rvpiFilterSobelVertBorder<T>, maskSize, mask, Along::x, 1);
+      one(rvpiFilterSobelNegVertBorder<T>, maskSize, mask, Along::x, -1);
+      one(rvpiFilterSobelHorizBorder<T>, maskSize, mask, Along::y, -1);
+    }
+    one(rvpiFilterScharrVertMaskBorder<T>, 33, kScharr, Along::x, 1);
+    one(rvpiFilterScharrHorizMaskBorder<T>, 33, kScharr, Along::y, 1);
+    Guarded<Dst> dx(Plane<Dst>(shape.width, shape.height), shape.placing), dy(dx);
+    ASSERT_EQ(rvpiGradientVectorScharr<T>(src.region(), src.step(), dx.data(), dx.step(), dy.data(), dy.step(),
+                                          size, 33, border, image.value),
+              rvpStatusOk);
+    ASSERT_TRUE(same(narrowed<T>(reference(image, kScharr, Along::x, 1)), dx.content()));
+    ASSERT_TRUE(same(narrowed<T>(reference(image, kScharr, Along::y, 1)), dy.content()));
+  }
+};
+using SourceTypes = testing::Types<std::uint8_t, float>;
+TYPED_TEST_SUITE(Derivatives, SourceTypes);
+
+TYPED_TEST(Derivatives, FollowTheMasksAtEveryWidthAndBorder) {
+  sweepSmall([](const Shape& shape) {
+    for (const RvpiBorderType border : someBorders()) TestFixture::check(shape, border);
+    TestFixture::check(shape, rvpBorderMirrorEdge | rvpBorderInMemTop);
+  });
+  tryShape({1601, 3, {}, 1, 41}, [](const Shape& shape) { TestFixture::check(shape, rvpBorderRepl); });
+}
+
+TEST(DerivativeChecks, StandInOrder) {
+  const std::uint8_t src[16] = {};
+  std::int16_t dst[16] = {};
+  const auto sobel = [&](const std::uint8_t* s, int dstStep, RvpiSize size, int mask, int border) {
+    return rvpiFilterSobelHorizBorder<std::uint8_t>(s, 4, dst, dstStep, size, mask, border, 0);
+  };
+  EXPECT_EQ(sobel(nullptr, 7, {0, 0}, 44, 5), rvpStatusNullPointer);
+  EXPECT_EQ(sobel(src, 7, {4, 0}, 44, 5), rvpStatusBadSize);
+  EXPECT_EQ(sobel(src, 9, {4, 2}, 44, 5), rvpStatusStepNotMultiple);
+  EXPECT_EQ(sobel(src, 8, {4, 2}, 44, 5), rvpStatusBadMaskSize);
+  for (const int border : {2, 5, 7, 256 + 1}) EXPECT_EQ(sobel(src, 8, {4, 2}, 33, border), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiFilterScharrVertMaskBorder<std::uint8_t>(src, 4, dst, 8, {4, 2}, 55, 1, 0), rvpStatusBadMaskSize);
+  std::int16_t* none = nullptr;
+  EXPECT_EQ(rvpiGradientVectorSobel<std::uint8_t>(src, 4, none, 8, none, 8, {4, 2}, 33, 1, 0),
+            rvpStatusNullPointer);
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+// The pixels around a region, by the formula of each border mode, for references that filter.
+#pragma once
+
+#include <vector>
+
+#include "rvpcv/types.h"
+#include "support/images.h"
+
+namespace test {
+
+constexpr int kOutside = -1;
+
+// The column or row among 0 to n - 1 that stands for i, walking there step by step; kOutside for the constant.
+inline int standIn(int mode, int i, int n) {
+  if (i >= 0 && i < n) return i;
+  if (mode == rvpBorderConst) return kOutside;
+  if (mode == rvpBorderRepl || (mode == rvpBorderMirror && n == 1)) return i < 0 ? 0 : n - 1;
+  const int edge = mode == rvpBorderMirrorEdge ? 1 : 0;
+  while (i < 0 || i >= n) i = i < 0 ? -i - edge : 2 * (n - 1) - i + edge;
+  return i;
+}
+
+// A region inside a larger image, with `margin` pixels of memory on all sides, and what a selector makes of it.
+template <class T>
+struct Bordered {
+  Plane<T> memory;  // The region and its margin.
+  int margin;
+  RvpiBorderType border;
+  T value;
+
+  int width() const { return memory.width - 2 * margin; }
+  int height() const { return memory.height - 2 * margin; }
+
+  bool inMemory(int flag) const { return (border & 15) == rvpBorderInMem || (border & flag) != 0; }
+
+  // The coordinate that is read in one direction.
+  int place(int i, int n, int flagBefore, int flagBehind) const {
+    if ((i < 0 && inMemory(flagBefore)) || (i >= n && inMemory(flagBehind))) return i;
+    return standIn(border & 15, i, n);
+  }
+
+  T at(int x, int y) const {
+    const bool outsideX =
+        (x < 0 && !inMemory(rvpBorderInMemLeft)) || (x >= width() && !inMemory(rvpBorderInMemRight));
+    const bool outsideY =
+        (y < 0 && !inMemory(rvpBorderInMemTop)) || (y >= height() && !inMemory(rvpBorderInMemBottom));
+    if ((border & 15) == rvpBorderConst && (outsideX || outsideY)) return value;
+    return memory.at(place(y, height(), rvpBorderInMemTop, rvpBorderInMemBottom) + margin,
+                     place(x, width(), rvpBorderInMemLeft, rvpBorderInMemRight) + margin);
+  }
+};
+
+// Every mode, alone and with side flags.
+inline std::vector<RvpiBorderType> someBorders() {
+  return {rvpBorderConst,           rvpBorderRepl,        rvpBorderMirror,
+          rvpBorderInMem,           rvpBorderRepl | 64,   rvpBorderMirror | 16 | 128,
+          rvpBorderConst | 32 | 64, rvpBorderConst | 0xF0};
+}
+
+// The memory that a selector lets a filter read, and no more: a margin is kept only on the sides in memory. The
+// image begins, or ends, each row at an unreadable page.
+template <class T>
+class OnlyFlaggedSides {
+ public:
+  OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff)
+      : left_(image.inMemory(rvpBorderInMemLeft) ? image.margin : 0),
+        top_(image.inMemory(rvpBorderInMemTop) ? image.margin : 0),
+        cliff_(cut(image), cliff) {}
+
+  const T* region() {
+    return reinterpret_cast<const T*>(reinterpret_cast<const char*>(cliff_.data()) +
+                                      static_cast<std::ptrdiff_t>(top_) * cliff_.step()) +
+           left_;
+  }
+  int step() const { return cliff_.step(); }
+
+ private:
+  Plane<T> cut(const Bordered<T>& image) const {
+    const int right = image.inMemory(rvpBorderInMemRight) ? image.margin : 0;
+    const int bottom = image.inMemory(rvpBorderInMemBottom) ? image.margin : 0;
+    Plane<T> part(left_ + image.width() + right, top_ + image.height() + bottom);
+    for (int y = 0; y < part.height; ++y) {
+      for (int x = 0; x < part.width; ++x)
+        part.at(y, x) = image.memory.at(y + image.margin - top_, x + image.margin - left_);
+    }
+    return part;
+  }
+
+  int left_;
+  int top_;
+  OnCliff<T> cliff_;
+};
+
+}  // namespace test
