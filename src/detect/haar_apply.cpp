@@ -121,27 +121,26 @@ struct Image {
 };
 
 // An upright table, whose offsets are made once for a call.
-template <class T, class Value>
+template <class T>
 struct PlainTable {
   Image<T> table;
   const Offsets* offsets;
-  const HaarFeature<Value>* firstFeature;
 
   struct Row {
     const T* cells;
     const Offsets* offsets;
-    const HaarFeature<Value>* firstFeature;
-    template <bool kSingle>
-    Lanes<T> rectangle(const HaarClassifier<Value>&, const HaarFeature<Value>& f, std::ptrdiff_t x) const {
-      return n8::rectangle<kSingle>(cells + x, offsets[&f - firstFeature]);
+    // The rectangle that is stored as number i.
+    template <bool kSingle, class Classifier, class Feature>
+    Lanes<T> rectangle(const Classifier&, const Feature&, std::ptrdiff_t i, std::ptrdiff_t x) const {
+      return n8::rectangle<kSingle>(cells + x, offsets[i]);
     }
   };
-  Row at(std::ptrdiff_t y) const { return {table.at(y), offsets, firstFeature}; }
+  Row at(std::ptrdiff_t y) const { return {table.at(y), offsets}; }
 };
 
 // An upright and a tilted table, of which each classifier has its own. The tilted one begins a row and a column
 // late.
-template <class T, class Value>
+template <class T>
 struct MixedTables {
   Image<T> upright;
   Image<T> tilted;
@@ -151,8 +150,8 @@ struct MixedTables {
     std::ptrdiff_t uprightStep;
     const T* tilted;
     std::ptrdiff_t tiltedStep;
-    template <bool kSingle>
-    Lanes<T> rectangle(const HaarClassifier<Value>& c, const HaarFeature<Value>& f, std::ptrdiff_t x) const {
+    template <bool kSingle, class Classifier, class Feature>
+    Lanes<T> rectangle(const Classifier& c, const Feature& f, std::ptrdiff_t, std::ptrdiff_t x) const {
       const std::ptrdiff_t step = c.tilted() ? tiltedStep : uprightStep;
       std::array<std::ptrdiff_t, 4> offsets;
       for (std::size_t i = 0; i < 4; ++i) offsets[i] = f.corners[i].y * step + f.corners[i].x;
@@ -180,11 +179,12 @@ unsigned failures(const Stage<Value>& stage, const Row& tables, const Value* nor
   const Tag<Value> d;
   const Lanes<Value> norms = load<kSingle>(norm + x);
   Lanes<Value> sum = hn::Zero(d);
+  std::ptrdiff_t i = 0;
   for (const HaarClassifier<Value>*c = stage.classifiers, *end = c + stage.count; c != end; ++c) {
     typename Arithmetic::Sum f;
-    for (const HaarFeature<Value>*feature = c->pFeatures, *last = feature + c->rectCount; feature != last;
-         ++feature)
-      f.add(tables.template rectangle<kSingle>(*c, *feature, x), feature->weight);
+    const HaarFeature<Value>* features = c->pFeatures;
+    for (std::int32_t k = 0; k < c->rectCount; ++k, ++i)
+      f.add(tables.template rectangle<kSingle>(*c, features[k], i, x), features[k].weight);
     sum = hn::Add(sum, Arithmetic::choose(f, *c, norms, stage.shift));
   }
   std::uint8_t bits[8] = {};
@@ -306,15 +306,15 @@ RvpStatus applyPlain(Image<T> table, const Call<Value>& call) {
       offsets[i][k] = wrappedSum(wrappedProduct(corner.y, step), corner.x);
     }
   }
-  apply<Arithmetic>(stage, PlainTable<T, Value>{table, offsets, features}, call.norm, call.pMask, call.maskStep,
-                    call.roiSize, call.pPositive);
+  apply<Arithmetic>(stage, PlainTable<T>{table, offsets}, call.norm, call.pMask, call.maskStep, call.roiSize,
+                    call.pPositive);
   return rvpStatusOk;
 }
 
 template <class Arithmetic, class T, class Value = typename Arithmetic::Value>
 RvpStatus applyMixed(Image<T> upright, Image<T> tilted, const Call<Value>& call) {
   if (RvpStatus fault = callFault(call, upright, tilted)) return fault;
-  apply<Arithmetic>(stageOf(call), MixedTables<T, Value>{upright, tilted}, call.norm, call.pMask, call.maskStep,
+  apply<Arithmetic>(stageOf(call), MixedTables<T>{upright, tilted}, call.norm, call.pMask, call.maskStep,
                     call.roiSize, call.pPositive);
   return rvpStatusOk;
 }
