@@ -191,15 +191,14 @@ RVP_API RvpStatus rvpiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDst
  * **Accuracy.** Against the exact Euclidean distance to the centre of the nearest outside pixel, measured on an
  * image of 801 x 801 pixels:
  *
- * | inside                                         | pixels taken      | mean relative error | maximum | in pixels
- * | | ---------------------------------------------- | ----------------- | ------------------- | ------- |
- * --------- | | a disc of radius 300                           | all               | 0.43 %              | 29.3 %
- * | 1.12      | |                                                | 10 or more away   | 0.23 %              | 2.4 %
- * | 1.12      | |                                                | 100 or more away  | 0.07 %              | 0.4 %
- * | 1.12      | | one side of a line 30 degrees off an axis      | all               | 0.22 %              | 29.3 %
- * | 0.70      | |                                                | 10 or more away   | 0.16 %              | 3.2 %
- * | 0.70      | | all but one pixel                              | all               | 0.45 %              | 20.7 %
- * | 2.02      |
+ * | inside                                         | pixels taken     | mean relative error | maximum | in pixels |
+ * | ---------------------------------------------- | ---------------- | ------------------- | ------- | --------- |
+ * | a disc of radius 300                           | all              | 0.43 %              | 29.3 %  | 1.12      |
+ * | ^                                              | 10 or more away  | 0.23 %              | 2.4 %   | 1.12      |
+ * | ^                                              | 100 or more away | 0.07 %              | 0.4 %   | 1.12      |
+ * | one side of a line 30 degrees off an axis      | all              | 0.22 %              | 29.3 %  | 0.70      |
+ * | ^                                              | 10 or more away  | 0.16 %              | 3.2 %   | 0.70      |
+ * | all but one pixel                              | all              | 0.45 %              | 20.7 %  | 2.02      |
  *
  * The large relative errors belong to pixels next to the boundary: the inner side of a corner is at 0.71, where the
  * nearest pixel is 1 away. A straight boundary along an axis gives exact distances.
