@@ -70,6 +70,7 @@ extern "C" {
  * @param dstStep Row step of the table, in bytes.
  * @param roiSize Size of the region, in pixels; the table is larger.
  * @param val Start value.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiIntegral_8u32s_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep,
                                          RvpiSize roiSize, int32_t val);
@@ -86,6 +87,7 @@ RVP_API RvpStatus rvpiIntegral_8u32f_C1R(const uint8_t* pSrc, int srcStep, float
  * @param pDst First cell of the table.
  * @param dstStep Row step of the table, in bytes.
  * @param roiSize Size of the region, in pixels; the table is larger.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiIntegral_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep, RvpiSize roiSize);
 
@@ -104,6 +106,7 @@ RVP_API RvpStatus rvpiIntegral_32f_C1R(const float* pSrc, int srcStep, float* pD
  * @param roiSize Size of the region, in pixels; the table is larger.
  * @param val Start value.
  * @param sqrVal Start value of the squares.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiSqrIntegral_8u32s_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep,
                                             int32_t* pSqr, int sqrStep, RvpiSize roiSize, int32_t val,
@@ -127,6 +130,7 @@ RVP_API RvpStatus rvpiSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int srcStep,
  * @param dstStep Row step of the table, in bytes.
  * @param roiSize Size of the region, in pixels; the table is larger.
  * @param val Start value.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiTiltedIntegral_8u32s_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep,
                                                RvpiSize roiSize, int32_t val);
@@ -149,6 +153,7 @@ RVP_API RvpStatus rvpiTiltedIntegral_8u32f_C1R(const uint8_t* pSrc, int srcStep,
  * @param roiSize Size of the region, in pixels; the table is larger.
  * @param val Start value.
  * @param sqrVal Start value of the squares.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32s_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep,
                                                   int32_t* pSqr, int sqrStep, RvpiSize roiSize, int32_t val,
@@ -174,7 +179,7 @@ RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int sr
  *
  * For the pixels 1, 2, 3 and 6 in a rectangle of 2 x 2, `S` = 12, `S2` = 50 and the result is `sqrt(3.5)`.
  *
- * With `rect` = (x, y, w, h) and `T(r, c)` the cell of row r and column c of a table of @ref integral:
+ * With `rect` = (x, y, w, h) and `T(r, c)` the cell of row r and column c of a table (see @ref integral),
  *
  * |          | upright                                           | tilted                                       |
  * | -------- | ------------------------------------------------- | -------------------------------------------- |
@@ -233,6 +238,7 @@ RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int sr
  * @param roiSize Size of the result, in pixels.
  * @param rect The rectangle, relative to the output pixel.
  * @param scaleFactor The result is multiplied by 2 to the power of minus this; -31 to 31.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pSqr, int sqrStep,
                                             int32_t* pDst, int dstStep, RvpiSize roiSize, RvpiRect rect,
@@ -251,6 +257,7 @@ RVP_API RvpStatus rvpiRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcStep, co
  * @param dstStep Row step of the result, in bytes.
  * @param roiSize Size of the result, in pixels.
  * @param rect The rectangle, relative to the output pixel.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiRectStdDev_32s32f_C1R(const int32_t* pSrc, int srcStep, const double* pSqr, int sqrStep,
                                             float* pDst, int dstStep, RvpiSize roiSize, RvpiRect rect);
@@ -271,6 +278,7 @@ RVP_API RvpStatus rvpiRectStdDev_32f_C1R(const float* pSrc, int srcStep, const d
  * @param roiSize Size of the result, in pixels.
  * @param rect The rectangle, relative to the output pixel.
  * @param scaleFactor The result is multiplied by 2 to the power of minus this; -31 to 31.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiTiltedRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pSqr,
                                                   int sqrStep, int32_t* pDst, int dstStep, RvpiSize roiSize,
@@ -289,6 +297,7 @@ RVP_API RvpStatus rvpiTiltedRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcSt
  * @param dstStep Row step of the result, in bytes.
  * @param roiSize Size of the result, in pixels.
  * @param rect The rectangle, relative to the output pixel.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiTiltedRectStdDev_32s32f_C1R(const int32_t* pSrc, int srcStep, const double* pSqr, int sqrStep,
                                                   float* pDst, int dstStep, RvpiSize roiSize, RvpiRect rect);
@@ -510,6 +519,7 @@ RVP_API RvpStatus rvpiTiltHaarFeatures_32f(const uint8_t* pMask, int flag, RvpiH
  * @param pPositive Where the number of pixels goes that passed.
  * @param threshold Threshold of the stage.
  * @param pState The block.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiApplyHaarClassifier_32f_C1R(const float* pSrc, int srcStep, const float* pNorm, int normStep,
                                                   uint8_t* pMask, int maskStep, RvpiSize roiSize, int* pPositive,
@@ -533,6 +543,7 @@ RVP_API RvpStatus rvpiApplyHaarClassifier_32s32f_C1R(const int32_t* pSrc, int sr
  * @param threshold Threshold of the stage.
  * @param pState The block.
  * @param scaleFactor Sums are shifted left by minus this before they are compared; at most 0.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiApplyHaarClassifier_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pNorm,
                                                      int normStep, uint8_t* pMask, int maskStep, RvpiSize roiSize,
@@ -557,6 +568,7 @@ RVP_API RvpStatus rvpiApplyHaarClassifier_32s_C1RSfs(const int32_t* pSrc, int sr
  * @param pPositive Where the number of pixels goes that passed.
  * @param threshold Threshold of the stage.
  * @param pState The block.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32f_C1R(const float* pSrc, int srcStep, const float* pTilt,
                                                        int tiltStep, const float* pNorm, int normStep,
@@ -586,6 +598,7 @@ RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32s32f_C1R(const int32_t* pSrc, i
  * @param threshold Threshold of the stage.
  * @param pState The block.
  * @param scaleFactor Sums are shifted left by minus this before they are compared; at most 0.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiApplyMixedHaarClassifier_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pTilt,
                                                           int tiltStep, const int32_t* pNorm, int normStep,

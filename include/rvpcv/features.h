@@ -285,6 +285,7 @@ RVP_API RvpStatus rvpiEigenValsVecsGetBufferSize_32f_C1R(RvpiSize roiSize, int a
  * @param apertureSize Side of the derivatives' mask, 3 or 5.
  * @param avgWindow Side of the window, 3 or 5.
  * @param pBuffer Scratch of the size function of the same types.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiMinEigenVal_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                             RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
@@ -310,6 +311,7 @@ RVP_API RvpStatus rvpiMinEigenVal_32f_C1R(const float* pSrc, int srcStep, float*
  * @param borderType A border mode with side flags.
  * @param borderValue The pixels outside, for ::rvpBorderConst alone.
  * @param pBuffer Scratch of the size function of the same types.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiMinEigenValBorder_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                                   RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
@@ -336,6 +338,7 @@ RVP_API RvpStatus rvpiMinEigenValBorder_32f_C1R(const float* pSrc, int srcStep, 
  * @param apertureSize Side of the derivatives' mask, 3 or 5.
  * @param avgWindow Side of the window, 3 or 5.
  * @param pBuffer Scratch of the size function of the same types.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiEigenValsVecs_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                               RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
@@ -362,6 +365,7 @@ RVP_API RvpStatus rvpiEigenValsVecs_32f_C1R(const float* pSrc, int srcStep, floa
  * @param borderType A border mode with side flags.
  * @param borderValue The pixels outside, for ::rvpBorderConst alone.
  * @param pBuffer Scratch of the size function of the same types.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiEigenValsVecsBorder_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                                     RvpiSize roiSize, RvpiKernelKind kernelKind, int apertureSize,
@@ -478,6 +482,14 @@ RVP_API RvpStatus rvpiHarrisCorner_32f_C1R(const float* pSrc, int srcStep, float
 /**
  * Tells how much scratch ::rvpiLineSuppression_8u_C1R needs: exactly ::rvpiHarrisCornerGetBufferSize, with the same
  * arguments and statuses.
+ *
+ * @param roiSize Size of the region, in pixels.
+ * @param maskSize 33 or 55.
+ * @param avgWindow Side of the window, at least 1.
+ * @param dataType ::rvp8u, or ::rvp32f, which is not used.
+ * @param numChannels 1.
+ * @param[out] pBufferSize Bytes of scratch. Untouched on an error.
+ * @return The first status that applies, in the order of ::rvpiHarrisCornerGetBufferSize.
  */
 RVP_API RvpStatus rvpiLineSuppressionGetBufferSize(RvpiSize roiSize, RvpiMaskSize maskSize, int avgWindow,
                                                    RvpDataType dataType, int numChannels, int* pBufferSize);

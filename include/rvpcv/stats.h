@@ -350,6 +350,7 @@ RVP_API RvpStatus rvpiAddWeighted_32f_C1R(const float* pSrc1, int src1Step, cons
  * @param maskStep Row step of the mask, in bytes.
  * @param roiSize Size of the region, in pixels.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNorm_Inf_8u_C1MR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
                                        RvpiSize roiSize, double* pValue);
@@ -384,6 +385,7 @@ RVP_API RvpStatus rvpiNorm_L2_32f_C1MR(const float* pSrc, int srcStep, const uin
  * @param roiSize Size of the region, in pixels.
  * @param coi Channel of interest, 1 to 3.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNorm_Inf_8u_C3CMR(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep,
                                         RvpiSize roiSize, int coi, double* pValue);
@@ -418,6 +420,7 @@ RVP_API RvpStatus rvpiNorm_L2_32f_C3CMR(const float* pSrc, int srcStep, const ui
  * @param maskStep Row step of the mask, in bytes.
  * @param roiSize Size of the region, in pixels.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNormDiff_Inf_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
@@ -455,6 +458,7 @@ RVP_API RvpStatus rvpiNormDiff_L2_32f_C1MR(const float* pSrc1, int src1Step, con
  * @param roiSize Size of the region, in pixels.
  * @param coi Channel of interest, 1 to 3.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNormDiff_Inf_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                             const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
@@ -499,6 +503,7 @@ RVP_API RvpStatus rvpiNormDiff_L2_32f_C3CMR(const float* pSrc1, int src1Step, co
  * @param maskStep Row step of the mask, in bytes.
  * @param roiSize Size of the region, in pixels.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNormRel_Inf_8u_C1MR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                           const uint8_t* pMask, int maskStep, RvpiSize roiSize, double* pValue);
@@ -535,6 +540,7 @@ RVP_API RvpStatus rvpiNormRel_L2_32f_C1MR(const float* pSrc1, int src1Step, cons
  * @param roiSize Size of the region, in pixels.
  * @param coi Channel of interest, 1 to 3.
  * @param pValue Where the result goes.
+ * @return The first status that applies, in the order that the family's text lists.
  */
 RVP_API RvpStatus rvpiNormRel_Inf_8u_C3CMR(const uint8_t* pSrc1, int src1Step, const uint8_t* pSrc2, int src2Step,
                                            const uint8_t* pMask, int maskStep, RvpiSize roiSize, int coi,
