@@ -37,8 +37,8 @@ void copyPixels(const P* src, std::ptrdiff_t count, P* dst) {
   hn::StoreU(last, d, to + bytes - lanes);
 }
 
-// One pixel over and over, in vectors of 16 bytes. Their phases repeat after 48 bytes, which hold a whole number of
-// pixels of each size, and a run of pixels ends in the phase of the pixel's own last bytes, wherever it ends.
+// One pixel over and over, in vectors of 16 bytes. Three of them hold a whole number of pixels of each size; so the
+// third ends with a pixel's last byte, and fits at the end of a run of any length.
 template <class P>
 class Pattern {
  public:
@@ -48,9 +48,8 @@ class Pattern {
     for (std::size_t i = 0; i < sizeof(P); ++i) halves[i / 8] |= std::uint64_t{pixel.bytes[i]} << (i % 8 * 8);
     const auto once =
         hn::BitCast(kTag, hn::InterleaveLower(hn::Set(kTag64, halves[0]), hn::Set(kTag64, halves[1])));
-    for (std::size_t i = 0; i < 3; ++i)
-      head_[i] = hn::TableLookupBytes(once, hn::Load(kTag, kPhases.head + i * kVector));
-    tail_ = hn::TableLookupBytes(once, hn::Load(kTag, kPhases.tail));
+    for (std::size_t part = 0; part < 3; ++part)
+      parts_[part] = hn::TableLookupBytes(once, hn::Load(kTag, kPhases.data() + part * kVector));
   }
 
   void fill(P* dst, std::ptrdiff_t count) const {
@@ -62,10 +61,10 @@ class Pattern {
     }
     std::size_t i = 0;
     for (; i + 3 * kVector <= bytes; i += 3 * kVector) {
-      for (std::size_t part = 0; part < 3; ++part) hn::StoreU(head_[part], kTag, at + i + part * kVector);
+      for (std::size_t part = 0; part < 3; ++part) hn::StoreU(parts_[part], kTag, at + i + part * kVector);
     }
-    for (std::size_t part = 0; i + kVector <= bytes; i += kVector, ++part) hn::StoreU(head_[part], kTag, at + i);
-    hn::StoreU(tail_, kTag, at + bytes - kVector);
+    for (std::size_t part = 0; i + kVector <= bytes; i += kVector, ++part) hn::StoreU(parts_[part], kTag, at + i);
+    hn::StoreU(parts_[2], kTag, at + bytes - kVector);
   }
 
  private:
@@ -74,21 +73,15 @@ class Pattern {
   static constexpr std::size_t kVector = 16;
   static_assert(3 * kVector % sizeof(P) == 0);
 
-  struct Phases {
-    alignas(kVector) std::uint8_t head[3 * kVector];
-    alignas(kVector) std::uint8_t tail[kVector];
-  };
-  static constexpr Phases kPhases = [] {
-    Phases phases{};
-    for (std::size_t i = 0; i < 3 * kVector; ++i) phases.head[i] = static_cast<std::uint8_t>(i % sizeof(P));
-    // The last of three vectors ends with a pixel's last byte.
-    for (std::size_t i = 0; i < kVector; ++i) phases.tail[i] = phases.head[2 * kVector + i];
+  alignas(kVector) static constexpr auto kPhases = [] {
+    std::array<std::uint8_t, 3 * kVector> phases{};
+    for (std::size_t i = 0; i < phases.size(); ++i) phases[i] = static_cast<std::uint8_t>(i % sizeof(P));
     return phases;
   }();
 
   // Fewer bytes than a vector has: the powers of two that make up their number.
   void fillFew(std::uint8_t* at, std::size_t bytes) const {
-    const auto halves = hn::BitCast(kTag64, head_[0]);
+    const auto halves = hn::BitCast(kTag64, parts_[0]);
     std::uint64_t next = hn::GetLane(halves);
     if ((bytes & 8) != 0) {
       std::memcpy(at, &next, 8);
@@ -106,8 +99,7 @@ class Pattern {
     fillNext(std::integral_constant<std::size_t, 1>());
   }
 
-  hn::Vec<hn::FixedTag<std::uint8_t, 16>> head_[3];
-  hn::Vec<hn::FixedTag<std::uint8_t, 16>> tail_;
+  hn::Vec<hn::FixedTag<std::uint8_t, 16>> parts_[3];
 };
 
 // dst[i] = src[count - 1 - i]; the two must not overlap. Pixels of a size that divides 16 bytes are turned round a
