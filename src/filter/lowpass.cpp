@@ -62,7 +62,7 @@ constexpr bool isMask(RvpiMaskSize mask) { return mask == 33 || mask == 55; }
 }  // namespace
 
 std::int64_t lowpassBufferBytes(int width, int maskSide) {
-  return kLine + owncvGetMaxNumThreads() * maskSide * ringRowBytes(width);
+  return kLine + std::int64_t{owncvGetMaxNumThreads()} * maskSide * ringRowBytes(width);
 }
 
 }  // namespace rvp::n8
