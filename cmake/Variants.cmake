@@ -13,6 +13,11 @@ set(RVPCV_SUBDIR_v3 glibc-hwcaps/x86-64-v3/)
 set(RVPCV_SONAME 9.0)
 set(RVPCV_LIBDIR ${PROJECT_BINARY_DIR}/lib)
 
+# A library names all that it needs, but for the sanitizers' runtime, which the program brings.
+if(NOT RVPCV_SANITIZE)
+  set(RVPCV_NO_UNDEFINED -Wl,-z,defs)
+endif()
+
 # Results must not depend on the compiler's or the processor's taste: no contraction into fused operations, no fast
 # math. Nothing here reads errno of a mathematical function or traps on floating-point exceptions.
 add_library(rvpcv_build INTERFACE)
@@ -35,7 +40,7 @@ function(rvpcv_add_variant variant)
   target_include_directories(rvpcv_${variant} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   set(map ${PROJECT_SOURCE_DIR}/cmake/rvpcv.map)
-  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} -Wl,-z,defs -Wl,--as-needed)
+  target_link_options(rvpcv_${variant} PRIVATE -Wl,--version-script=${map} -Wl,--as-needed ${RVPCV_NO_UNDEFINED})
   set_target_properties(
     rvpcv_${variant}
     PROPERTIES OUTPUT_NAME rvpcvn8

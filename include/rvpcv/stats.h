@@ -203,7 +203,7 @@ RVP_API RvpStatus rvpiAddProduct_32f_C1IMR(const float* pSrc1, int src1Step, con
  * Moves an accumulator towards an image. See @ref accumulators for the formula, the limits and the statuses.
  *
  * The form of the sum means that `alpha` 1 may leave the accumulator a rounding away from the source, and that
- * `alpha` 0 leaves every finite accumulator as it is.
+ * `alpha` 0 leaves every finite accumulator as it is where the source is finite too.
  *
  * @param pSrc First pixel of the source.
  * @param srcStep Row step of the source, in bytes.

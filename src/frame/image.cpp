@@ -104,19 +104,32 @@ RVP_COPY(float, 3)
 RVP_COPY(float, 4)
 
 template <class T>
+void owniSet_C1_M7(T value, T* dst, int step, RvpiSize size, bool stream) {
+  // Rows without a gap are one long row.
+  const bool oneRow = static_cast<std::int64_t>(size.width) * static_cast<std::int64_t>(sizeof(T)) == step;
+  const std::ptrdiff_t rows = oneRow ? 1 : size.height;
+  const std::ptrdiff_t count = oneRow ? pixels(size) : size.width;
+  for (std::ptrdiff_t y = 0; y < rows; ++y) (stream ? streamRow<T> : setRow<T>)(row(dst, step, y), value, count);
+  if (stream) hwy::FlushStream();
+}
+
+template <class T>
 RvpStatus rvpiSet(T value, T* pDst, int dstStep, RvpiSize roiSize) {
   if (RvpStatus fault = firstFault(nullPointer(pDst), badSize(roiSize))) return fault;
   const bool stream = pixels(roiSize) > kCachedPixels && pixels(roiSize) >= owncvGetCacheSize();
-  const bool oneRow = static_cast<std::int64_t>(roiSize.width) * static_cast<std::int64_t>(sizeof(T)) == dstStep;
-  const std::ptrdiff_t rows = oneRow ? 1 : roiSize.height;
-  const std::ptrdiff_t count = oneRow ? pixels(roiSize) : roiSize.width;
-  for (std::ptrdiff_t y = 0; y < rows; ++y)
-    (stream ? streamRow<T> : setRow<T>)(row(pDst, dstStep, y), value, count);
-  if (stream) hwy::FlushStream();
+  owniSet_C1_M7(value, pDst, dstStep, roiSize, stream);
   return rvpStatusOk;
 }
+template void owniSet_C1_M7(std::uint8_t, std::uint8_t*, int, RvpiSize, bool);
 template RvpStatus rvpiSet(std::uint8_t, std::uint8_t*, int, RvpiSize);
 template RvpStatus rvpiSet(std::int16_t, std::int16_t*, int, RvpiSize);
+
+template <class T>
+void owniConvert_32f_M7(const T* src, int srcStep, float* dst, int dstStep, RvpiSize elements, bool stream) {
+  for (std::ptrdiff_t y = 0; y < elements.height; ++y)
+    (stream ? widenAndStreamRow<T> : widenRow<T>)(row(src, srcStep, y), row(dst, dstStep, y), elements.width);
+  if (stream) hwy::FlushStream();
+}
 
 template <class T, int kChannels>
 RvpStatus rvpiConvert_32f(const T* pSrc, int srcStep, float* pDst, int dstStep, RvpiSize roiSize) {
@@ -126,13 +139,11 @@ RvpStatus rvpiConvert_32f(const T* pSrc, int srcStep, float* pDst, int dstStep, 
   const std::int64_t footprint = pixels(roiSize) * 6;
   const bool stream =
       std::is_same_v<T, std::uint16_t> && footprint > kCachedPixels && footprint >= owncvGetCacheSize();
-  for (std::ptrdiff_t y = 0; y < roiSize.height; ++y) {
-    (stream ? widenAndStreamRow<T> : widenRow<T>)(row(pSrc, srcStep, y), row(pDst, dstStep, y),
-                                                  rowElements(roiSize.width, kChannels));
-  }
-  if (stream) hwy::FlushStream();
+  owniConvert_32f_M7(pSrc, srcStep, pDst, dstStep, {wrappedProduct(roiSize.width, kChannels), roiSize.height},
+                     stream);
   return rvpStatusOk;
 }
+template void owniConvert_32f_M7(const std::uint16_t*, int, float*, int, RvpiSize, bool);
 template RvpStatus rvpiConvert_32f<std::uint16_t, 1>(const std::uint16_t*, int, float*, int, RvpiSize);
 template RvpStatus rvpiConvert_32f<std::uint8_t, 3>(const std::uint8_t*, int, float*, int, RvpiSize);
 

@@ -18,9 +18,18 @@ RvpStatus rvpiCopy(const T* pSrc, int srcStep, T* pDst, int dstStep, RvpiSize ro
 template <class T>
 RvpStatus rvpiSet(T value, T* pDst, int dstStep, RvpiSize roiSize);
 
-// Integers as floats; a step below 1 is refused. 16u C1, 8u C3.
+// Its kernel; `stream` passes the cache by.
+template <class T>
+void owniSet_C1_M7(T value, T* dst, int step, RvpiSize size, bool stream);
+
+// Integers as floats; a step below 1 is refused. 16u C1, which passes the cache by where both images together are
+// larger; 8u C3.
 template <class T, int kChannels>
 RvpStatus rvpiConvert_32f(const T* pSrc, int srcStep, float* pDst, int dstStep, RvpiSize roiSize);
+
+// Its kernel; `stream` passes the cache by.
+template <class T>
+void owniConvert_32f_M7(const T* src, int srcStep, float* dst, int dstStep, RvpiSize elements, bool stream);
 
 // (pSrc2 - pSrc1) * 2^-scaleFactor, rounded to nearest with ties to even, saturated. 8u C1, C3, C4; 16u C1; 16s C1.
 // 8u C1 and 16s C1 run on a team from kArithmeticTeamPixels on.
