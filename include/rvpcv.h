@@ -5,6 +5,7 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/filter.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
