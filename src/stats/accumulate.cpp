@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "frame/checks.h"
+#include "frame/simd.h"
 #include "frame/team.h"
 #include "frame/views.h"
 #include "rvpcv/stats.h"
@@ -31,90 +32,158 @@ struct Image {
   const T* at(std::ptrdiff_t y) const { return row(first, step, y); }
 };
 
-// What is added to a pixel. `keep` passes a value through, or replaces it by +0.0 where the mask leaves the pixel
-// out; each sum applies it at the place that the contract names. Both factors of a product of bytes are exact in
-// float, and so is the product.
-template <class T>
+// What is added to a pixel with sources s1 and s2: on one float or on a vector of them. `keep` passes a value
+// through, or replaces it by +0.0 where the mask leaves the pixel out; each formula applies it at the place that
+// the contract names. Squares and products of bytes are exact in float.
 struct Sum {
-  Image<T> src;
-  struct Row {
-    const T* s;
-    template <class Keep>
-    float addend(std::ptrdiff_t x, float, Keep keep) const {
-      return keep(static_cast<float>(s[x]));
-    }
-  };
-  Row at(std::ptrdiff_t y) const { return {src.at(y)}; }
+  template <class V, class Keep>
+  V operator()(V s1, V, V, const Keep& keep) const {
+    return keep(s1);
+  }
 };
 
-template <class T>
 struct SumOfSquares {
-  Image<T> src;
-  struct Row {
-    const T* s;
-    template <class Keep>
-    float addend(std::ptrdiff_t x, float, Keep keep) const {
-      const float factor = keep(static_cast<float>(s[x]));
-      return factor * factor;
-    }
-  };
-  Row at(std::ptrdiff_t y) const { return {src.at(y)}; }
+  template <class V, class Keep>
+  V operator()(V s1, V, V, const Keep& keep) const {
+    const V factor = keep(s1);
+    return factor * factor;
+  }
 };
 
-template <class T>
 struct SumOfProducts {
-  Image<T> src1;
-  Image<T> src2;
-  struct Row {
-    const T* s1;
-    const T* s2;
-    template <class Keep>
-    float addend(std::ptrdiff_t x, float, Keep keep) const {
-      return keep(static_cast<float>(s1[x])) * static_cast<float>(s2[x]);
-    }
-  };
-  Row at(std::ptrdiff_t y) const { return {src1.at(y), src2.at(y)}; }
+  template <class V, class Keep>
+  V operator()(V s1, V s2, V, const Keep& keep) const {
+    return keep(s1) * s2;
+  }
 };
 
-template <class T>
+float spread(float, float value) { return value; }
+template <class V>
+V spread(V, float value) {
+  return hn::Set(hn::DFromV<V>(), value);
+}
+
 struct RunningAverage {
-  Image<T> src;
   float alpha;
-  struct Row {
-    const T* s;
-    float alpha;
-    template <class Keep>
-    float addend(std::ptrdiff_t x, float acc, Keep keep) const {
-      return keep((static_cast<float>(s[x]) - acc) * alpha);
-    }
-  };
-  Row at(std::ptrdiff_t y) const { return {src.at(y), alpha}; }
+  template <class V, class Keep>
+  V operator()(V s1, V, V acc, const Keep& keep) const {
+    return keep((s1 - acc) * spread(acc, alpha));
+  }
 };
 
-constexpr auto kKeepAll = [](float value) { return value; };
+constexpr auto kKeepAll = [](auto value) { return value; };
 
-template <class Row>
-void accumulateRow(const Row& src, float* acc, std::ptrdiff_t width) {
-  for (std::ptrdiff_t x = 0; x < width; ++x) acc[x] += src.addend(x, acc[x], kKeepAll);
-}
+// Vectors work on blocks of 16 pixels: one 16-byte vector of bytes, and as many float vectors as it takes.
+using Floats = hn::ScalableTag<float>;
+using Words = hn::RebindToSigned<Floats>;
+using Bytes = hn::Repartition<std::uint8_t, Floats>;
+constexpr std::ptrdiff_t kBlock = 16;
+constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(Floats()));
 
-// Pixels outside a group: the mask decides whether anything happens.
-template <class Row>
-void accumulateSelected(const Row& src, const std::uint8_t* mask, float* acc, std::ptrdiff_t first,
-                        std::ptrdiff_t last) {
-  for (std::ptrdiff_t x = first; x < last; ++x) {
-    if (mask[x] != 0) acc[x] += src.addend(x, acc[x], kKeepAll);
+// Shuffles that bring byte x of a block to the 32-bit lane x: as a number, or four times over as a mask.
+struct LaneShuffle {
+  alignas(64) std::uint8_t places[kBlock * sizeof(float)];
+  auto part(std::ptrdiff_t first) const {
+    return hn::Load(Bytes(), places + first * std::ptrdiff_t{sizeof(float)});
   }
-}
-
-// Groups of four: the mask decides what is added.
-template <class Row>
-void accumulateGroups(const Row& src, const std::uint8_t* mask, float* acc, std::ptrdiff_t first,
-                      std::ptrdiff_t last) {
-  for (std::ptrdiff_t x = first; x < last; ++x) {
-    acc[x] += src.addend(x, acc[x], [selected = mask[x] != 0](float value) { return selected ? value : 0.0f; });
+};
+constexpr LaneShuffle laneShuffle(bool fourTimes) {
+  LaneShuffle shuffle{};
+  for (std::size_t i = 0; i < sizeof(shuffle.places); ++i) {
+    constexpr std::uint8_t kZero = 0x80;  // A place with its top bit set gives 0.
+    shuffle.places[i] = fourTimes || i % sizeof(float) == 0 ? static_cast<std::uint8_t>(i / sizeof(float)) : kZero;
   }
+  return shuffle;
 }
+constexpr LaneShuffle kAsNumbers = laneShuffle(false);
+constexpr LaneShuffle kAsMasks = laneShuffle(true);
+
+// A block of source pixels, given out as float vectors: `part(x)` begins at pixel x.
+template <class T>
+struct Block {
+  const T* first;
+  explicit Block(const T* at) : first(at) {}
+  auto part(std::ptrdiff_t x) const {
+    if constexpr (std::is_same_v<T, float>) {
+      return hn::LoadU(Floats(), first + x);
+    } else {
+      return hn::ConvertTo(Floats(), hn::PromoteTo(Words(), hn::LoadU(hn::Rebind<T, Floats>(), first + x)));
+    }
+  }
+};
+
+// Bytes are loaded at once, into every 16 bytes of the vector.
+template <>
+struct Block<std::uint8_t> {
+  hn::Vec<Bytes> bytes;
+  explicit Block(const std::uint8_t* at) : bytes(hn::LoadDup128(Bytes(), at)) {}
+  auto part(std::ptrdiff_t x) const {
+    return hn::ConvertTo(Floats(), hn::BitCast(Words(), hn::TableLookupBytes(bytes, kAsNumbers.part(x))));
+  }
+};
+
+// The mask of a block.
+struct MaskBlock {
+  hn::Vec<Bytes> left_out;  // All ones where the mask is zero.
+  explicit MaskBlock(const std::uint8_t* at)
+      : left_out(hn::VecFromMask(Bytes(), hn::LoadDup128(Bytes(), at) == hn::Zero(Bytes()))) {}
+  auto keep(std::ptrdiff_t x) const {
+    const auto lanes = hn::BitCast(Floats(), hn::TableLookupBytes(left_out, kAsMasks.part(x)));
+    return [lanes](auto value) { return hn::AndNot(lanes, value); };
+  }
+};
+
+// One row of the work. A formula with one source finds it in s2 too, and does not look there.
+template <class Formula, class T>
+struct RowWork {
+  Formula formula;
+  const T* s1;
+  const T* s2;
+  const std::uint8_t* mask;
+  float* acc;
+
+  template <class Keep>
+  void addPixel(std::ptrdiff_t x, const Keep& keep) const {
+    acc[x] += formula(static_cast<float>(s1[x]), static_cast<float>(s2[x]), acc[x], keep);
+  }
+
+  // All blocks that fit between first and last; returns where they end.
+  template <bool kMasked>
+  std::ptrdiff_t addBlocks(std::ptrdiff_t first, std::ptrdiff_t last) const {
+    std::ptrdiff_t x = first;
+    for (; x + kBlock <= last; x += kBlock) {
+      const Block<T> block1(s1 + x), block2(s2 + x);
+      const auto addPart = [&](std::ptrdiff_t part, const auto& keep) {
+        const auto old = hn::LoadU(Floats(), acc + x + part);
+        hn::StoreU(old + formula(block1.part(part), block2.part(part), old, keep), Floats(), acc + x + part);
+      };
+      if constexpr (kMasked) {
+        const MaskBlock selected(mask + x);
+        for (std::ptrdiff_t part = 0; part < kBlock; part += kLanes) addPart(part, selected.keep(part));
+      } else {
+        for (std::ptrdiff_t part = 0; part < kBlock; part += kLanes) addPart(part, kKeepAll);
+      }
+    }
+    return x;
+  }
+
+  void addAll(std::ptrdiff_t width) const {
+    for (std::ptrdiff_t x = addBlocks<false>(0, width); x < width; ++x) addPixel(x, kKeepAll);
+  }
+
+  // Pixels outside a group: the mask decides whether anything happens.
+  void addSelected(std::ptrdiff_t first, std::ptrdiff_t last) const {
+    for (std::ptrdiff_t x = first; x < last; ++x) {
+      if (mask[x] != 0) addPixel(x, kKeepAll);
+    }
+  }
+
+  // Groups of four: the mask decides what is added.
+  void addGroups(std::ptrdiff_t first, std::ptrdiff_t last) const {
+    for (std::ptrdiff_t x = addBlocks<true>(first, last); x < last; ++x)
+      addPixel(x, [selected = mask[x] != 0](float value) { return selected ? value : 0.0f; });
+  }
+};
 
 // Single pixels before the groups: none, or as many as bring the accumulator to a multiple of 16 bytes.
 std::ptrdiff_t headPixels(const float* acc, std::ptrdiff_t width) {
@@ -122,28 +191,30 @@ std::ptrdiff_t headPixels(const float* acc, std::ptrdiff_t width) {
   return std::min(static_cast<std::ptrdiff_t>(missing / sizeof(float)), width);
 }
 
-template <bool kAligned, class Row>
-void accumulateMaskedRow(const Row& src, const std::uint8_t* mask, float* acc, std::ptrdiff_t width) {
-  const std::ptrdiff_t head = kAligned ? headPixels(acc, width) : 0;
-  const std::ptrdiff_t tail = head + (width - head) / 4 * 4;
-  accumulateSelected(src, mask, acc, 0, head);
-  accumulateGroups(src, mask, acc, head, tail);
-  accumulateSelected(src, mask, acc, tail, width);
-}
-
-template <class Addend>
-RvpStatus accumulate(const Addend& src, float* acc, int accStep, RvpiSize roiSize) {
+template <class Formula, class T>
+RvpStatus accumulate(Formula formula, Image<T> src1, Image<T> src2, float* acc, int accStep, RvpiSize roiSize) {
   forRowSlices(roiSize, kTeamPixels, [&](Slice slice) {
-    for (std::ptrdiff_t y : slice) accumulateRow(src.at(y), row(acc, accStep, y), roiSize.width);
+    for (std::ptrdiff_t y : slice) {
+      const RowWork<Formula, T> work = {formula, src1.at(y), src2.at(y), nullptr, row(acc, accStep, y)};
+      work.addAll(roiSize.width);
+    }
   });
   return rvpStatusOk;
 }
 
-template <bool kAligned, class Addend>
-RvpStatus accumulateMasked(const Addend& src, Image<std::uint8_t> mask, float* acc, int accStep, RvpiSize roiSize) {
+template <bool kAligned, class Formula, class T>
+RvpStatus accumulateMasked(Formula formula, Image<T> src1, Image<T> src2, Image<std::uint8_t> mask, float* acc,
+                           int accStep, RvpiSize roiSize) {
+  const std::ptrdiff_t width = roiSize.width;
   forRowSlices(roiSize, kTeamPixels, [&](Slice slice) {
-    for (std::ptrdiff_t y : slice)
-      accumulateMaskedRow<kAligned>(src.at(y), mask.at(y), row(acc, accStep, y), roiSize.width);
+    for (std::ptrdiff_t y : slice) {
+      const RowWork<Formula, T> work = {formula, src1.at(y), src2.at(y), mask.at(y), row(acc, accStep, y)};
+      const std::ptrdiff_t head = kAligned ? headPixels(work.acc, width) : 0;
+      const std::ptrdiff_t tail = head + (width - head) / 4 * 4;
+      work.addSelected(0, head);
+      work.addGroups(head, tail);
+      work.addSelected(tail, width);
+    }
   });
   return rvpStatusOk;
 }
@@ -162,22 +233,23 @@ RvpStatus badSteps(int width, int maskStep, int accStep, SourceStep... srcSteps)
   }
 }
 
-template <template <class> class Addend, class T, class... Alpha>
+template <class Formula, class T, class... Alpha>
 RvpStatus addOne(const T* pSrc, int srcStep, float* pSrcDst, int srcDstStep, RvpiSize roiSize, Alpha... alpha) {
   if (RvpStatus fault = firstFault(nullPointer(pSrc, pSrcDst), badSize(roiSize),
                                    badSteps<T>(roiSize.width, roiSize.width, srcDstStep, srcStep)))
     return fault;
-  return accumulate(Addend<T>{{pSrc, srcStep}, alpha...}, pSrcDst, srcDstStep, roiSize);
+  const Image<T> src = {pSrc, srcStep};
+  return accumulate(Formula{alpha...}, src, src, pSrcDst, srcDstStep, roiSize);
 }
 
-template <template <class> class Addend, bool kAligned, class T, class... Alpha>
+template <class Formula, bool kAligned, class T, class... Alpha>
 RvpStatus addOneMasked(const T* pSrc, int srcStep, const std::uint8_t* pMask, int maskStep, float* pSrcDst,
                        int srcDstStep, RvpiSize roiSize, Alpha... alpha) {
   if (RvpStatus fault = firstFault(nullPointer(pSrc, pMask, pSrcDst), badSize(roiSize),
                                    badSteps<T>(roiSize.width, maskStep, srcDstStep, srcStep)))
     return fault;
-  return accumulateMasked<kAligned>(Addend<T>{{pSrc, srcStep}, alpha...}, {pMask, maskStep}, pSrcDst, srcDstStep,
-                                    roiSize);
+  const Image<T> src = {pSrc, srcStep};
+  return accumulateMasked<kAligned>(Formula{alpha...}, src, src, {pMask, maskStep}, pSrcDst, srcDstStep, roiSize);
 }
 
 template <class T>
@@ -186,7 +258,8 @@ RvpStatus addProduct(const T* pSrc1, int src1Step, const T* pSrc2, int src2Step,
   if (RvpStatus fault = firstFault(nullPointer(pSrc1, pSrc2, pSrcDst), badSize(roiSize),
                                    badSteps<T>(roiSize.width, roiSize.width, srcDstStep, src1Step, src2Step)))
     return fault;
-  return accumulate(SumOfProducts<T>{{pSrc1, src1Step}, {pSrc2, src2Step}}, pSrcDst, srcDstStep, roiSize);
+  return accumulate(SumOfProducts(), Image<T>{pSrc1, src1Step}, Image<T>{pSrc2, src2Step}, pSrcDst, srcDstStep,
+                    roiSize);
 }
 
 template <class T>
@@ -195,8 +268,8 @@ RvpStatus addProductMasked(const T* pSrc1, int src1Step, const T* pSrc2, int src
   if (RvpStatus fault = firstFault(nullPointer(pSrc1, pSrc2, pMask, pSrcDst), badSize(roiSize),
                                    badSteps<T>(roiSize.width, maskStep, srcDstStep, src1Step, src2Step)))
     return fault;
-  return accumulateMasked<false>(SumOfProducts<T>{{pSrc1, src1Step}, {pSrc2, src2Step}}, {pMask, maskStep}, pSrcDst,
-                                 srcDstStep, roiSize);
+  return accumulateMasked<false>(SumOfProducts(), Image<T>{pSrc1, src1Step}, Image<T>{pSrc2, src2Step},
+                                 {pMask, maskStep}, pSrcDst, srcDstStep, roiSize);
 }
 
 }  // namespace
