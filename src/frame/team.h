@@ -20,6 +20,7 @@ namespace rvp::n8 {
 struct Slice {
   std::ptrdiff_t first;
   std::ptrdiff_t last;
+  int thread = 0;  // The slice's number in its team: a team's scratch is shared out by it.
 
   struct Iterator {
     std::ptrdiff_t at;
@@ -44,7 +45,7 @@ inline int owncvGetMaxNumThreads() { return ownGetNumThreads(); }
 constexpr Slice sliceOf(std::ptrdiff_t count, int thread, int teamSize) {
   const std::ptrdiff_t share = count / teamSize;
   const std::ptrdiff_t first = share * thread;
-  return {first, thread == teamSize - 1 ? count : first + share};
+  return {first, thread == teamSize - 1 ? count : first + share, thread};
 }
 
 // Runs body(Slice) over the slices of `count` on a team; `threads` is for families that limit it.
