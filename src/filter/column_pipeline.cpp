@@ -3,11 +3,12 @@
 //   dst[y][x] = sum over i of kernel[i] * rows[y + i][x]
 //
 // There is no border: a caller who wants one names the rows that it repeats. Channels are columns like any other.
-// The sums need no scratch.
+// The sums need no scratch. Where integers are as exact as floats, they are formed in integers.
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
 
+#include "filter/paired_taps.h"
 #include "filter/pipeline.h"
 #include "filter/taps.h"
 #include "frame/checks.h"
@@ -17,28 +18,42 @@
 namespace rvp::n8 {
 namespace {
 
+// Vectors of a row that are summed together: with several rows in flight, and with one.
+constexpr int kVectors = 2;
+constexpr int kVectorsOfOneRow = 4;
+
+// The lines of output row y, from its first on.
+template <class Src>
+auto linesFrom(const Src* const* ppSrc, std::ptrdiff_t y) {
+  return [first = ppSrc + y](std::ptrdiff_t i) { return first[i]; };
+}
+
 template <class Src, class Sum, class Order>
 void filterSlice(const Sum& sum, const Order& order, const Src* const* ppSrc, std::ptrdiff_t elements,
                  typename Sum::Dst* pDst, int dstStep, Slice slice) {
   constexpr int kRows = Order::kRowGroup;
-  const auto linesFrom = [ppSrc](std::ptrdiff_t y) {
-    return [first = ppSrc + y](std::ptrdiff_t i) { return first[i]; };
-  };
+  const hn::ScalableTag<typename Sum::Lane> d;
   std::ptrdiff_t y = slice.first;
-  if (order.taps() >= kRows) {
+  if (order.taps() >= kRows && elements >= kVectors * static_cast<std::ptrdiff_t>(hn::Lanes(d))) {
     for (; y + kRows <= slice.last; y += kRows)
-      sumLines<kRows, 2>(sum, order, linesFrom(y), elements, row(pDst, dstStep, y), dstStep);
+      sumBlocks<kRows, kVectors>(d, sum, order, linesFrom(ppSrc, y), elements, row(pDst, dstStep, y), dstStep);
   }
-  for (; y < slice.last; ++y) sumLines<1, 4>(sum, order, linesFrom(y), elements, row(pDst, dstStep, y), dstStep);
+  for (; y < slice.last; ++y)
+    sumRow<kVectorsOfOneRow>(sum, order, linesFrom(ppSrc, y), elements, row(pDst, dstStep, y));
 }
 
-// The forms: element types, and run(sum, order) for a kernel.
+template <class Dst, int kTaps>
+void filterSlice(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, const std::int16_t* const* ppSrc,
+                 std::ptrdiff_t elements, Dst* pDst, int dstStep, Slice slice) {
+  constexpr int kRows = PairedKernel<kTaps>::kRowGroup;
+  std::ptrdiff_t y = slice.first;
+  for (; y + kRows <= slice.last; y += kRows)
+    sumPairs<kRows>(sum, kernel, linesFrom(ppSrc, y), elements, row(pDst, dstStep, y), dstStep);
+  for (; y < slice.last; ++y)
+    sumPairs<1>(sum, kernel, linesFrom(ppSrc, y), elements, row(pDst, dstStep, y), dstStep);
+}
 
-struct Form32f {
-  using Src = float;
-  using Dst = float;
-  using Kernel = float;
-
+struct Form32f : Form<float, float, float> {
   template <class Run>
   static void withKernel(const float* pKernel, int kernelSize, int, const Run& run) {
     const FloatSum<float> sum;
@@ -49,16 +64,15 @@ struct Form32f {
   }
 };
 
-template <class SrcElement, class DstElement>
-struct ScaledForm {
-  using Src = SrcElement;
-  using Dst = DstElement;
-  using Kernel = std::int16_t;
-
+template <class Src, class Dst>
+struct ScaledForm : Form<Src, Dst> {
   template <class Run>
   static void withKernel(const std::int16_t* pKernel, int kernelSize, int divisor, const Run& run) {
-    withScaledKernel(pKernel, kernelSize, static_cast<float>(1.0 / divisor),
-                     [&](const auto& order) { run(FloatSum<Dst>{}, order); });
+    const auto scale = static_cast<float>(1.0 / divisor);
+    if constexpr (std::is_signed_v<Src>) {
+      if (fitPairs(pKernel, kernelSize, divisor)) return withPairedKernel<Dst>(pKernel, kernelSize, scale, run);
+    }
+    withScaledKernel(pKernel, kernelSize, scale, [&](const auto& order) { run(FloatSum<Dst>{}, order); });
   }
 };
 using Form16s = ScaledForm<std::int16_t, std::int16_t>;
@@ -87,28 +101,26 @@ constexpr Share kShare_16s8u = {4};
 constexpr Share kShare_16s8s = {4};
 constexpr Share kShare_Low_16s = {8};
 
-// The pointers to the rows that the sums need. Their number wraps at 32 bits, as the test on it does.
-template <class T>
-RvpStatus nullRow(const T* const* ppSrc, int height, int kernelSize) {
-  const int rows = static_cast<int>(static_cast<unsigned>(height) + static_cast<unsigned>(kernelSize));
-  return faultIf(rows > 1 && std::any_of(ppSrc, ppSrc + (rows - 1), [](const T* src) { return src == nullptr; }),
-                 rvpStatusNullPointer);
+// How many rows the sums need. Height and length are added in 32 bits; where that wraps, no pointer is looked at.
+constexpr int neededRows(int height, int kernelSize) {
+  const int sum = static_cast<int>(static_cast<unsigned>(height) + static_cast<unsigned>(kernelSize));
+  return sum > 1 ? sum - 1 : 0;
 }
 
-template <class Form>
-RvpStatus filterColumns(int channels, bool team, const typename Form::Src* const* ppSrc, typename Form::Dst* pDst,
-                        int dstStep, RvpiSize roiSize, const typename Form::Kernel* pKernel, int kernelSize,
+template <class F>
+RvpStatus filterColumns(int channels, bool team, const typename F::Src* const* ppSrc, typename F::Dst* pDst,
+                        int dstStep, RvpiSize roiSize, const typename F::Kernel* pKernel, int kernelSize,
                         int divisor, const std::uint8_t* pBuffer) {
-  using Dst = typename Form::Dst;
+  using Dst = typename F::Dst;
   if (RvpStatus fault = firstFault(nullPointer(ppSrc, pDst, pKernel), badSize(roiSize))) return fault;
   if (RvpStatus fault =
-          firstFault(nullRow(ppSrc, roiSize.height, kernelSize), badLength(kernelSize),
+          firstFault(nullRow(ppSrc, neededRows(roiSize.height, kernelSize)), badLength(kernelSize),
                      shortStep<Dst>(wrappedProduct(roiSize.width, channels), dstStep), oddStep<Dst>(dstStep),
                      nullPointer(pBuffer), faultIf(divisor == 0, rvpStatusBadArgument)))
     return fault;
 
   const std::ptrdiff_t elements = rowElements(roiSize.width, channels);
-  Form::withKernel(pKernel, kernelSize, divisor, [&](const auto& sum, const auto& order) {
+  F::withKernel(pKernel, kernelSize, divisor, [&](const auto& sum, const auto& order) {
     forPipelineSlices(roiSize, team,
                       [&](Slice slice) { filterSlice(sum, order, ppSrc, elements, pDst, dstStep, slice); });
   });

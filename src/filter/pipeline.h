@@ -2,6 +2,7 @@
 // a team, and how much scratch they report.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "frame/checks.h"
@@ -29,6 +30,13 @@ struct PipelineScratch {
     return static_cast<int>(ofThread(roiSize, kernelSize) * (team ? owncvGetMaxNumThreads() : 1));
   }
 };
+
+// A null pointer among `count` row pointers.
+template <class T>
+RvpStatus nullRow(T* const* rows, int count) {
+  return faultIf(count > 0 && std::any_of(rows, rows + count, [](const T* row) { return row == nullptr; }),
+                 rvpStatusNullPointer);
+}
 
 // The body of every size function. shareOf() is asked after the checks.
 template <class ShareOf>

@@ -2,10 +2,14 @@
 //
 //   dst[x] = sum over i of kernel[i] * ext[x + i - xAnchor]
 //
-// where ext is the row extended by its border. A row is filtered in three parts. In the middle all taps meet the
-// image itself. At the two ends a few pixels are extended in the caller's scratch and filtered from there.
+// where ext is the row extended by its border. Elements that are no lanes of the sums yet are converted first, a
+// good part of the row at a time, and the border with them. Otherwise the middle of the row is filtered where it
+// stands, and its two ends with their border from the caller's scratch. Where integers are as exact as floats,
+// bytes are summed in 16-bit integers.
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 #include "filter/border.h"
@@ -17,32 +21,30 @@
 namespace rvp::n8 {
 namespace {
 
-// Accumulators in flight for each thread of execution of the processor: enough to hide the latency of an addition.
+// Vectors of a row that are summed together: enough additions in flight to hide their latency.
 constexpr int kVectors = 4;
 
-// `count` sums of a row whose windows begin at `window` and after; the taps of a sum are `channels` elements apart.
-template <class Sum, class Order, class Src>
-void sumSpan(const Sum& sum, const Order& order, const Src* window, std::ptrdiff_t channels, std::ptrdiff_t count,
-             typename Sum::Dst* dst) {
-  const auto sumFrom = [&](const auto* first, std::ptrdiff_t part, typename Sum::Dst* to) {
-    sumLines<1, kVectors>(
-        sum, order, [=](std::ptrdiff_t i) { return first + i * channels; }, part, to, 0);
-  };
-  // Every element meets all taps: it is converted once, a chunk of the row at a time, unless the kernel is longer
-  // than half the chunk.
-  constexpr std::ptrdiff_t kChunk = 2048;
-  const std::ptrdiff_t reach = (order.taps() - 1) * channels;
-  using Lane = typename Sum::Lane;
-  if (std::is_same_v<Src, Lane> || reach > kChunk / 2) return sumFrom(window, count, dst);
-  alignas(64) Lane chunk[kChunk];
-  const std::ptrdiff_t most = kChunk - reach;
-  for (std::ptrdiff_t x = 0; x < count; x += most) {
-    const std::ptrdiff_t part = std::min(most, count - x);
-    for (std::ptrdiff_t i = 0; i < part + reach; ++i) chunk[i] = static_cast<Lane>(window[x + i]);
-    sumFrom(chunk, part, dst + x);
-  }
+// Elements as lanes.
+template <class Src, class Lane>
+void convert(const Src* src, std::ptrdiff_t count, Lane* dst) {
+  const hn::ScalableTag<Lane> d;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  std::ptrdiff_t x = 0;
+  for (; x + lanes <= count; x += lanes) hn::StoreU(loadLanes(d, src + x), d, dst + x);
+  for (; x < count; ++x) dst[x] = static_cast<Lane>(src[x]);
 }
 
+// The sums of a row of `pixels` pixels; the first one's window begins at `window`.
+template <class Sum, class Order, class T>
+void sumWindows(const Sum& sum, const Order& order, const T* window, int channels, std::ptrdiff_t pixels,
+                typename Sum::Dst* dst) {
+  const auto lines = [=](std::ptrdiff_t i) { return window + i * channels; };
+  sumRow<kVectors>(sum, order, lines, pixels * channels, dst);
+}
+
+// The rows of an image as one operation filters them. Pixels beyond a row are made in `scratch`, before the rest of
+// the row is worked on, and are read after it: a vector that is read while its elements are still on their way to
+// memory one by one has to wait for them.
 template <class Src, int kChannels>
 class RowFilter {
  public:
@@ -52,33 +54,72 @@ class RowFilter {
         before_(xAnchor),
         behind_(std::ptrdiff_t{kernelSize} - 1 - xAnchor) {}
 
-  // One row of sums. `scratch` holds the pixels of an end and of its window.
   template <class Sum, class Order>
   void filter(const Sum& sum, const Order& order, std::ptrdiff_t y, typename Sum::Dst* dst, Src* scratch) const {
-    // An end of at least a vector's length is done in vectors, and the pixels that it takes from the middle are no
-    // loss. Ends that are in memory belong to the middle.
-    const auto widened = [](std::ptrdiff_t pixels) { return pixels == 0 ? 0 : std::max(pixels, kShortestEnd); };
-    const std::ptrdiff_t width = image_.size.width;
-    const std::ptrdiff_t left = image_.border.left ? 0 : std::min(widened(before_), width);
-    const std::ptrdiff_t right = image_.border.right ? 0 : std::min(widened(behind_), width - left);
-    filterEnd(sum, order, y, 0, left, dst, scratch);
-    const Src* window = row(image_.src, image_.step, y) + (left - before_) * kChannels;
-    if (left + right < width)
-      sumSpan(sum, order, window, kChannels, (width - left - right) * kChannels, dst + left * kChannels);
-    filterEnd(sum, order, y, width - right, width, dst, scratch);
+    using Lane = typename Sum::Lane;
+    // Every element meets all taps, so it is converted once and for all: unless the taps are so few that this does
+    // not pay, or so many that the overlap of windows takes more than half the chunk.
+    constexpr int kFew = std::is_integral_v<Lane> ? 5 : 3;
+    constexpr bool kHasFew = Order::kLength != 0 && Order::kLength <= kFew;
+    if constexpr (!std::is_same_v<Src, Lane> && !kHasFew) {
+      if (Order::kLength != 0 || (before_ + behind_) * kChannels <= kChunk / 2)
+        return filterConverted(sum, order, y, dst, scratch);
+    }
+    if constexpr (std::is_same_v<Src, Lane> || kHasFew || Order::kLength == 0)
+      filterInPlace(sum, order, y, dst, scratch);
   }
 
  private:
-  // Pixels of a vector of float or 16-bit lanes, or more.
-  static constexpr std::ptrdiff_t kShortestEnd = 16;
+  // Lanes of a row that are converted together.
+  static constexpr std::ptrdiff_t kChunk = 2048;
 
-  // Columns `first` to `last` - 1 by way of the scratch, which takes kernelSize - 1 pixels more than these.
+  // The middle of the row is read where it stands. An end is as wide as windows reach beyond the row, or a vector's
+  // length; a side that is in memory has none. With their windows both ends take 3 * (kernelSize - 1) pixels and
+  // two vectors, or less, and nothing for a kernel of one tap. The share of every operation is more than twice the
+  // pixels' bytes for each tap, and that leaves room for the vectors from two taps on.
   template <class Sum, class Order>
-  void filterEnd(const Sum& sum, const Order& order, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last,
-                 typename Sum::Dst* dst, Src* scratch) const {
-    if (first == last) return;
-    image_.readRow(y, first - before_, last + behind_, scratch);
-    sumSpan<Sum, Order, Src>(sum, order, scratch, kChannels, (last - first) * kChannels, dst + first * kChannels);
+  void filterInPlace(const Sum& sum, const Order& order, std::ptrdiff_t y, typename Sum::Dst* dst,
+                     Src* scratch) const {
+    constexpr std::ptrdiff_t kLanes = hn::MaxLanes(hn::ScalableTag<typename Sum::Lane>());
+    constexpr std::ptrdiff_t kShortest = (kLanes + kChannels - 1) / kChannels;
+    const auto widened = [=](std::ptrdiff_t pixels) { return pixels == 0 ? 0 : std::max(pixels, kShortest); };
+    const std::ptrdiff_t width = image_.size.width;
+    const std::ptrdiff_t left = image_.border.left ? 0 : std::min(widened(before_), width);
+    const std::ptrdiff_t right = image_.border.right ? 0 : std::min(widened(behind_), width - left);
+    const auto sumSpan = [&](const Src* window, std::ptrdiff_t first, std::ptrdiff_t last) {
+      if (first < last) sumWindows(sum, order, window, kChannels, last - first, dst + first * kChannels);
+    };
+    Src* rightEnd = scratch + (left == 0 ? 0 : left + before_ + behind_) * kChannels;
+    if (left != 0) image_.readRow(y, -before_, left + behind_, scratch);
+    if (right != 0) image_.readRow(y, width - right - before_, width + behind_, rightEnd);
+    sumSpan(row(image_.src, image_.step, y) + (left - before_) * kChannels, left, width - right);
+    sumSpan(scratch, 0, left);
+    sumSpan(rightEnd, width - right, width);
+  }
+
+  // The row as lanes, a chunk at a time.
+  template <class Sum, class Order>
+  void filterConverted(const Sum& sum, const Order& order, std::ptrdiff_t y, typename Sum::Dst* dst,
+                       Src* scratch) const {
+    alignas(64) typename Sum::Lane chunk[kChunk];
+    const std::ptrdiff_t width = image_.size.width;
+    const std::ptrdiff_t most = kChunk / kChannels - before_ - behind_;
+    for (std::ptrdiff_t x = 0; x < width; x += most) {
+      const std::ptrdiff_t count = std::min(most, width - x);
+      const std::ptrdiff_t first = x - before_;
+      const std::ptrdiff_t last = x + count + behind_;
+      // What the chunk has of the row, and of what is in memory beside it.
+      const std::ptrdiff_t from = image_.border.left ? first : std::max<std::ptrdiff_t>(first, 0);
+      const std::ptrdiff_t to = image_.border.right ? last : std::min(last, width);
+      Src* beyond = scratch + (from - first) * kChannels;
+      if (first < from) image_.readRow(y, first, from, scratch);
+      if (to < last) image_.readRow(y, to, last, beyond);
+      convert(row(image_.src, image_.step, y) + from * kChannels, (to - from) * kChannels,
+              chunk + (from - first) * kChannels);
+      convert(scratch, (from - first) * kChannels, chunk);
+      convert(beyond, (last - to) * kChannels, chunk + (to - first) * kChannels);
+      sumWindows(sum, order, chunk, kChannels, count, dst + x * kChannels);
+    }
   }
 
   ExtendedImage<Src, kChannels> image_;
@@ -86,27 +127,49 @@ class RowFilter {
   std::ptrdiff_t behind_;
 };
 
-// The forms: element types, and run(sum, order) for a kernel.
-
-struct Form32f {
-  using Src = float;
-  using Dst = float;
-  using Kernel = float;
-
+struct Form32f : Form<float, float, float> {
   template <class Run>
   static void withKernel(const float* pKernel, int kernelSize, int, const Run& run) {
     withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(FloatSum<float>{}, order); });
   }
 };
 
-template <class SrcElement, class DstElement>
-struct ScaledForm {
-  using Src = SrcElement;
-  using Dst = DstElement;
-  using Kernel = std::int16_t;
+// How large the sums of a row of bytes can be. Where divisor and sums allow, sums in 16-bit integers come to what
+// the sums in float do: below 2^24 a sum of integers is exact in float, divided by a power of two or not.
+class ByteSums {
+ public:
+  ByteSums(const std::int16_t* kernel, int kernelSize) {
+    for (int i = 0; i < kernelSize; ++i) (kernel[i] < 0 ? least_ : most_) += std::int64_t{kernel[i]} * kMaxByte;
+  }
 
+  bool fitWords(int divisor) const {
+    using Word = std::numeric_limits<std::int16_t>;
+    return divisor == 1 && least_ >= Word::min() && most_ <= Word::max();
+  }
+  bool fitShift(int divisor) const {
+    return divisor > 1 && (divisor & (divisor - 1)) == 0 && least_ == 0 &&
+           most_ + divisor / 2 <= std::numeric_limits<std::uint16_t>::max();
+  }
+
+ private:
+  static constexpr int kMaxByte = 255;
+  std::int64_t least_ = 0;
+  std::int64_t most_ = 0;
+};
+
+template <class Src, class Dst>
+struct ScaledForm : Form<Src, Dst> {
   template <class Run>
   static void withKernel(const std::int16_t* pKernel, int kernelSize, int divisor, const Run& run) {
+    if constexpr (sizeof(Src) == 1) {
+      const ByteSums sums(pKernel, kernelSize);
+      if (sums.fitWords(divisor))
+        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(LowSum(1), order); });
+      if (sums.fitShift(divisor)) {
+        const ShiftedSum sum = {std::countr_zero(static_cast<unsigned>(divisor))};
+        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(sum, order); });
+      }
+    }
     withScaledKernel(pKernel, kernelSize, 1.0f / static_cast<float>(divisor),
                      [&](const auto& order) { run(FloatSum<Dst>{}, order); });
   }
@@ -137,36 +200,30 @@ constexpr Share kShare_16u_C3R = {112, 80, kNoTeam};
 constexpr Share kShare_Low_16s_C1R = {24, 64, 1};
 constexpr Share kShare_Low_16s_C3R = {208, 64, 1};
 
-template <class T>
-RvpStatus nullRow(T* const* ppDst, int height) {
-  return faultIf(std::any_of(ppDst, ppDst + height, [](const T* dst) { return dst == nullptr; }),
-                 rvpStatusNullPointer);
-}
-
 // Any divisor but 0; a positive one where the results are unsigned.
-template <class Form>
+template <class F>
 RvpStatus badDivisor(int divisor) {
-  return faultIf(divisor == 0 || (std::is_same_v<typename Form::Dst, std::uint16_t> && divisor < 0),
+  return faultIf(divisor == 0 || (std::is_same_v<typename F::Dst, std::uint16_t> && divisor < 0),
                  rvpStatusBadArgument);
 }
 
-template <class Form, int kChannels>
-RvpStatus filterRows(Share share, const typename Form::Src* pSrc, int srcStep, typename Form::Dst* const* ppDst,
-                     RvpiSize roiSize, const typename Form::Kernel* pKernel, int kernelSize, int xAnchor,
-                     RvpiBorderType borderType, const typename Form::Src* borderValue, int divisor,
+template <class F, int kChannels>
+RvpStatus filterRows(Share share, const typename F::Src* pSrc, int srcStep, typename F::Dst* const* ppDst,
+                     RvpiSize roiSize, const typename F::Kernel* pKernel, int kernelSize, int xAnchor,
+                     RvpiBorderType borderType, const typename F::Src* borderValue, int divisor,
                      std::uint8_t* pBuffer) {
-  using Src = typename Form::Src;
+  using Src = typename F::Src;
   if (RvpStatus fault = firstFault(nullPointer(pSrc, ppDst, pKernel, pBuffer), badSize(roiSize))) return fault;
   if (RvpStatus fault = firstFault(nullRow(ppDst, roiSize.height), nullPointer(borderValue), badLength(kernelSize),
                                    faultIf(xAnchor < 0 || xAnchor >= kernelSize, rvpStatusBadAnchor),
                                    shortStep<Src, kChannels>(roiSize.width, srcStep), oddStep<Src>(srcStep),
-                                   badDivisor<Form>(divisor), faultIf(!isBorder(borderType), rvpStatusBadBorder)))
+                                   badDivisor<F>(divisor), faultIf(!isBorder(borderType), rvpStatusBadBorder)))
     return fault;
 
   const RowFilter<Src, kChannels> filter(pSrc, srcStep, roiSize, kernelSize, xAnchor, borderType, borderValue);
   const PipelineScratch scratch = {share.bytes(kernelSize), share.hasTeam()};
   const bool team = share.hasTeam() && kernelSize >= share.shortestOfTeam;
-  Form::withKernel(pKernel, kernelSize, divisor, [&](const auto& sum, const auto& order) {
+  F::withKernel(pKernel, kernelSize, divisor, [&](const auto& sum, const auto& order) {
     forPipelineSlices(roiSize, team, [&](Slice slice) {
       auto* own = alignedTo<Src>(pBuffer + slice.thread * scratch.ofThread(roiSize, kernelSize));
       for (std::ptrdiff_t y : slice) filter.filter(sum, order, y, ppDst[y], own);

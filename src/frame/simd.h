@@ -6,10 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #define HWY_COMPILE_ONLY_STATIC 1
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
+#include <immintrin.h>
 
 namespace rvp::n8 {
 namespace hn = hwy::HWY_NAMESPACE;
@@ -34,6 +36,37 @@ void forVectors(std::ptrdiff_t first, std::ptrdiff_t last, const Body& body) {
   whole(hn::ScalableTag<T>());
   whole(hn::CappedTag<T, 4>());
   whole(hn::CappedTag<T, 1>());
+}
+
+// The nearest integers, ties to even, of floats below 2^31; what lies below -2^31 gives -2^31. Highway's NearestInt
+// has no upper limit, at several times the cost.
+template <class V>
+HWY_INLINE auto nearestInt(V v) {
+  using Result = hn::Vec<hn::RebindToSigned<hn::DFromV<V>>>;
+  if constexpr (sizeof(v.raw) == 32) {
+    return Result{_mm256_cvtps_epi32(v.raw)};
+  } else {
+    return Result{_mm_cvtps_epi32(v.raw)};
+  }
+}
+
+// Two whole vectors of 32-bit integers, one behind the other, narrowed to the 16-bit type T and saturated.
+template <class T, class V>
+HWY_INLINE auto narrowPair(V low, V high) {
+  using Result = hn::Vec<hn::Repartition<T, hn::DFromV<V>>>;
+  if constexpr (sizeof(low.raw) == 32) {
+    const auto packed =
+        std::is_signed_v<T> ? _mm256_packs_epi32(low.raw, high.raw) : _mm256_packus_epi32(low.raw, high.raw);
+    return Result{_mm256_permute4x64_epi64(packed, 0xD8)};  // quarters 0, 2, 1, 3
+  } else if constexpr (std::is_signed_v<T>) {
+    return Result{_mm_packs_epi32(low.raw, high.raw)};
+  } else {
+    // SSSE3 has no unsigned narrowing: the range moves down by half and back.
+    const hn::DFromV<V> d;
+    const auto half = hn::Set(d, 0x8000);
+    const hn::RebindToUnsigned<hn::Repartition<T, decltype(d)>> dT;
+    return hn::Xor(Result{_mm_packs_epi32(hn::Sub(low, half).raw, hn::Sub(high, half).raw)}, hn::Set(dT, 0x8000));
+  }
 }
 
 }  // namespace rvp::n8

@@ -78,14 +78,14 @@ class Measure<NormKind::Inf, T> {
   void add(std::size_t, Pixels<T> v) { largest_ = hn::Max(largest_, v); }
   void drain() {}
   double value() const {
-    HWY_ALIGN T lanes[hn::MaxLanes(d_)];
-    hn::Store(largest_, d_, lanes);
+    HWY_ALIGN T lanes[hn::MaxLanes(kTag)];
+    hn::Store(largest_, kTag, lanes);
     return static_cast<double>(*std::max_element(std::begin(lanes), std::end(lanes)));
   }
 
  private:
-  static constexpr PixelTag<T> d_{};
-  Pixels<T> largest_ = hn::Zero(d_);
+  static constexpr PixelTag<T> kTag{};
+  Pixels<T> largest_ = hn::Zero(kTag);
 };
 
 template <>
@@ -169,7 +169,7 @@ struct WideFloats {
 template <NormKind kNorm>
 class Measure<kNorm, float> {
  public:
-  Measure() { std::fill(std::begin(lanes_), std::end(lanes_), hn::Zero(d_)); }
+  Measure() { std::fill(std::begin(lanes_), std::end(lanes_), hn::Zero(kTag)); }
   void add(std::size_t vector, WideFloats v) {
     addTo(lanes_[2 * vector], v.lower);
     addTo(lanes_[2 * vector + 1], v.upper);
@@ -177,14 +177,14 @@ class Measure<kNorm, float> {
   void drain() {}
   double value() const {
     HWY_ALIGN double l[kFloatLanes];
-    for (std::size_t i = 0; i < kVectors; ++i) hn::Store(lanes_[i], d_, l + i * hn::MaxLanes(d_));
+    for (std::size_t i = 0; i < kVectors; ++i) hn::Store(lanes_[i], kTag, l + i * hn::MaxLanes(kTag));
     if constexpr (kNorm == NormKind::Inf) return *std::max_element(std::begin(l), std::end(l));
     return ((l[0] + l[4]) + (l[2] + l[6])) + ((l[1] + l[5]) + (l[3] + l[7]));
   }
 
  private:
-  static constexpr WideFloats::Tag d_{};
-  static constexpr std::size_t kVectors = kFloatLanes / hn::MaxLanes(d_);
+  static constexpr WideFloats::Tag kTag{};
+  static constexpr std::size_t kVectors = kFloatLanes / hn::MaxLanes(kTag);
   using Lanes = hn::Vec<WideFloats::Tag>;
 
   static void addTo(Lanes& lanes, Lanes v) {

@@ -220,7 +220,8 @@ double rooted(double value) {
 template <NormKind kNorm>
 RvpStatus quotient(Partial partial, double* pValue) {
   if (partial.divisor == 0) {
-    *pValue = partial.value > 0 ? rvpConstantOfINF_64f : rvpConstantOfNAN_64f;
+    *pValue = rvpConstantOfNAN_64f;
+    if (partial.value > 0) *pValue = rvpConstantOfINF_64f;
     return rvpStatusDivByZero;
   }
   *pValue = rooted<kNorm>(partial.value / partial.divisor);

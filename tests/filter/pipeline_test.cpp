@@ -139,13 +139,13 @@ struct Setting {
 
   explicit Setting(unsigned seed, int length = 0) {
     static constexpr int kLengths[] = {3, 5, 1, 4, 9, 2, 21, 3, 5, 7};
-    static constexpr int kDivisors[] = {1, 7, 16, 1000, 32768, 3};
+    static constexpr int kDivisors[] = {1, 7, 16, 1000, 32768, 64};
     static constexpr RvpiBorderType kBorders[] = {rvpBorderConst, rvpBorderRepl, rvpBorderMirror, rvpBorderInMem};
     const int n = length > 0 ? length : kLengths[seed % 10];
     const Plane<typename Op::Kernel> coefficients = randomPlane<typename Op::Kernel>(n, 1, seed + 7);
     kernel = coefficients.elements;
     if constexpr (!Op::kFloat && !Op::kLow) {
-      for (auto& k : kernel) k = static_cast<typename Op::Kernel>(k % 25);
+      for (auto& k : kernel) k = static_cast<typename Op::Kernel>(seed % 4 < 2 ? k % 25 : std::abs(k % 25));
     }
     if (seed % 3 == 0) {
       for (std::size_t i = 0; i < kernel.size() / 2; ++i) kernel[i] = kernel[kernel.size() - 1 - i];
@@ -465,11 +465,31 @@ TEST(PipelineValues, AreTheStatedOnes) {
   EXPECT_EQ(rowSum(bytes, rvpiFilterRowBorderPipeline_8u16s_C1R, {-100, -100}, 1), -32768);
   EXPECT_EQ(rowSum(bytes, rvpiFilterRowBorderPipeline_8u16s_C1R, {1, 1}, 2), 200);
   EXPECT_EQ(rowSum(bytes, rvpiFilterRowBorderPipeline_8u16s_C1R, {32767, 32767}, 1), 32767);
+  // Where sums of bytes stop to fit 16 bits, with a sign and without.
+  const std::array<uint8_t, 2> most = {255, 255};
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {64, 64}, 1), 32640);
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {64, 65}, 1), 32767);
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {-64, -65}, 1), -32768);
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {128, 128}, 256), 255);
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {128, 129}, 2), 32767);
+  EXPECT_EQ(rowSum(most, rvpiFilterRowBorderPipeline_8u16s_C1R, {128, 129}, 131072), 0);
   const std::array<int16_t, 2> words = {20000, 20000};
   EXPECT_EQ(rowSum(words, rvpiFilterRowBorderPipeline_Low_16s_C1R, {1, 1}, 1), -25536);
   EXPECT_EQ(rowSum(words, rvpiFilterRowBorderPipeline_Low_16s_C1R, {1, 0}, 3), 20000 * 5461 >> 14);
   EXPECT_EQ(rowSum(words, rvpiFilterRowBorderPipeline_Low_16s_C1R, {-1, 0}, 3), -20000 * 5461 >> 14);
   EXPECT_EQ(rowSum(words, rvpiFilterRowBorderPipeline_Low_16s_C1R, {1, 0}, 32768), 0);
+
+  // The largest sum that is exact in any order, and the next.
+  const int16_t least = INT16_MIN;
+  const int16_t* leastRows[] = {&least, &least};
+  const int16_t wide[] = {256, 256}, wider[] = {256, 257};
+  int16_t result = 0;
+  EXPECT_EQ(rvpiFilterColumnPipeline_16s_C1R(leastRows, &result, 2, {1, 1}, wide, 2, 1024, buffer), rvpStatusOk);
+  EXPECT_EQ(result, -16384);
+  EXPECT_EQ(rvpiFilterColumnPipeline_16s_C1R(leastRows, &result, 2, {1, 1}, wider, 2, -1024, buffer), rvpStatusOk);
+  EXPECT_EQ(result, 16416);
+  EXPECT_EQ(rvpiFilterColumnPipeline_16s_C1R(leastRows, &result, 2, {1, 1}, wide, 2, 1, buffer), rvpStatusOk);
+  EXPECT_EQ(result, -32768);
 
   // Rows by the sixth pointer; the seventh is not looked at.
   const int16_t high = 30000, low = -30000;
