@@ -87,7 +87,7 @@ struct Share {
   bool hasTeam() const { return roundTo != 0; }
   std::int64_t bytes(int width, int channels) const {
     constexpr int kFixed = 32;
-    constexpr int kBytesOfColumn = 12;
+    constexpr std::int64_t kBytesOfColumn = 12;
     if (!hasTeam()) return kFixed;
     const std::int64_t rounded = (std::int64_t{width} + roundTo - 1) & -std::int64_t{roundTo};
     return kBytesOfColumn * channels * rounded + kFixed;
