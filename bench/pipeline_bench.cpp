@@ -30,7 +30,10 @@ Weights bell(int size) {
   Weights weights = {std::vector<int>(static_cast<std::size_t>(size)), size == 3 ? 4 : size == 5 ? 16 : 256};
   const double sigma = size == 3 ? 0.85 : size == 5 ? 1.05 : size * 0.2;
   double whole = 0;
-  const auto height = [=](int i) { return std::exp(-0.5 * (i - size / 2) * (i - size / 2) / (sigma * sigma)); };
+  const auto height = [=](int i) {
+    const int offset = i - size / 2;
+    return std::exp(-0.5 * offset * offset / (sigma * sigma));
+  };
   for (int i = 0; i < size; ++i) whole += height(i);
   int rest = weights.divisor;
   for (int i = 0; i < size; ++i) {
