@@ -44,7 +44,7 @@ int wholeNumber(std::string_view text, int greatest) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size() || number < 0 || number > greatest)
-    fail("'" + std::string(text) + "' is no whole number from 0 to " + std::to_string(greatest));
+    fail(std::string(text) + " is no whole number from 0 to " + std::to_string(greatest));
   return number;
 }
 
