@@ -15,8 +15,13 @@ inline std::string number(double value, int decimals) {
 
 // With blanks between thousands.
 inline std::string count(long long value) {
-  std::string text = std::to_string(value);
-  for (std::size_t place = text.size(); place > 3 + (value < 0 ? 1u : 0u); place -= 3) text.insert(place - 3, " ");
+  const std::string digits = std::to_string(value);
+  std::string text;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    const bool beginsGroup = (digits.size() - i) % 3 == 0 && i > (value < 0 ? 1u : 0u);
+    if (beginsGroup) text += ' ';
+    text += digits[i];
+  }
   return text;
 }
 
