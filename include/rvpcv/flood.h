@@ -38,11 +38,12 @@ extern "C" {
  *
  * **What is forgotten.** The range kinds keep at most `width * height / 4` spans, rounded down, in mind that were
  * found and not yet explored. In the moment in which there are so many, all of them are forgotten: the fill goes on
- * with what it finds afterwards, and may end early, with a part of the region filled and reported and status 0. If
- * that number is 1, the seed's own span alone is filled; if it is 0, nothing is forgotten. Photographs stay far
- * below it. Spans are explored last in, first out. Of each, first the row on the far side of the span from which it
- * was found is looked at, then the other one, each from left to right; the seed's span counts as found from below,
- * and in the last row as found from above. The plain and gradient kinds always fill the whole region.
+ * with what it finds afterwards, and may end early, with a part of the region filled and status 0. The area then
+ * counts all pixels filled, but the rectangle leaves out the spans that were forgotten. If that number is 1, the
+ * seed's own span alone is filled; if it is 0, nothing is forgotten. Photographs stay far below it. Spans are
+ * explored last in, first out. Of each, first the row on the far side of the span from which it was found is looked
+ * at, then the other one, each from left to right; the seed's span counts as found from below, and in the last row
+ * as found from above. The plain and gradient kinds always fill the whole region.
  *
  * **Memory.** The caller gives scratch memory at any address; ::rvpiFloodFillGetSize tells how much for the plain
  * and range kinds, ::rvpiFloodFillGetSize_Grad for the gradient kinds. Images for which that passes 31 bits are
@@ -59,7 +60,7 @@ extern "C" {
 typedef struct {
   double area;     /**< Number of pixels filled. */
   double value[3]; /**< The new value of each channel; with one channel the other two are 0. */
-  RvpiRect rect;   /**< The smallest rectangle around the pixels filled. */
+  RvpiRect rect;   /**< The smallest rectangle around the spans explored, which are all but forgotten ones. */
 } RvpiFilledRegion;
 
 /** @name Scratch memory
