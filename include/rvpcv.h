@@ -9,6 +9,7 @@
 #include "rvpcv/distance.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
+#include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/stats.h"
