@@ -10,6 +10,8 @@
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/label.h"
+#include "rvpcv/reconstruct.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 
