@@ -12,6 +12,8 @@
 #include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/pyramid.h"
+#include "rvpcv/label.h"
+#include "rvpcv/reconstruct.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 
