@@ -5,6 +5,7 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/background.h"
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
 #include "rvpcv/features.h"
