@@ -7,6 +7,7 @@
 
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
+#include "rvpcv/fastn.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/frame.h"

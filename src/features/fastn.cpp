@@ -1,0 +1,309 @@
+// The FastN detector. Of all arcs of the block's length, take the one whose darkest pixel is brightest: the pixel
+// is a bright corner if that darkest pixel is brighter than the centre by more than the threshold, and the
+// difference is its score. The same with dark and bright exchanged. So a corner and its score come from minima over
+// windows of the circle and the maximum of these, a vector of pixels at a time, and no run is counted.
+//
+// An arc is longer than half of the circle and has a pixel of every opposite pair. Groups of pixels of which none
+// has the better pixel of a few pairs outside the threshold are passed over.
+#include "features/fastn.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "frame/simd.h"
+#include "frame/views.h"
+
+namespace rvp::n8 {
+namespace {
+
+constexpr std::uint8_t kBright = 64;
+constexpr std::uint8_t kDark = 128;
+
+// What the detector needs of the block, and of one image.
+struct Detector {
+  const std::uint8_t* src;
+  int srcStep;
+  FastNCircle circle;
+  int radius;
+  int arcLength;
+  std::uint8_t threshold;
+  std::ptrdiff_t offsets[kLongestCircle];
+
+  Detector(const FastNBlock& block, const std::uint8_t* image, int step)
+      : src(image),
+        srcStep(step),
+        circle(circleOf(block.circleRadius)),
+        radius(block.circleRadius),
+        arcLength(block.arcLength),
+        // No difference of two pixels is greater than 255.
+        threshold(static_cast<std::uint8_t>(std::clamp(block.thresholdInt, 0, 255))) {
+    for (int i = 0; i < circle.length; ++i)
+      offsets[i] = static_cast<std::ptrdiff_t>(circle.points[i].y) * step + circle.points[i].x;
+  }
+
+  // The best arc's worst value, `inner` telling the worse and `outer` the better of two. `values` holds the
+  // circle's pixels twice. Windows of n pixels that begin at 2j and at 2j + 1 share the core of n - 1 pixels from
+  // 2j + 1 on; cores grow by doubling.
+  template <class V, class Inner, class Outer>
+  HWY_INLINE V bestArc(const V* values, const Inner& inner, const Outer& outer) const {
+    V halves[2][kLongestCircle / 2];
+    V* cores = halves[0];
+    V* next = halves[1];
+    const int count = circle.length / 2;
+    const int coreLength = arcLength - 1;
+    const int evenLength = coreLength & ~1;
+    for (int j = 0; j < count; ++j) cores[j] = inner(values[2 * j + 1], values[2 * j + 2]);
+    for (int length = 2; length < evenLength;) {
+      const int grown = std::min(2 * length, evenLength);
+      const int shift = (grown - length) / 2;
+      for (int j = 0; j < count - shift; ++j) next[j] = inner(cores[j], cores[j + shift]);
+      for (int j = count - shift; j < count; ++j) next[j] = inner(cores[j], cores[j + shift - count]);
+      std::swap(cores, next);
+      length = grown;
+    }
+    if (coreLength != evenLength)
+      for (int j = 0; j < count; ++j) cores[j] = inner(cores[j], values[2 * j + 1 + evenLength]);
+    V best = inner(cores[0], outer(values[0], values[arcLength]));
+    for (int j = 1; j < count; ++j)
+      best = outer(best, inner(cores[j], outer(values[2 * j], values[2 * j + arcLength])));
+    return best;
+  }
+
+  // Classes and scores of a group of pixels from `centre` on; false if none is a corner.
+  template <class D>
+  HWY_INLINE bool group(D d, const std::uint8_t* centre, hn::VFromD<D>& classes, hn::VFromD<D>& scores) const {
+    using V = hn::VFromD<D>;
+    const V c = hn::LoadU(d, centre);
+    const V t = hn::Set(d, threshold);
+    const V upper = hn::SaturatedAdd(c, t);
+    const V lower = hn::SaturatedSub(c, t);
+    const int half = circle.length / 2;
+    // The darkest of the pairs' brighter pixels, and the other way round.
+    V bright = hn::Set(d, std::uint8_t{255});
+    V dark = hn::Zero(d);
+    const auto pair = [&](int i) {
+      const V a = hn::LoadU(d, centre + offsets[i]);
+      const V b = hn::LoadU(d, centre + offsets[i + half]);
+      bright = hn::Min(bright, hn::Max(a, b));
+      dark = hn::Max(dark, hn::Min(a, b));
+    };
+    const auto none = [&](V v) { return hn::AllTrue(d, hn::Eq(v, hn::Zero(d))); };
+    const auto isOver = [&] {
+      return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
+    };
+    pair(0);
+    pair(half / 2);
+    if (isOver()) return false;
+    pair(half / 4);
+    pair(half - half / 4);
+    if (isOver()) return false;
+
+    V values[2 * kLongestCircle];
+    for (int i = 0; i < circle.length; ++i) values[i] = hn::LoadU(d, centre + offsets[i]);
+    std::copy(values, values + arcLength, values + circle.length);
+    const auto lesser = [](V a, V b) { return hn::Min(a, b); };
+    const auto greater = [](V a, V b) { return hn::Max(a, b); };
+    V brightExcess = hn::Zero(d);
+    V darkExcess = hn::Zero(d);
+    if (!none(hn::SaturatedSub(bright, upper))) {
+      brightExcess = bestArc(values, lesser, greater);
+      bright = brightExcess;
+      brightExcess = hn::SaturatedSub(brightExcess, upper);
+    }
+    if (!none(hn::SaturatedSub(lower, dark))) {
+      dark = bestArc(values, greater, lesser);
+      darkExcess = hn::SaturatedSub(lower, dark);
+    }
+    if (none(hn::Or(brightExcess, darkExcess))) return false;
+    const auto isBright = hn::Ne(brightExcess, hn::Zero(d));
+    const auto isDark = hn::Ne(darkExcess, hn::Zero(d));
+    classes =
+        hn::Or(hn::IfThenElseZero(isBright, hn::Set(d, kBright)), hn::IfThenElseZero(isDark, hn::Set(d, kDark)));
+    scores = hn::Or(hn::IfThenElseZero(isBright, hn::Sub(bright, c)), hn::IfThenElseZero(isDark, hn::Sub(c, dark)));
+    return true;
+  }
+
+  // Row y of the image, columns first to last - 1, all with full circles. `scores` may be null.
+  void detectRow(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, std::uint8_t* corners,
+                 std::uint8_t* scores) const {
+    const std::uint8_t* centres = row(src, srcStep, y) + first;
+    const auto at = [&](auto d, std::ptrdiff_t x) {
+      auto classes = hn::Zero(d);
+      auto values = hn::Zero(d);
+      group(d, centres + x, classes, values);
+      hn::StoreU(classes, d, corners + x);
+      if (scores != nullptr) hn::StoreU(values, d, scores + x);
+    };
+    const std::ptrdiff_t count = last - first;
+    const hn::ScalableTag<std::uint8_t> d;
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    if (count < lanes) {
+      forVectors<std::uint8_t>(0, count, at);
+      return;
+    }
+    std::ptrdiff_t x = 0;
+    for (; x + lanes <= count; x += lanes) at(d, x);
+    if (x < count) at(d, count - lanes);  // Overlaps pixels that are done, and writes the same.
+  }
+};
+
+// The bin of the direction in which the circle around a pixel is brighter.
+int orientation(const Detector& detector, const FastNBlock& block, const std::uint8_t* centre) {
+  const int length = detector.circle.length;
+  const float* sines = block.sines();
+  const float* cosines = block.cosines(length);
+  float sineSum = 0;
+  float cosineSum = 0;
+  for (int i = 0; i < length; ++i) {
+    const double difference = centre[detector.offsets[i]] - *centre;
+    sineSum = static_cast<float>(static_cast<double>(sineSum) + difference * static_cast<double>(sines[i]));
+    cosineSum = static_cast<float>(static_cast<double>(cosineSum) + difference * static_cast<double>(cosines[i]));
+  }
+  auto angle = static_cast<float>(std::atan2(static_cast<double>(sineSum), static_cast<double>(cosineSum)));
+  constexpr double kFullCircle = 6.283185307179586;
+  if (angle < 0) angle = static_cast<float>(static_cast<double>(angle) + kFullCircle);
+  return static_cast<int>(angle * block.binScale(length)) & 63;
+}
+
+// Calls body(x) for every corner of a row and tells how many there are.
+template <class Body>
+int forCorners(const std::uint8_t* corners, std::ptrdiff_t width, const Body& body) {
+  int count = 0;
+  forVectors<std::uint8_t>(0, width, [&](auto d, std::ptrdiff_t x) {
+    if (hn::AllTrue(d, hn::Eq(hn::LoadU(d, corners + x), hn::Zero(d)))) return;
+    const auto last = x + static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    for (std::ptrdiff_t i = x; i < last; ++i) {
+      if (corners[i] == 0) continue;
+      ++count;
+      body(i);
+    }
+  });
+  return count;
+}
+
+// The destination's part right of and below the image's origin, in the image's coordinates.
+struct Tile {
+  std::ptrdiff_t left;
+  std::ptrdiff_t top;
+  std::ptrdiff_t width;
+  std::ptrdiff_t height;
+  // Where circles are full.
+  std::ptrdiff_t firstX;
+  std::ptrdiff_t lastX;
+  std::ptrdiff_t firstY;
+  std::ptrdiff_t lastY;
+
+  // Row y as far as columns from..to go: what has no full circle is 0.
+  void detect(const Detector& detector, std::ptrdiff_t y, std::ptrdiff_t from, std::ptrdiff_t to,
+              std::uint8_t* corners, std::uint8_t* scores) const {
+    const std::ptrdiff_t first = std::clamp(firstX, from, to);
+    const std::ptrdiff_t last = std::clamp(lastX, first, to);
+    const bool outside = y < firstY || y >= lastY;
+    const auto clear = [&](std::ptrdiff_t a, std::ptrdiff_t b) {
+      if (a >= b) return;
+      std::memset(corners + (a - from), 0, static_cast<std::size_t>(b - a));
+      if (scores != nullptr) std::memset(scores + (a - from), 0, static_cast<std::size_t>(b - a));
+    };
+    if (outside || first == last) {
+      clear(from, to);
+      return;
+    }
+    clear(from, first);
+    clear(last, to);
+    detector.detectRow(y, first, last, corners + (first - from),
+                       scores == nullptr ? nullptr : scores + (first - from));
+  }
+};
+
+// The corners of one row that are stronger than their neighbours. Row pointers stand at the first pixel; all rows
+// have a neighbour on either side.
+void suppressRow(const std::uint8_t* above, const std::uint8_t* scores, const std::uint8_t* below,
+                 const std::uint8_t* classes, std::ptrdiff_t width, std::uint8_t* dstCorners,
+                 std::uint8_t* dstScores) {
+  forVectors<std::uint8_t>(0, width, [&](auto d, std::ptrdiff_t x) {
+    const auto s = hn::LoadU(d, scores + x);
+    const auto zero = hn::Zero(d);
+    if (hn::AllTrue(d, hn::Eq(s, zero))) {
+      hn::StoreU(zero, d, dstCorners + x);
+      hn::StoreU(zero, d, dstScores + x);
+      return;
+    }
+    const auto at = [&](const std::uint8_t* line, int dx) { return hn::LoadU(d, line + x + dx); };
+    const auto earlier = hn::Max(hn::Max(at(above, -1), at(above, 0)), hn::Max(at(above, 1), at(scores, -1)));
+    const auto later = hn::Max(hn::Max(at(below, -1), at(below, 0)), hn::Max(at(below, 1), at(scores, 1)));
+    const auto stays = hn::AndNot(hn::Eq(hn::SaturatedSub(s, earlier), zero), hn::Eq(hn::Max(s, later), s));
+    hn::StoreU(hn::IfThenElseZero(stays, hn::LoadU(d, classes + x)), d, dstCorners + x);
+    hn::StoreU(hn::IfThenElseZero(stays, s), d, dstScores + x);
+  });
+}
+
+}  // namespace
+}  // namespace rvp::n8
+
+extern "C" {
+
+RvpStatus rvpiFastN_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDstCorner, int dstCornerStep,
+                           uint8_t* pDstScore, int dstScoreStep, int* pNumCorner, RvpiPoint srcOffset,
+                           RvpiSize dstRoiSize, const RvpiFastNSpec* pSpec, uint8_t* pBuffer) {
+  using namespace rvp::n8;
+  if (RvpStatus fault = firstFault(nullPointer(pSrc, pDstCorner, pNumCorner, pSpec, pBuffer), badSize(dstRoiSize)))
+    return fault;
+  if (RvpStatus fault = badFastNSpec(pSpec)) return fault;
+  const FastNBlock& block = fastNBlock(pSpec);
+  const bool hasScores = block.has(rvpFastNScore);
+  if (RvpStatus fault =
+          firstFault(badFastNParameters(block), faultIf(hasScores && pDstScore == nullptr, rvpStatusNullPointer)))
+    return fault;
+
+  const std::ptrdiff_t cutLeft = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.x});
+  const std::ptrdiff_t cutTop = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.y});
+  *pNumCorner = 0;
+  if (cutLeft >= dstRoiSize.width || cutTop >= dstRoiSize.height) return rvpStatusOk;
+  const int radius = block.circleRadius;
+  const Tile tile = {srcOffset.x + cutLeft,
+                     srcOffset.y + cutTop,
+                     dstRoiSize.width - cutLeft,
+                     dstRoiSize.height - cutTop,
+                     radius,
+                     std::ptrdiff_t{block.width} - radius,
+                     radius,
+                     std::ptrdiff_t{block.height} - radius};
+  const Detector detector(block, pSrc, srcStep);
+  const auto dstCorners = [&](std::ptrdiff_t y) { return row(pDstCorner, dstCornerStep, y + cutTop) + cutLeft; };
+  const auto dstScores = [&](std::ptrdiff_t y) { return row(pDstScore, dstScoreStep, y + cutTop) + cutLeft; };
+  const auto finish = [&](std::ptrdiff_t y) {
+    uint8_t* corners = dstCorners(y);
+    const uint8_t* centres = row(pSrc, srcStep, tile.top + y) + tile.left;
+    *pNumCorner += forCorners(corners, tile.width, [&](std::ptrdiff_t x) {
+      if (block.has(rvpFastNOrientation))
+        corners[x] = static_cast<uint8_t>(corners[x] | orientation(detector, block, centres + x));
+    });
+  };
+  if (!block.has(rvpFastNSuppression)) {
+    for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
+      tile.detect(detector, tile.top + y, tile.left, tile.left + tile.width, dstCorners(y),
+                  hasScores ? dstScores(y) : nullptr);
+      finish(y);
+    }
+    return rvpStatusOk;
+  }
+  // Three rows of classes and of scores, each with a pixel more on either side, take turns.
+  const std::ptrdiff_t length = tile.width + 2;
+  const auto classesOf = [&](std::ptrdiff_t y) { return pBuffer + (y + 3) % 3 * length; };
+  const auto scoresOf = [&](std::ptrdiff_t y) { return pBuffer + (3 + (y + 3) % 3) * length; };
+  const auto detect = [&](std::ptrdiff_t y) {
+    tile.detect(detector, tile.top + y, tile.left - 1, tile.left + tile.width + 1, classesOf(y), scoresOf(y));
+  };
+  detect(-1);
+  detect(0);
+  for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
+    detect(y + 1);
+    suppressRow(scoresOf(y - 1) + 1, scoresOf(y) + 1, scoresOf(y + 1) + 1, classesOf(y) + 1, tile.width,
+                dstCorners(y), dstScores(y));
+    finish(y);
+  }
+  return rvpStatusOk;
+}
+
+}  // extern "C"
