@@ -11,6 +11,7 @@
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/hough.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 
