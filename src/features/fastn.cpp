@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "frame/simd.h"
 #include "frame/views.h"
@@ -20,26 +21,25 @@ namespace {
 constexpr std::uint8_t kBright = 64;
 constexpr std::uint8_t kDark = 128;
 
-// What the detector needs of the block, and of one image.
+// What the detector needs of the block, and of one image. kLength is the circle's, which lets loops over it unroll.
+template <int kLength>
 struct Detector {
   const std::uint8_t* src;
   int srcStep;
-  FastNCircle circle;
   int radius;
   int arcLength;
   std::uint8_t threshold;
-  std::ptrdiff_t offsets[kLongestCircle];
+  std::ptrdiff_t offsets[kLength];
 
   Detector(const FastNBlock& block, const std::uint8_t* image, int step)
       : src(image),
         srcStep(step),
-        circle(circleOf(block.circleRadius)),
         radius(block.circleRadius),
         arcLength(block.arcLength),
         // No difference of two pixels is greater than 255.
         threshold(static_cast<std::uint8_t>(std::clamp(block.thresholdInt, 0, 255))) {
-    for (int i = 0; i < circle.length; ++i)
-      offsets[i] = static_cast<std::ptrdiff_t>(circle.points[i].y) * step + circle.points[i].x;
+    const RvpiPoint* points = circleOf(block.circleRadius).points;
+    for (int i = 0; i < kLength; ++i) offsets[i] = static_cast<std::ptrdiff_t>(points[i].y) * step + points[i].x;
   }
 
   // The best arc's worst value, `inner` telling the worse and `outer` the better of two. `values` holds the
@@ -47,25 +47,25 @@ struct Detector {
   // 2j + 1 on; cores grow by doubling.
   template <class V, class Inner, class Outer>
   HWY_INLINE V bestArc(const V* values, const Inner& inner, const Outer& outer) const {
-    V halves[2][kLongestCircle / 2];
+    constexpr int kCount = kLength / 2;
+    V halves[2][kCount];
     V* cores = halves[0];
     V* next = halves[1];
-    const int count = circle.length / 2;
     const int coreLength = arcLength - 1;
     const int evenLength = coreLength & ~1;
-    for (int j = 0; j < count; ++j) cores[j] = inner(values[2 * j + 1], values[2 * j + 2]);
+    for (int j = 0; j < kCount; ++j) cores[j] = inner(values[2 * j + 1], values[2 * j + 2]);
     for (int length = 2; length < evenLength;) {
       const int grown = std::min(2 * length, evenLength);
       const int shift = (grown - length) / 2;
-      for (int j = 0; j < count - shift; ++j) next[j] = inner(cores[j], cores[j + shift]);
-      for (int j = count - shift; j < count; ++j) next[j] = inner(cores[j], cores[j + shift - count]);
+      for (int j = 0; j < kCount - shift; ++j) next[j] = inner(cores[j], cores[j + shift]);
+      for (int j = kCount - shift; j < kCount; ++j) next[j] = inner(cores[j], cores[j + shift - kCount]);
       std::swap(cores, next);
       length = grown;
     }
     if (coreLength != evenLength)
-      for (int j = 0; j < count; ++j) cores[j] = inner(cores[j], values[2 * j + 1 + evenLength]);
+      for (int j = 0; j < kCount; ++j) cores[j] = inner(cores[j], values[2 * j + 1 + evenLength]);
     V best = inner(cores[0], outer(values[0], values[arcLength]));
-    for (int j = 1; j < count; ++j)
+    for (int j = 1; j < kCount; ++j)
       best = outer(best, inner(cores[j], outer(values[2 * j], values[2 * j + arcLength])));
     return best;
   }
@@ -78,13 +78,13 @@ struct Detector {
     const V t = hn::Set(d, threshold);
     const V upper = hn::SaturatedAdd(c, t);
     const V lower = hn::SaturatedSub(c, t);
-    const int half = circle.length / 2;
+    constexpr int kHalf = kLength / 2;
     // The darkest of the pairs' brighter pixels, and the other way round.
     V bright = hn::Set(d, std::uint8_t{255});
     V dark = hn::Zero(d);
     const auto pair = [&](int i) {
       const V a = hn::LoadU(d, centre + offsets[i]);
-      const V b = hn::LoadU(d, centre + offsets[i + half]);
+      const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
       bright = hn::Min(bright, hn::Max(a, b));
       dark = hn::Max(dark, hn::Min(a, b));
     };
@@ -93,15 +93,19 @@ struct Detector {
       return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
     };
     pair(0);
-    pair(half / 2);
+    pair(kHalf / 2);
     if (isOver()) return false;
-    pair(half / 4);
-    pair(half - half / 4);
+    pair(kHalf / 4);
+    pair(kHalf - kHalf / 4);
     if (isOver()) return false;
+    if constexpr (kLength > 16) {
+      for (const int i : {kHalf / 8, kHalf / 2 - kHalf / 8, kHalf / 2 + kHalf / 8, kHalf - kHalf / 8}) pair(i);
+      if (isOver()) return false;
+    }
 
-    V values[2 * kLongestCircle];
-    for (int i = 0; i < circle.length; ++i) values[i] = hn::LoadU(d, centre + offsets[i]);
-    std::copy(values, values + arcLength, values + circle.length);
+    V values[2 * kLength];
+    for (int i = 0; i < kLength; ++i) values[i] = hn::LoadU(d, centre + offsets[i]);
+    std::copy(values, values + arcLength, values + kLength);
     const auto lesser = [](V a, V b) { return hn::Min(a, b); };
     const auto greater = [](V a, V b) { return hn::Max(a, b); };
     V brightExcess = hn::Zero(d);
@@ -149,13 +153,13 @@ struct Detector {
 };
 
 // The bin of the direction in which the circle around a pixel is brighter.
-int orientation(const Detector& detector, const FastNBlock& block, const std::uint8_t* centre) {
-  const int length = detector.circle.length;
+template <int kLength>
+int orientation(const Detector<kLength>& detector, const FastNBlock& block, const std::uint8_t* centre) {
   const float* sines = block.sines();
-  const float* cosines = block.cosines(length);
+  const float* cosines = block.cosines(kLength);
   float sineSum = 0;
   float cosineSum = 0;
-  for (int i = 0; i < length; ++i) {
+  for (int i = 0; i < kLength; ++i) {
     const double difference = centre[detector.offsets[i]] - *centre;
     sineSum = static_cast<float>(static_cast<double>(sineSum) + difference * static_cast<double>(sines[i]));
     cosineSum = static_cast<float>(static_cast<double>(cosineSum) + difference * static_cast<double>(cosines[i]));
@@ -163,23 +167,30 @@ int orientation(const Detector& detector, const FastNBlock& block, const std::ui
   auto angle = static_cast<float>(std::atan2(static_cast<double>(sineSum), static_cast<double>(cosineSum)));
   constexpr double kFullCircle = 6.283185307179586;
   if (angle < 0) angle = static_cast<float>(static_cast<double>(angle) + kFullCircle);
-  return static_cast<int>(angle * block.binScale(length)) & 63;
+  return static_cast<int>(angle * block.binScale(kLength)) & 63;
 }
 
-// Calls body(x) for every corner of a row and tells how many there are.
+// Calls body(x) for every corner of a row.
 template <class Body>
-int forCorners(const std::uint8_t* corners, std::ptrdiff_t width, const Body& body) {
-  int count = 0;
+void forCorners(const std::uint8_t* corners, std::ptrdiff_t width, const Body& body) {
   forVectors<std::uint8_t>(0, width, [&](auto d, std::ptrdiff_t x) {
-    if (hn::AllTrue(d, hn::Eq(hn::LoadU(d, corners + x), hn::Zero(d)))) return;
-    const auto last = x + static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    for (std::ptrdiff_t i = x; i < last; ++i) {
-      if (corners[i] == 0) continue;
-      ++count;
-      body(i);
-    }
+    const auto isCorner = hn::Ne(hn::LoadU(d, corners + x), hn::Zero(d));
+    if (hn::AllFalse(d, isCorner)) return;
+    std::uint8_t bits[sizeof(std::uint64_t)] = {};
+    static_assert(hn::MaxLanes(d) <= 64);
+    hn::StoreMaskBits(d, isCorner, bits);
+    std::uint64_t left = 0;
+    std::memcpy(&left, bits, sizeof left);
+    for (; left != 0; left &= left - 1) body(x + __builtin_ctzll(left));
   });
-  return count;
+}
+
+int countCorners(const std::uint8_t* corners, std::ptrdiff_t width) {
+  std::size_t zeros = 0;
+  forVectors<std::uint8_t>(0, width, [&](auto d, std::ptrdiff_t x) {
+    zeros += hn::CountTrue(d, hn::Eq(hn::LoadU(d, corners + x), hn::Zero(d)));
+  });
+  return static_cast<int>(width - static_cast<std::ptrdiff_t>(zeros));
 }
 
 // The destination's part right of and below the image's origin, in the image's coordinates.
@@ -195,7 +206,8 @@ struct Tile {
   std::ptrdiff_t lastY;
 
   // Row y as far as columns from..to go: what has no full circle is 0.
-  void detect(const Detector& detector, std::ptrdiff_t y, std::ptrdiff_t from, std::ptrdiff_t to,
+  template <int kLength>
+  void detect(const Detector<kLength>& detector, std::ptrdiff_t y, std::ptrdiff_t from, std::ptrdiff_t to,
               std::uint8_t* corners, std::uint8_t* scores) const {
     const std::ptrdiff_t first = std::clamp(firstX, from, to);
     const std::ptrdiff_t last = std::clamp(lastX, first, to);
@@ -238,6 +250,87 @@ void suppressRow(const std::uint8_t* above, const std::uint8_t* scores, const st
   });
 }
 
+struct Destination {
+  std::uint8_t* corners;
+  int cornerStep;
+  std::uint8_t* scores;
+  int scoreStep;
+};
+
+template <int kLength>
+int detectCorners(const std::uint8_t* pSrc, int srcStep, const Destination& dst, RvpiPoint srcOffset,
+                  RvpiSize dstRoiSize, const FastNBlock& block, std::uint8_t* pBuffer) {
+  const std::ptrdiff_t cutLeft = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.x});
+  const std::ptrdiff_t cutTop = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.y});
+  if (cutLeft >= dstRoiSize.width || cutTop >= dstRoiSize.height) return 0;
+  const int radius = block.circleRadius;
+  const Tile tile = {srcOffset.x + cutLeft,
+                     srcOffset.y + cutTop,
+                     dstRoiSize.width - cutLeft,
+                     dstRoiSize.height - cutTop,
+                     radius,
+                     std::ptrdiff_t{block.width} - radius,
+                     radius,
+                     std::ptrdiff_t{block.height} - radius};
+  const Detector<kLength> detector(block, pSrc, srcStep);
+  const auto dstCorners = [&](std::ptrdiff_t y) { return row(dst.corners, dst.cornerStep, y + cutTop) + cutLeft; };
+  const auto dstScores = [&](std::ptrdiff_t y) { return row(dst.scores, dst.scoreStep, y + cutTop) + cutLeft; };
+  const bool hasScores = block.has(rvpFastNScore);
+  int count = 0;
+  const auto finish = [&](std::ptrdiff_t y) {
+    std::uint8_t* corners = dstCorners(y);
+    count += countCorners(corners, tile.width);
+    if (!block.has(rvpFastNOrientation)) return;
+    const std::uint8_t* centres = row(pSrc, srcStep, tile.top + y) + tile.left;
+    forCorners(corners, tile.width, [&](std::ptrdiff_t x) {
+      corners[x] = static_cast<std::uint8_t>(corners[x] | orientation(detector, block, centres + x));
+    });
+  };
+  if (!block.has(rvpFastNSuppression)) {
+    for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
+      tile.detect(detector, tile.top + y, tile.left, tile.left + tile.width, dstCorners(y),
+                  hasScores ? dstScores(y) : nullptr);
+      finish(y);
+    }
+    return count;
+  }
+  // Three rows of classes and of scores, each with a pixel more on either side, take turns.
+  const std::ptrdiff_t length = tile.width + 2;
+  const auto classesOf = [&](std::ptrdiff_t y) { return pBuffer + (y + 3) % 3 * length; };
+  const auto scoresOf = [&](std::ptrdiff_t y) { return pBuffer + (3 + (y + 3) % 3) * length; };
+  const auto detect = [&](std::ptrdiff_t y) {
+    tile.detect(detector, tile.top + y, tile.left - 1, tile.left + tile.width + 1, classesOf(y), scoresOf(y));
+  };
+  detect(-1);
+  detect(0);
+  for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
+    detect(y + 1);
+    suppressRow(scoresOf(y - 1) + 1, scoresOf(y) + 1, scoresOf(y + 1) + 1, classesOf(y) + 1, tile.width,
+                dstCorners(y), dstScores(y));
+    finish(y);
+  }
+  return count;
+}
+
+// Calls body with the length of a circle as a constant.
+template <class Body>
+int forCircle(int radius, const Body& body) {
+  switch (radius) {
+    case 1:
+      return body(std::integral_constant<int, 8>());
+    case 2:
+      return body(std::integral_constant<int, 12>());
+    case 3:
+      return body(std::integral_constant<int, 16>());
+    case 5:
+      return body(std::integral_constant<int, 28>());
+    case 7:
+      return body(std::integral_constant<int, 40>());
+    default:
+      return body(std::integral_constant<int, kLongestCircle>());
+  }
+}
+
 }  // namespace
 }  // namespace rvp::n8
 
@@ -256,53 +349,11 @@ RvpStatus rvpiFastN_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDstCorner
           firstFault(badFastNParameters(block), faultIf(hasScores && pDstScore == nullptr, rvpStatusNullPointer)))
     return fault;
 
-  const std::ptrdiff_t cutLeft = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.x});
-  const std::ptrdiff_t cutTop = std::max<std::ptrdiff_t>(0, -std::ptrdiff_t{srcOffset.y});
-  *pNumCorner = 0;
-  if (cutLeft >= dstRoiSize.width || cutTop >= dstRoiSize.height) return rvpStatusOk;
-  const int radius = block.circleRadius;
-  const Tile tile = {srcOffset.x + cutLeft,
-                     srcOffset.y + cutTop,
-                     dstRoiSize.width - cutLeft,
-                     dstRoiSize.height - cutTop,
-                     radius,
-                     std::ptrdiff_t{block.width} - radius,
-                     radius,
-                     std::ptrdiff_t{block.height} - radius};
-  const Detector detector(block, pSrc, srcStep);
-  const auto dstCorners = [&](std::ptrdiff_t y) { return row(pDstCorner, dstCornerStep, y + cutTop) + cutLeft; };
-  const auto dstScores = [&](std::ptrdiff_t y) { return row(pDstScore, dstScoreStep, y + cutTop) + cutLeft; };
-  const auto finish = [&](std::ptrdiff_t y) {
-    uint8_t* corners = dstCorners(y);
-    const uint8_t* centres = row(pSrc, srcStep, tile.top + y) + tile.left;
-    *pNumCorner += forCorners(corners, tile.width, [&](std::ptrdiff_t x) {
-      if (block.has(rvpFastNOrientation))
-        corners[x] = static_cast<uint8_t>(corners[x] | orientation(detector, block, centres + x));
-    });
+  const auto run = [&](auto length) {
+    return detectCorners<decltype(length)::value>(
+        pSrc, srcStep, {pDstCorner, dstCornerStep, pDstScore, dstScoreStep}, srcOffset, dstRoiSize, block, pBuffer);
   };
-  if (!block.has(rvpFastNSuppression)) {
-    for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
-      tile.detect(detector, tile.top + y, tile.left, tile.left + tile.width, dstCorners(y),
-                  hasScores ? dstScores(y) : nullptr);
-      finish(y);
-    }
-    return rvpStatusOk;
-  }
-  // Three rows of classes and of scores, each with a pixel more on either side, take turns.
-  const std::ptrdiff_t length = tile.width + 2;
-  const auto classesOf = [&](std::ptrdiff_t y) { return pBuffer + (y + 3) % 3 * length; };
-  const auto scoresOf = [&](std::ptrdiff_t y) { return pBuffer + (3 + (y + 3) % 3) * length; };
-  const auto detect = [&](std::ptrdiff_t y) {
-    tile.detect(detector, tile.top + y, tile.left - 1, tile.left + tile.width + 1, classesOf(y), scoresOf(y));
-  };
-  detect(-1);
-  detect(0);
-  for (std::ptrdiff_t y = 0; y < tile.height; ++y) {
-    detect(y + 1);
-    suppressRow(scoresOf(y - 1) + 1, scoresOf(y) + 1, scoresOf(y + 1) + 1, classesOf(y) + 1, tile.width,
-                dstCorners(y), dstScores(y));
-    finish(y);
-  }
+  *pNumCorner = forCircle(block.circleRadius, run);
   return rvpStatusOk;
 }
 
