@@ -43,30 +43,26 @@ struct Detector {
   }
 
   // The best arc's worst value, `inner` telling the worse and `outer` the better of two. `values` holds the
-  // circle's pixels twice. Windows of n pixels that begin at 2j and at 2j + 1 share the core of n - 1 pixels from
-  // 2j + 1 on; cores grow by doubling.
+  // circle's pixels twice. An arc that begins in one half of the circle is the rest of that half, and what follows
+  // it: the first is looked up, the second grows along as the beginning moves on.
   template <class V, class Inner, class Outer>
   HWY_INLINE V bestArc(const V* values, const Inner& inner, const Outer& outer) const {
-    constexpr int kCount = kLength / 2;
-    V halves[2][kCount];
-    V* cores = halves[0];
-    V* next = halves[1];
-    const int coreLength = arcLength - 1;
-    const int evenLength = coreLength & ~1;
-    for (int j = 0; j < kCount; ++j) cores[j] = inner(values[2 * j + 1], values[2 * j + 2]);
-    for (int length = 2; length < evenLength;) {
-      const int grown = std::min(2 * length, evenLength);
-      const int shift = (grown - length) / 2;
-      for (int j = 0; j < kCount - shift; ++j) next[j] = inner(cores[j], cores[j + shift]);
-      for (int j = kCount - shift; j < kCount; ++j) next[j] = inner(cores[j], cores[j + shift - kCount]);
-      std::swap(cores, next);
-      length = grown;
+    constexpr int kHalf = kLength / 2;
+    V best = values[0];
+    for (int half = 0; half < 2; ++half) {
+      const V* from = values + half * kHalf;
+      V rests[kHalf];
+      rests[kHalf - 1] = from[kHalf - 1];
+      for (int i = kHalf - 2; i >= 0; --i) rests[i] = inner(rests[i + 1], from[i]);
+      V following = from[kHalf];
+      for (int i = kHalf + 1; i < arcLength; ++i) following = inner(following, from[i]);
+      const V first = inner(rests[0], following);
+      best = half == 0 ? first : outer(best, first);
+      for (int i = 1; i < kHalf; ++i) {
+        following = inner(following, from[i + arcLength - 1]);
+        best = outer(best, inner(rests[i], following));
+      }
     }
-    if (coreLength != evenLength)
-      for (int j = 0; j < kCount; ++j) cores[j] = inner(cores[j], values[2 * j + 1 + evenLength]);
-    V best = inner(cores[0], outer(values[0], values[arcLength]));
-    for (int j = 1; j < kCount; ++j)
-      best = outer(best, inner(cores[j], outer(values[2 * j], values[2 * j + arcLength])));
     return best;
   }
 
