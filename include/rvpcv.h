@@ -8,6 +8,7 @@
 #include "rvpcv/background.h"
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
+#include "rvpcv/fastn.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/flood.h"
@@ -15,6 +16,7 @@
 #include "rvpcv/label.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/reconstruct.h"
+#include "rvpcv/hough.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 
