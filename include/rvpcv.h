@@ -11,6 +11,7 @@
 #include "rvpcv/filter.h"
 #include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/pyramid.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 

@@ -107,6 +107,9 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     tour::addStatsPanels(subject, page);
     tour::addBorderPanels(subject, page);
+    tour::addDistancePanels(subject, page);
+    tour::addDetectPanels(subject, page);
+    tour::addFacePanels(subject, page);
   }
   std::printf("The tour is ready: %s\n", page.finish(subjects).c_str());
 }
