@@ -46,8 +46,8 @@ constexpr std::array<Kind, 6> kKinds = {{
 #undef TOUR_KIND
 
 constexpr const Kind& kPlain4 = kKinds[0];
-constexpr const Kind& kRange4 = kKinds[2];
-constexpr const Kind& kGradient4 = kKinds[4];
+constexpr const Kind& kRange8 = kKinds[3];
+constexpr const Kind& kGradient8 = kKinds[5];
 
 // Fills pictures of one size.
 class Painter {
@@ -100,36 +100,35 @@ Picture inFewColours(const Picture& picture) {
   return few;
 }
 
-// The pixel of a grid from which both the plain and the range kind reach far.
+// The pixel in the upper part of the picture, where skies and backgrounds are, from which both the plain and the
+// range kind reach far.
 RvpiPoint backgroundSeed(Painter& painter, const Picture& picture, const Picture& few) {
-  constexpr int kGrid = 9;
+  constexpr int kColumns = 24;
   constexpr int kLimit = 24;
   RvpiPoint best = {};
   double most = -1.0;
-  for (int j = 0; j < kGrid; ++j)
-    for (int i = 0; i < kGrid; ++i) {
-      const RvpiPoint seed = {(2 * i + 1) * picture.width() / (2 * kGrid),
-                              (2 * j + 1) * picture.height() / (2 * kGrid)};
-      const double area =
-          std::min(areaOf(painter, kPlain4, few, seed, 0), areaOf(painter, kRange4, picture, seed, kLimit));
-      if (area <= most) continue;
-      most = area;
-      best = seed;
-    }
+  for (int i = 0; i < kColumns; ++i) {
+    const RvpiPoint seed = {(2 * i + 1) * picture.width() / (2 * kColumns), picture.height() / 20};
+    const double area =
+        std::min(areaOf(painter, kPlain4, few, seed, 0), areaOf(painter, kRange8, picture, seed, kLimit));
+    if (area <= most) continue;
+    most = area;
+    best = seed;
+  }
   return best;
 }
 
-// The greatest of some limits with which a fill takes less than half of the picture; the least if none does.
+// The least of some limits with which a fill takes a good part of the picture; the greatest if none does.
 int limitFor(Painter& painter, const Kind& kind, const Picture& picture, RvpiPoint seed,
              const std::vector<int>& limits) {
-  const double half = 0.5 * picture.width() * picture.height();
-  int best = limits.front();
+  constexpr double kGoodPart = 0.12;
+  const double enough = kGoodPart * picture.width() * picture.height();
   for (const int limit : limits)
-    if (areaOf(painter, kind, picture, seed, limit) < half) best = limit;
-  return best;
+    if (areaOf(painter, kind, picture, seed, limit) >= enough) return limit;
+  return limits.back();
 }
 
-// A ring around the seed, and the rectangle around what was filled.
+// A small square around the seed, and the rectangle around what was filled.
 void drawRegion(Picture& picture, RvpiPoint seed, const RvpiRect& rectangle) {
   constexpr Rgb kWhite = {255, 255, 255};
   drawOutline(picture, rectangle, 1, kWhite);
@@ -143,8 +142,8 @@ void addFloodPanels(const Subject& subject, Page& page) {
   const Picture few = inFewColours(photograph);
   Painter painter(photograph.size());
   const RvpiPoint seed = backgroundSeed(painter, photograph, few);
-  const int range = limitFor(painter, kRange4, photograph, seed, {8, 16, 24, 32, 48, 64, 80});
-  const int slope = limitFor(painter, kGradient4, photograph, seed, {1, 2, 3, 4, 5, 6, 8, 10, 12, 16});
+  const int range = limitFor(painter, kRange8, photograph, seed, {8, 16, 24, 32, 48, 64, 80});
+  const int slope = limitFor(painter, kGradient8, photograph, seed, {1, 2, 3, 4, 5, 6, 8, 10, 12, 16});
   const double pixels = static_cast<double>(photograph.width()) * photograph.height();
 
   Panel panel = {
