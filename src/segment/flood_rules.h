@@ -123,6 +123,8 @@ class ValueFill {
 
   void leave(const FloodSpan& /*span*/) {}
 
+  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
+
  private:
   PixelBits match(const T* line, std::ptrdiff_t x) const {
     const T* const at = line + x * kChannels;
@@ -254,6 +256,8 @@ class GradientFill {
     Block::paint(row(image_, step_, span.y) + std::ptrdiff_t{span.left} * kChannels,
                  std::ptrdiff_t{span.right} - span.left + 1, colour_);
   }
+
+  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
 
  private:
   // The pixels of row y from x on that pass against a pixel of the span beside them: the one in the same column, or
