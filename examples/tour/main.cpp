@@ -108,6 +108,7 @@ int main(int argc, char** argv) {
     tour::addStatsPanels(subject, page);
     tour::addBorderPanels(subject, page);
     tour::addDistancePanels(subject, page);
+    tour::addFloodPanels(subject, page);
     tour::addDetectPanels(subject, page);
     tour::addFacePanels(subject, page);
   }
