@@ -9,6 +9,7 @@ namespace tour {
 void addDetectPanels(const Subject& subject, Page& page);
 void addDistancePanels(const Subject& subject, Page& page);
 void addFacePanels(const Subject& subject, Page& page);
+void addFeaturesPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
 void addBorderPanels(const Subject& subject, Page& page);
 
