@@ -155,7 +155,8 @@ template <class T, class Eigen, class GetSize>
 Row eigenRow(const std::string& name, Eigen* eigen, GetSize* getSize, int window, bool all) {
   const auto make = [=](cv::Size size) {
     const cv::Mat src = sourceOf<T>(size);
-    const cv::Mat dst(size, all ? CV_32FC(6) : CV_32F, cv::Scalar::all(-1));
+    const cv::Mat dst =
+        cv::Mat(size.height, size.width * (all ? 6 : 1), CV_32F, cv::Scalar(-1)).reshape(all ? 6 : 1);
     const cv::Mat scratch = scratchOf([&](int* bytes) { return getSize(regionSize(src), 3, window, bytes); });
     const double factor = 1.0 / (4080.0 * peerScale<T>(window) * peerScale<T>(window));
     Contest contest = cornerContest<T>(dst, factor, all ? 2 : 1);
