@@ -10,6 +10,7 @@ void addDetectPanels(const Subject& subject, Page& page);
 void addDistancePanels(const Subject& subject, Page& page);
 void addFacePanels(const Subject& subject, Page& page);
 void addFloodPanels(const Subject& subject, Page& page);
+void addFeaturesPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
 void addBorderPanels(const Subject& subject, Page& page);
 
