@@ -199,7 +199,8 @@ class Reconstruction {
     }
   }
 
-  // The first row that a row is looked at from below is already stable; only what it raises there is left to do.
+  // Raises each row from the one below, which is final in this pass; what it raises there in turn is left to the
+  // sweeps.
   void passUp() {
     for (std::ptrdiff_t y = height_ - 2; y >= 0; --y) {
       lift(y, y + 1);

@@ -29,13 +29,23 @@ void readNonzero(const T* pixels, std::ptrdiff_t width, Word* bits) {
   }
 }
 
-// Writes a value to the columns from `first` to `last` - 1 of a row, and whatever it likes to those behind.
+// Writes a value to the columns from `first` to `last` - 1 of a row, and whatever it likes to those behind. Most runs
+// of a noisy image end within the first few.
 template <class T>
 HWY_INLINE void fillRoughly(T* pixels, std::ptrdiff_t first, std::ptrdiff_t last, std::ptrdiff_t width, T value) {
-  const hn::ScalableTag<T> d;
-  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
-  const auto values = hn::Set(d, value);
-  for (; first < last && first + kLanes <= width; first += kLanes) hn::StoreU(values, d, pixels + first);
+  const auto fill = [&](auto d) {
+    constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+    if (first + kLanes > width) return false;
+    hn::StoreU(hn::Set(d, value), d, pixels + first);
+    first += kLanes;
+    return first < last;
+  };
+  if (first >= last || !fill(hn::CappedTag<T, 16 / sizeof(T)>())) {
+    for (; first < last; ++first) pixels[first] = value;
+    return;
+  }
+  while (fill(hn::ScalableTag<T>())) {
+  }
   for (; first < last; ++first) pixels[first] = value;
 }
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "frame/checks.h"
@@ -19,6 +20,27 @@
 
 namespace rvp::n8 {
 namespace {
+
+// Loads and stores where the step may have led to any address. A vector asks for no alignment, but a single lane
+// does.
+template <class D, class T>
+HWY_INLINE auto loadAnywhere(D d, const T* pixels) {
+  if constexpr (hn::MaxLanes(d) == 1) {
+    T pixel;
+    std::memcpy(&pixel, pixels, sizeof pixel);
+    return hn::Set(d, pixel);
+  } else {
+    return hn::LoadU(d, pixels);
+  }
+}
+template <class D, class T>
+HWY_INLINE void storeAnywhere(D d, T value, T* pixels) {
+  if constexpr (hn::MaxLanes(d) == 1) {
+    std::memcpy(pixels, &value, sizeof value);
+  } else {
+    hn::StoreU(hn::Set(d, value), d, pixels);
+  }
+}
 
 template <class T>
 struct Similarity {
@@ -93,7 +115,7 @@ class SpeckleMarking {
       if (sizes_[forest_.value(run)] > maxSize) return;
       T* const pixels = row(image_, step_, y);
       forVectors<T>(first, last,
-                    [&](auto d, std::ptrdiff_t x) { hn::StoreU(hn::Set(d, similarity_.value), d, pixels + x); });
+                    [&](auto d, std::ptrdiff_t x) { storeAnywhere(d, similarity_.value, pixels + x); });
     });
   }
 
@@ -107,15 +129,16 @@ class SpeckleMarking {
     for (std::ptrdiff_t w = 0; w < wordsOf(width_); ++w) {
       const std::ptrdiff_t first = w * kWordColumns;
       const std::ptrdiff_t last = std::min(first + kWordColumns, width_);
-      const Word isVoid = wordWhere<T>(
-          first, last, [&](auto d, std::ptrdiff_t x) { return similarity_.isVoid(d, hn::LoadU(d, pixels + x)); });
+      const Word isVoid = wordWhere<T>(first, last, [&](auto d, std::ptrdiff_t x) {
+        return similarity_.isVoid(d, loadAnywhere(d, pixels + x));
+      });
       const Word similarToNext =
           similarity_.allowed() & wordWhere<T>(first, std::min(last, width_ - 1), [&](auto d, std::ptrdiff_t x) {
-            return similarity_.isSimilar(d, hn::LoadU(d, pixels + x), hn::LoadU(d, pixels + x + 1));
+            return similarity_.isSimilar(d, loadAnywhere(d, pixels + x), loadAnywhere(d, pixels + x + 1));
           });
       const Word similarToAbove =
           similarity_.allowed() & wordWhere<T>(first, last, [&](auto d, std::ptrdiff_t x) {
-            return similarity_.isSimilar(d, hn::LoadU(d, pixels + x), hn::LoadU(d, above + x));
+            return similarity_.isSimilar(d, loadAnywhere(d, pixels + x), loadAnywhere(d, above + x));
           });
       const Word exists = last - first == kWordColumns ? ~Word{0} : (Word{1} << (last - first)) - 1;
       const Word voidBefore = isVoid << 1 | carryVoid;
