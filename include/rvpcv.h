@@ -10,6 +10,7 @@
 #include "rvpcv/distance.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
+#include "rvpcv/flow.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/stats.h"
