@@ -42,8 +42,8 @@ std::int64_t blockBytes(int winSize, RvpiSize roiSize) {
   constexpr bool kIsByte = sizeof(Src) == 1;
   const std::int64_t level = (roiSize.width + std::int64_t{5}) * (roiSize.height + std::int64_t{5});
   const std::int64_t window = (winSize + std::int64_t{3}) * (winSize + std::int64_t{3});
-  // No product with these passes 63 bits: each factor is below 2^32 and their product below 2^62 + 2^35.
-  if (level > INT32_MAX || window > INT32_MAX) return level + window;
+  // Beyond 31 bits either way; below that no product passes 38 bits.
+  if (level > INT32_MAX || window > INT32_MAX) return std::numeric_limits<std::int64_t>::max();
   return level * (kIsByte ? 4 : sizeof(Src) == 2 ? 12 : 8) + window * (kIsByte ? 40 : 48) + (kIsByte ? 130 : 124);
 }
 

@@ -157,8 +157,12 @@ struct Reference {
     }
     dx = weighted(d[1], d[0] + d[2]);
     dy = s[2] - s[0];
-    // On a level the difference comes first.
-    if (!onPatch) dy = weighted(at(1, 0) - at(-1, 0), (at(1, -1) - at(-1, -1)) + (at(1, 1) - at(-1, 1)));
+    if (onPatch) return;
+    // On a level columns are done before rows.
+    const auto down = [&](int x) { return weighted(at(0, x), at(-1, x) + at(1, x)); };
+    const auto rise = [&](int x) -> V { return at(1, x) - at(-1, x); };
+    dx = down(1) - down(-1);
+    dy = weighted(rise(0), rise(-1) + rise(1));
   }
 
   static bool inside(double at, int extent) { return at >= 0 && at <= extent - 1; }
