@@ -12,6 +12,7 @@
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/flood.h"
+#include "rvpcv/flow.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/label.h"
 #include "rvpcv/pyramid.h"

@@ -257,7 +257,8 @@ class Group {
         forLanes(hit, [&](int lane) { raise(s_, pixel_ + lane, m, compared[lane]); });
       }
     }
-    const Lanes divisible = hn::Ne(total, hn::Zero(kD));
+    // Not Ne, which is true of NaN on one variant alone.
+    const Lanes divisible = hn::Not(hn::Eq(total, hn::Zero(kD)));
     while (m-- > 0) {
       float* weights = weightsOf(s_, m) + pixel_;
       const V w = hn::LoadU(kD, weights);
@@ -307,7 +308,7 @@ class Group {
       loadMeans(m, mean);
       const V a = dot<D>(p_, mean);
       const V b = dot<D>(mean, mean);
-      undecided = hn::And(undecided, hn::Ne(b, hn::Zero(kD)));
+      undecided = hn::AndNot(hn::Eq(b, hn::Zero(kD)), undecided);
       const Lanes darker = hn::And(hn::Ge(b, a), hn::Ge(a, all(s_.shadowRatio) * b));
       const V r = a / b;
       V d[kChannels];

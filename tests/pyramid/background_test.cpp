@@ -124,9 +124,8 @@ struct Reference {
         sum += mode[m].mean[i % 3] * mode[m].weight;
         if (weight > model.backgroundWeight) break;
       }
-      if (weight > 0)
-        picture.elements[i] =
-            static_cast<std::uint8_t>(std::nearbyint(std::min(std::max(sum * (1 / weight), 0.0f), 255.0f)));
+      const float level = sum * (1 / weight);
+      picture.elements[i] = static_cast<std::uint8_t>(level > 0 ? std::nearbyint(std::min(level, 255.0f)) : 0);
     }
     return picture;
   }
@@ -214,6 +213,8 @@ TEST(Background, FollowsItsFormulasAtTheirLimits) {
   for (const RvpFGMMModel& model : {kModel, eager, strict, odd}) {
     for (const double rate : {-1.0, 0.0, 0.02, 0.5, 1.0, 3.0}) {
       for (const int modeCount : {1, 2, 5, 300}) {
+        SCOPED_TRACE(testing::Message()
+                     << "decay " << model.weightDecay << ", rate " << rate << ", modes " << modeCount);
         tryShape({29, 2, {3, 1}, 1, 7}, [&](const Shape& shape) {
           compareStream(
               shape, modeCount, model, 25, [&](int k) { return k == 9 ? 1.0 : rate; }, kSameModel);
