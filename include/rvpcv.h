@@ -14,10 +14,10 @@
 #include "rvpcv/flood.h"
 #include "rvpcv/flow.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/hough.h"
 #include "rvpcv/label.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/reconstruct.h"
-#include "rvpcv/hough.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
 
