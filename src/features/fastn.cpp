@@ -94,8 +94,13 @@ struct Detector {
     pair(kHalf / 4);
     pair(kHalf - kHalf / 4);
     if (isOver()) return false;
+    // The larger the circle, the more its arcs cost beside its pairs.
     if constexpr (kLength > 16) {
-      for (const int i : {kHalf / 8, kHalf / 2 - kHalf / 8, kHalf / 2 + kHalf / 8, kHalf - kHalf / 8}) pair(i);
+      for (int i = kHalf / 8; i < kHalf; i += kHalf / 4) pair(i);
+      if (isOver()) return false;
+    }
+    if constexpr (kLength > 40) {
+      for (int i = kHalf / 16; i < kHalf; i += kHalf / 8) pair(i);
       if (isOver()) return false;
     }
 
