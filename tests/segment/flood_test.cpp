@@ -84,7 +84,7 @@ template <class T>
 class Reference {
  public:
   Reference(const Plane<T>& image, const Fill<T>& fill)
-      : before_(image),
+      : before(image),
         after(image),
         fill_(fill),
         width_(image.width / fill.channels),
@@ -101,12 +101,12 @@ class Reference {
     }
   }
 
-  Plane<T> before_;
+  Plane<T> before;
   Plane<T> after;
   RvpiFilledRegion region = {};
 
  private:
-  T at(int y, int x, int c) const { return before_.at(y, x * fill_.channels + c); }
+  T at(int y, int x, int c) const { return before.at(y, x * fill_.channels + c); }
   bool all(const std::function<bool(int)>& test) const {
     for (int c = 0; c < fill_.channels; ++c)
       if (!test(c)) return false;
