@@ -221,11 +221,12 @@ class Reconstruction {
     return isAny;
   }
 
-  // The greatest of the neighbours in another row. A vector must have columns on both sides.
-  template <class D>
-  HWY_INLINE auto beside(D d, const Key* there, std::ptrdiff_t x) const {
+  // The greatest of the columns x - 1 to x + 1 of a row, or the column x alone. A vector must have columns on both
+  // sides.
+  template <bool kThree, class D>
+  HWY_INLINE auto greatest(D d, const Key* there, std::ptrdiff_t x) const {
     const auto same = hn::LoadU(d, there + x);
-    if constexpr (!kDiagonals) {
+    if constexpr (!kThree) {
       return same;
     } else if constexpr (hn::MaxLanes(d) == 1) {
       const auto left = hn::LoadU(d, there + std::max<std::ptrdiff_t>(x - 1, 0));
@@ -236,11 +237,11 @@ class Reconstruction {
     }
   }
 
-  // Calls body(d, x) over columns such that `beside` may be asked there.
-  template <class Body>
+  // Calls body(d, x) over columns such that `greatest` may be asked there.
+  template <bool kThree, class Body>
   HWY_INLINE void forColumns(Columns columns, const Body& body) const {
-    if (kDiagonals && columns.first == 0 && !columns.empty()) body(Single(), columns.first++);
-    const std::ptrdiff_t last = kDiagonals ? std::min(columns.last, width_ - 1) : columns.last;
+    if (kThree && columns.first == 0 && !columns.empty()) body(Single(), columns.first++);
+    const std::ptrdiff_t last = kThree ? std::min(columns.last, width_ - 1) : columns.last;
     forVectors<Key>(columns.first, last, body);
     if (last < columns.last && columns.first < columns.last) body(Single(), last);
   }
@@ -249,8 +250,8 @@ class Reconstruction {
   void lift(std::ptrdiff_t y, std::ptrdiff_t from) const {
     Key* const here = values(y);
     const Key* const there = values(from);
-    forColumns({0, width_}, [&](auto d, std::ptrdiff_t x) {
-      hn::StoreU(hn::Max(hn::LoadU(d, here + x), beside(d, there, x)), d, here + x);
+    forColumns<kDiagonals>({0, width_}, [&](auto d, std::ptrdiff_t x) {
+      hn::StoreU(hn::Max(hn::LoadU(d, here + x), greatest<kDiagonals>(d, there, x)), d, here + x);
     });
   }
 
@@ -262,9 +263,9 @@ class Reconstruction {
     const Key* const above = values(y == 0 ? y + 1 : y - 1);
     const Key* const below = values(y == height_ - 1 ? y - 1 : y + 1);
     Columns raised = {width_, 0};
-    forColumns(columns, [&](auto d, std::ptrdiff_t x) {
+    forColumns<kDiagonals>(columns, [&](auto d, std::ptrdiff_t x) {
       const auto old = hn::LoadU(d, here + x);
-      const auto around = hn::Max(beside(d, above, x), beside(d, below, x));
+      const auto around = hn::Max(greatest<kDiagonals>(d, above, x), greatest<kDiagonals>(d, below, x));
       const auto now = hn::Max(old, hn::Min(around, K::fromElements(d, limit + x)));
       if (hn::AllTrue(d, hn::Eq(old, now))) return;
       hn::StoreU(now, d, here + x);
@@ -329,17 +330,34 @@ class Reconstruction {
     const Key* const there = values(from);
     const Key* const here = values(y);
     const Key* const limit = limits(y);
-    if (kDiagonals) columns = {std::max<std::ptrdiff_t>(columns.first - 1, 0), std::min(columns.last + 1, width_)};
+    if (kDiagonals) columns = widened(columns);
     unsigned marks = marks_[y];
-    forColumns(columns, [&](auto d, std::ptrdiff_t x) {
+    forColumns<kDiagonals>(columns, [&](auto d, std::ptrdiff_t x) {
       const auto old = hn::LoadU(d, here + x);
-      const auto now = hn::Max(old, hn::Min(beside(d, there, x), K::fromElements(d, limit + x)));
+      const auto now = hn::Max(old, hn::Min(greatest<kDiagonals>(d, there, x), K::fromElements(d, limit + x)));
       if (hn::AllTrue(d, hn::Eq(old, now))) return;
       // A vector is not wider than a block, so it lies in two at most.
       const std::ptrdiff_t last = x + static_cast<std::ptrdiff_t>(hn::MaxLanes(d)) - 1;
       marks |= 1U << (x >> blockShift_) | 1U << (last >> blockShift_);
     });
     marks_[y] = static_cast<std::uint8_t>(marks);
+  }
+
+  // Whether values have nowhere to run along a row from columns that rose.
+  bool isLevel(std::ptrdiff_t y, Columns columns) const {
+    const Key* const here = values(y);
+    const Key* const limit = limits(y);
+    bool isLevel = true;
+    forColumns<true>(widened(columns), [&](auto d, std::ptrdiff_t x) {
+      const auto old = hn::LoadU(d, here + x);
+      const auto now = hn::Max(old, hn::Min(greatest<true>(d, here, x), K::fromElements(d, limit + x)));
+      isLevel &= hn::AllTrue(d, hn::Eq(old, now));
+    });
+    return isLevel;
+  }
+
+  Columns widened(Columns columns) const {
+    return {std::max<std::ptrdiff_t>(columns.first - 1, 0), std::min(columns.last + 1, width_)};
   }
 
   // Looks at the marked blocks of a row. Returns whether there were any.
@@ -354,11 +372,11 @@ class Reconstruction {
       }
       const std::ptrdiff_t first = block << blockShift_;
       while ((marks >> block & 1U) != 0) ++block;
-      const Columns raised = raise(y, {first, std::min(block << blockShift_, width_)});
+      Columns raised = raise(y, {first, std::min(block << blockShift_, width_)});
       if (raised.empty()) continue;
-      const Columns changed = spread<false, false>(y, spread<true, false>(y, raised));
-      if (y > 0) markRaised(y, y - 1, changed);
-      if (y < height_ - 1) markRaised(y, y + 1, changed);
+      if (!isLevel(y, raised)) raised = spread<false, false>(y, spread<true, false>(y, raised));
+      if (y > 0) markRaised(y, y - 1, raised);
+      if (y < height_ - 1) markRaised(y, y + 1, raised);
     }
     return true;
   }

@@ -5,9 +5,12 @@
 // again and writes each one's label. A run is a stretch of nonzero pixels between zeros, so a row has at most
 // (width + 1) / 2 of them.
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "frame/checks.h"
 #include "frame/simd.h"
@@ -29,24 +32,52 @@ void readNonzero(const T* pixels, std::ptrdiff_t width, Word* bits) {
   }
 }
 
-// Writes a value to the columns from `first` to `last` - 1 of a row, and whatever it likes to those behind. Most runs
-// of a noisy image end within the first few.
+// Writes a value to the columns from `first` to `last` - 1 of a row, and whatever it likes to those behind.
 template <class T>
 HWY_INLINE void fillRoughly(T* pixels, std::ptrdiff_t first, std::ptrdiff_t last, std::ptrdiff_t width, T value) {
-  const auto fill = [&](auto d) {
-    constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
-    if (first + kLanes > width) return false;
-    hn::StoreU(hn::Set(d, value), d, pixels + first);
-    first += kLanes;
-    return first < last;
-  };
-  if (first >= last || !fill(hn::CappedTag<T, 16 / sizeof(T)>())) {
-    for (; first < last; ++first) pixels[first] = value;
-    return;
-  }
-  while (fill(hn::ScalableTag<T>())) {
-  }
+  const hn::ScalableTag<T> d;
+  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+  const auto values = hn::Set(d, value);
+  for (; first < last && first + kLanes <= width; first += kLanes) hn::StoreU(values, d, pixels + first);
   for (; first < last; ++first) pixels[first] = value;
+}
+
+// For each bit of a byte, how many bits are set up to it.
+struct Ranks {
+  std::uint8_t ofByte[256][8] = {};
+  constexpr Ranks() {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      for (unsigned bit = 0; bit < 8; ++bit)
+        ofByte[byte][bit] = static_cast<std::uint8_t>(std::popcount(byte & ((2U << bit) - 1)));
+    }
+  }
+};
+constexpr Ranks kRanks;
+
+// Writes the columns of a whole word, many of which begin or end a run: each one's label is picked by its rank
+// among the starts from the labels of the runs here, which stand behind that of the run before. Reads up to eight
+// labels beyond the last run's.
+template <class Dst>
+void writeManyRuns(Dst* pixels, Word word, Word starts, const std::int32_t* label) {
+  const hn::CappedTag<std::int32_t, 8> d;
+  const hn::Rebind<std::uint8_t, decltype(d)> dRank;
+  const hn::Rebind<Dst, decltype(d)> dDst;
+  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+  constexpr Word kGroup = (Word{1} << kLanes) - 1;
+  for (std::ptrdiff_t x = 0; x < kWordColumns; x += kLanes, word >>= kLanes, starts >>= kLanes) {
+    const std::uint8_t* const ranks = kRanks.ofByte[starts & kGroup];
+    const auto index = hn::IndicesFromVec(d, hn::PromoteTo(d, hn::LoadU(dRank, ranks)));
+    const auto labels = hn::TableLookupLanes(hn::LoadU(d, label - 1), index);
+    std::uint8_t bits[sizeof word];
+    std::memcpy(bits, &word, sizeof word);
+    const auto values = hn::IfThenElseZero(hn::LoadMaskBits(d, bits), labels);
+    if constexpr (std::is_same_v<Dst, std::int32_t>) {
+      hn::StoreU(values, d, pixels + x);
+    } else {
+      hn::StoreU(hn::DemoteTo(dDst, values), dDst, pixels + x);
+    }
+    label += ranks[kLanes - 1];
+  }
 }
 
 // The scratch holds the bits of two rows, and the forest. With w words for a row and r runs at most these are
@@ -130,24 +161,43 @@ class Labelling {
     }
   }
 
-  // Returns the number of the next row's first run.
-  std::int32_t writeRow(Dst* pixels, std::int32_t run) const {
+  // From so many changes on, a word is written by columns and not by runs.
+  static constexpr int kManyChanges = 8;
+
+  // Returns the number of the next row's first run. What the loop needs is local, as the compiler must take a
+  // vector's store for one to any member.
+  std::int32_t writeRow(Dst* pixels, std::int32_t firstRun) const {
+    const Word* const bits = bits_;
+    const std::ptrdiff_t words = words_;
+    const std::ptrdiff_t width = width_;
+    const std::int32_t* label = forest_.values() + firstRun;
     std::ptrdiff_t first = 0;
     Dst value = 0;
-    bool isInside = false;
     Word carry = 0;
-    for (std::ptrdiff_t w = 0; w < words_; ++w) {
-      const Word word = bits_[w];
-      forBits(word ^ (word << 1 | carry), w * kWordColumns, [&](std::ptrdiff_t x) {
-        fillRoughly(pixels, first, x, width_, value);
-        first = x;
-        isInside = !isInside;
-        value = isInside ? static_cast<Dst>(forest_.value(run++)) : Dst{0};
-      });
+    for (std::ptrdiff_t w = 0; w < words; ++w) {
+      const Word word = bits[w];
+      const Word before = word << 1 | carry;
+      const Word starts = word & ~before;
+      Word changes = word ^ before;
       carry = word >> (kWordColumns - 1);
+      const std::ptrdiff_t wordStart = w * kWordColumns;
+      if (wordStart + kWordColumns <= width && std::popcount(changes) >= kManyChanges) {
+        fillRoughly(pixels, first, wordStart, width, value);
+        writeManyRuns(pixels + wordStart, word, starts, label);
+        label += std::popcount(starts);
+        first = wordStart + kWordColumns;
+        value = carry != 0 ? static_cast<Dst>(label[-1]) : Dst{0};
+        continue;
+      }
+      for (; changes != 0; changes &= changes - 1) {
+        const int bit = std::countr_zero(changes);
+        fillRoughly(pixels, first, wordStart + bit, width, value);
+        first = wordStart + bit;
+        value = (starts >> bit & 1) != 0 ? static_cast<Dst>(*label++) : Dst{0};
+      }
     }
-    fillRoughly(pixels, first, width_, width_, value);
-    return run;
+    fillRoughly(pixels, first, width, width, value);
+    return static_cast<std::int32_t>(label - forest_.values());
   }
 
   const Src* src_;

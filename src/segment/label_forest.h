@@ -60,7 +60,10 @@ class RunForest {
 
   // Adds the runs that start in a word of a row, each a region of its own.
   void add(Word starts) {
-    for (int runs = std::popcount(starts); runs > 0; --runs, ++count_) parents_[count_] = count_;
+    std::int32_t* const parents = parents_ + count_;
+    const int runs = std::popcount(starts);
+    for (int i = 0; i < runs; ++i) parents[i] = count_ + i;
+    count_ += runs;
   }
 
   // Joins runs of a row with runs of the row above where `links` says so, column by column. `run` and `above` are
@@ -82,7 +85,7 @@ class RunForest {
       parents_[run] = parent == run ? ofRoot(run) : parents_[parent];
     }
   }
-  std::int32_t value(std::int32_t run) const { return parents_[run]; }
+  const std::int32_t* values() const { return parents_; }
 
  private:
   // The root that is the later of two becomes a child. So the root of a run that a row above had is one of those

@@ -106,13 +106,13 @@ class SpeckleMarking {
     forest_.resolve([](std::int32_t run) { return run; });
     forRuns([&](std::int32_t run, std::ptrdiff_t, std::ptrdiff_t first, std::ptrdiff_t last) {
       sizes_[run] = 0;
-      sizes_[forest_.value(run)] += static_cast<std::int32_t>(last - first);
+      sizes_[forest_.values()[run]] += static_cast<std::int32_t>(last - first);
     });
   }
 
   void overwrite(int maxSize) const {
     forRuns([&](std::int32_t run, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last) {
-      if (sizes_[forest_.value(run)] > maxSize) return;
+      if (sizes_[forest_.values()[run]] > maxSize) return;
       T* const pixels = row(image_, step_, y);
       forVectors<T>(first, last,
                     [&](auto d, std::ptrdiff_t x) { storeAnywhere(d, similarity_.value, pixels + x); });
