@@ -254,7 +254,7 @@ struct Reference {
                   cx = std::min(std::max(ix + u, 0), image.width - 1);
         const auto at = [&](int j, int i) -> V {
           const V value = static_cast<V>(clamped(image, cy + j, cx + i));
-          return std::is_same_v<T, std::uint16_t> ? static_cast<V>(value * 0.03125f) : value;
+          return std::is_same_v<T, std::uint16_t> ? static_cast<V>(static_cast<float>(value) * 0.03125f) : value;
         };
         V& gx = around[0].at(v, u);
         V& gy = around[1].at(v, u);
