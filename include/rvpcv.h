@@ -5,12 +5,14 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/compound_morph.h"
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/morph.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
