@@ -100,6 +100,7 @@ struct Images<ExtendedImage<T, kChannels>> {
   using Source = ExtendedImage<T, kChannels>;
   using Target = PixelTarget<T>;
   static constexpr std::uint64_t kPixelBytes = sizeof(T) * kChannels;
+  static std::uint64_t rowBytes(std::uint64_t width) { return width * kPixelBytes; }
 
   static Target temporary(std::uint8_t* block, int step) { return {reinterpret_cast<T*>(block), step}; }
   // A region `left` and `top` pixels beyond the source's, with its border.
@@ -134,6 +135,7 @@ struct Images<ExtendedBits> {
   using Target = BitTarget;
   // The size formulas count a byte for a pixel of the image between the stages.
   static constexpr std::uint64_t kPixelBytes = 1;
+  static std::uint64_t rowBytes(std::uint64_t width) { return (width + 7) / 8; }
 
   static Target temporary(std::uint8_t* block, int step) { return {block, step, 0}; }
   static Source grown(const Source& src, std::ptrdiff_t left, std::ptrdiff_t top, RvpiSize size) {
@@ -159,18 +161,19 @@ struct Images<ExtendedBits> {
   }
 };
 
-// Room for an image between two stages, of `size` pixels and at most `most` bytes.
+// An image between two stages. It fits if the size formulas' image of that size does; bits then need less.
 template <class Source>
 struct Temporary {
   typename Images<Source>::Target image;
   bool fits;
 
   Temporary(std::int64_t width, std::int64_t height, std::int64_t most, Workspace& work) {
-    const std::uint64_t step = tempStep(static_cast<std::uint64_t>(width), Images<Source>::kPixelBytes);
-    fits = step <= std::numeric_limits<std::int32_t>::max() && static_cast<std::int64_t>(step) * height <= most;
+    const auto columns = static_cast<std::uint64_t>(width);
+    fits = tempStep(columns, Images<Source>::kPixelBytes) <= static_cast<std::uint64_t>(most / height);
     if (!fits) return;
-    std::uint8_t* block = work.take<std::uint8_t>(static_cast<std::int64_t>(step) * height);
-    fits = block != nullptr;
+    const auto step = static_cast<std::int64_t>(tempStep(Images<Source>::rowBytes(columns), 1));
+    std::uint8_t* block = work.take<std::uint8_t>(step * height);
+    fits = block != nullptr && step <= std::numeric_limits<std::int32_t>::max();
     image = Images<Source>::temporary(block, static_cast<int>(step));
   }
 };
