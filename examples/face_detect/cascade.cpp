@@ -29,7 +29,13 @@ class Reader {
  public:
   std::optional<Cascade> read(const pugi::xml_document& document) {
     Cascade cascade{};
-    if (!readHead(document.child("opencv_storage").child("cascade"), cascade)) return std::nullopt;
+    const pugi::xml_node storage = document.child("opencv_storage");
+    // There the element has the name of the cascade, and only its type tells what it is.
+    if (storage.find_child_by_attribute("type_id", "opencv-haar-classifier")) {
+      wrong("a cascade of the older form, of the type opencv-haar-classifier, which is not read");
+      return std::nullopt;
+    }
+    if (!readHead(storage.child("cascade"), cascade)) return std::nullopt;
     return cascade;
   }
   const std::string& fault() const { return fault_; }
@@ -84,8 +90,7 @@ class Reader {
 
   bool readHead(const pugi::xml_node& node, Cascade& cascade) {
     if (!node) return wrong("no cascade in the form of <opencv_storage><cascade>");
-    if (!node.child("stages"))
-      return wrong("no list of stages; cascades of the older form, of trees in <trees>, are not read");
+    if (!node.child("stages")) return wrong("no list of stages");
     if (std::string_view(node.child_value("featureType")) != "HAAR")
       return wrong("the features are no Haar features");
     if (std::string_view(node.child_value("stageType")) != "BOOST") return wrong("the stages are not boosted ones");

@@ -53,10 +53,11 @@ HWY_INLINE auto nearestInt(V v) {
 // The highest bit of each byte, the first byte's lowest: of a mask as a vector, one bit for each byte of a lane.
 template <class V>
 HWY_INLINE std::uint32_t byteBits(V v) {
-  if constexpr (sizeof(v.raw) == 32) {
-    return static_cast<std::uint32_t>(_mm256_movemask_epi8(hn::BitCast(hn::ScalableTag<std::uint8_t>(), v).raw));
+  const auto bytes = hn::BitCast(hn::Repartition<std::uint8_t, hn::DFromV<V>>(), v);
+  if constexpr (sizeof(bytes.raw) == 32) {
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes.raw));
   } else {
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(hn::BitCast(hn::FixedTag<std::uint8_t, 16>(), v).raw));
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes.raw));
   }
 }
 

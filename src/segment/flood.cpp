@@ -71,6 +71,8 @@ void explore(Fill& fill, Stack& stack, RvpiSize size, std::ptrdiff_t margin, Ext
     const auto look = [&](std::ptrdiff_t y, std::int32_t dir, Columns window) {
       fill.findSpans(y, window, span, [&](Columns found) {
         extent.area += found.last - found.first;
+        // The row that will be looked at first from there.
+        if (y - dir >= 0 && y - dir < size.height) __builtin_prefetch(fill.at(y - dir, found.first));
         stack.push({static_cast<std::int32_t>(y), static_cast<std::int32_t>(found.first),
                     static_cast<std::int32_t>(found.last - 1), span.left, span.right, dir});
       });

@@ -123,6 +123,8 @@ class ValueFill {
 
   void leave(const FloodSpan& /*span*/) {}
 
+  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
+
  private:
   PixelBits match(const T* line, std::ptrdiff_t x) const {
     const T* const at = line + x * kChannels;
@@ -216,20 +218,36 @@ class GradientFill {
     return span;
   }
 
+  // A block's comparisons serve all spans that begin in it, their ends included as far as they lie in the block.
   template <class Found>
   void findSpans(std::ptrdiff_t y, Columns window, const FloodSpan& beside, const Found& found) {
     for (std::ptrdiff_t x = window.first; x < window.last;) {
-      const PixelBits bits = visited_.unvisited(y, x) & passBeside(y, x, beside);
-      if (bits == 0) {
-        x += Block::kPixels;
-        continue;
+      std::ptrdiff_t next = x + Block::kPixels;
+      PixelBits open = visited_.unvisited(y, x);
+      const PixelBits near = passBeside(y, x, beside);
+      if ((open & near) != 0) {
+        const PixelBits rightward = near | passLeft(y, x);
+        const PixelBits leftward = passRight(y, x);
+        while ((open & near) != 0) {
+          const int start = std::countr_zero(open & near);
+          Columns span = {x + start, 0};
+          if (span.first >= window.last) return;
+          const int back = start == 0 ? 0 : std::countl_one((leftward & open) << (32 - start));
+          span.first = back == start ? reachLeft(y, x) : span.first - back;
+          const int end = start + std::countr_one((rightward & open) >> start);
+          if (end < Block::kPixels) {
+            span.last = x + end;
+            open &= ~lowBits(end);
+          } else {
+            span.last = reachRight(y, next, beside);
+            next = span.last + 1;
+            open = 0;
+          }
+          visited_.visit(y, span);
+          found(span);
+        }
       }
-      const std::ptrdiff_t start = x + std::countr_zero(bits);
-      if (start >= window.last) return;
-      const Columns span = {reachLeft(y, start), reachRight(y, start + 1, beside)};
-      visited_.visit(y, span);
-      found(span);
-      x = span.last + 1;
+      x = next;
     }
   }
 
@@ -238,6 +256,8 @@ class GradientFill {
     Block::paint(row(image_, step_, span.y) + std::ptrdiff_t{span.left} * kChannels,
                  std::ptrdiff_t{span.right} - span.left + 1, colour_);
   }
+
+  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
 
  private:
   // The pixels of row y from x on that pass against a pixel of the span beside them: the one in the same column, or
@@ -258,14 +278,27 @@ class GradientFill {
     return passed;
   }
 
+  // The pixels of row y from x on that pass against their left neighbours. The first of a row has none.
+  PixelBits passLeft(std::ptrdiff_t y, std::ptrdiff_t x) const {
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(x, 1);
+    if (first >= width_) return 0;
+    const T* const at = row(image_, step_, y) + first * kChannels;
+    return Block::of(test_, at, at - kChannels, first - 1, width_ - first) << (first - x) & lowBits(Block::kPixels);
+  }
+
+  // The pixels of row y from x on that pass against their right neighbours. The last of a row has none.
+  PixelBits passRight(std::ptrdiff_t y, std::ptrdiff_t x) const {
+    if (x + 1 >= width_) return 0;
+    const T* const at = row(image_, step_, y) + x * kChannels;
+    return Block::of(test_, at, at + kChannels, x, width_ - 1 - x);
+  }
+
   // The first column from x on, where x - 1 is taken, that passes neither against its left neighbour nor against
   // the span beside it, or has been found already.
   std::ptrdiff_t reachRight(std::ptrdiff_t y, std::ptrdiff_t x, const FloodSpan& beside) const {
-    const T* const line = row(image_, step_, y);
     for (; x < width_; x += Block::kPixels) {
-      const T* const at = line + x * kChannels;
-      const PixelBits along = Block::of(test_, at, at - kChannels, x - 1, width_ - x);
-      const int run = std::countr_one((along | passBeside(y, x, beside)) & visited_.unvisited(y, x));
+      const PixelBits passed = passLeft(y, x) | passBeside(y, x, beside);
+      const int run = std::countr_one(passed & visited_.unvisited(y, x));
       if (run < Block::kPixels) return x + run;
     }
     return width_;
@@ -274,13 +307,10 @@ class GradientFill {
   // The first column of those that pass against their right neighbours, and have not been found, without a gap up
   // to x - 1; x if there are none.
   std::ptrdiff_t reachLeft(std::ptrdiff_t y, std::ptrdiff_t x) const {
-    const T* const line = row(image_, step_, y);
     while (x > 0) {
       const std::ptrdiff_t count = std::min<std::ptrdiff_t>(x, Block::kPixels);
       const std::ptrdiff_t first = x - count;
-      const T* const at = line + first * kChannels;
-      const PixelBits along = Block::of(test_, at, at + kChannels, first, width_ - 1 - first);
-      const int run = std::countl_one((along & visited_.unvisited(y, first)) << (32 - count));
+      const int run = std::countl_one((passRight(y, first) & visited_.unvisited(y, first)) << (32 - count));
       x -= run;
       if (run < count) break;
     }

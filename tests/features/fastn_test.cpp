@@ -1,0 +1,347 @@
+// The FastN detector against a walk around every circle.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+using Bytes = Plane<std::uint8_t>;
+
+// The circles anew, from a quarter each: the offsets below the centre and to the left, up to the leftmost point.
+std::vector<RvpiPoint> circle(int radius) {
+  const std::vector<RvpiPoint> quarter[] = {
+      {},
+      {{0, 1}, {-1, 1}},
+      {{0, 2}, {-1, 2}, {-2, 1}},
+      {{0, 3}, {-1, 3}, {-2, 2}, {-3, 1}},
+      {},
+      {{0, 5}, {-1, 5}, {-2, 5}, {-3, 4}, {-4, 3}, {-5, 2}, {-5, 1}},
+      {},
+      {{0, 7}, {-1, 7}, {-2, 7}, {-3, 6}, {-4, 6}, {-5, 5}, {-6, 4}, {-6, 3}, {-7, 2}, {-7, 1}},
+      {},
+      {{0, 9},
+       {-1, 9},
+       {-2, 9},
+       {-3, 9},
+       {-4, 8},
+       {-5, 8},
+       {-6, 7},
+       {-7, 6},
+       {-8, 5},
+       {-8, 4},
+       {-9, 3},
+       {-9, 2},
+       {-9, 1}}};
+  std::vector<RvpiPoint> points;
+  for (const int turns : {0, 1, 2, 3}) {
+    for (RvpiPoint p : quarter[radius]) {
+      for (int i = 0; i < turns; ++i) p = {-p.y, p.x};
+      points.push_back(p);
+    }
+  }
+  if (radius == 9) points[12] = {-9, -1};
+  return points;
+}
+
+struct Settings {
+  int radius, arc, bins, options;
+  float threshold;
+  bool has(int option) const { return (options & option) != 0; }
+};
+
+// Memory at an odd distance from any boundary, of exactly the size that is asked for.
+struct Block {
+  explicit Block(int bytes, int shift) : memory(Bytes(bytes, 1, 0xA5), {0, shift}) {}
+  RvpiFastNSpec* spec() { return reinterpret_cast<RvpiFastNSpec*>(memory.data()); }
+  Guarded<std::uint8_t> memory;
+};
+
+Block makeSpec(const Settings& s, RvpiSize size, int shift) {
+  int bytes = 0;
+  EXPECT_EQ(rvpiFastNGetSize(size, s.radius, s.arc, s.bins, s.options, rvp8u, 1, &bytes), rvpStatusOk);
+  EXPECT_EQ(bytes, 8 * static_cast<int>(circle(s.radius).size()) + 68);
+  Block block(bytes, shift);
+  EXPECT_EQ(rvpiFastNInit(size, s.radius, s.arc, s.bins, s.options, rvp8u, 1, block.spec(), s.threshold),
+            rvpStatusOk);
+  return block;
+}
+
+struct Result {
+  Bytes corners, scores;
+  int count = 0;
+};
+
+// Arcs are walked one by one for every threshold; the score is one more than the last that finds a corner.
+Result reference(const Bytes& image, const Settings& s) {
+  const std::vector<RvpiPoint> points = circle(s.radius);
+  const int length = static_cast<int>(points.size());
+  Result r = {Bytes(image.width, image.height), Bytes(image.width, image.height)};
+  for (int y = s.radius; y < image.height - s.radius; ++y) {
+    for (int x = s.radius; x < image.width - s.radius; ++x) {
+      std::vector<int> d;
+      for (const RvpiPoint p : points) d.push_back(image.at(y + p.y, x + p.x) - image.at(y, x));
+      const auto classAt = [&](int t) {
+        for (const int sign : {1, -1}) {
+          int run = 0;
+          for (int i = 0; i < 2 * length; ++i) {
+            run = sign * d[static_cast<std::size_t>(i % length)] > t ? run + 1 : 0;
+            if (run == s.arc) return sign > 0 ? 64 : 128;
+          }
+        }
+        return 0;
+      };
+      int t = static_cast<int>(std::min(s.threshold, 300.0F));
+      int value = classAt(t);
+      if (value == 0) continue;
+      while (classAt(t) != 0) ++t;
+      r.scores.at(y, x) = static_cast<std::uint8_t>(t);
+      if (s.has(1)) {
+        const float unit = 6.2831855F / static_cast<float>(length);
+        float sum[2] = {};
+        for (int i = 0; i < length; ++i) {
+          const double angle = static_cast<double>(i) * static_cast<double>(unit);
+          const double v = d[static_cast<std::size_t>(i)];
+          sum[0] = static_cast<float>(static_cast<double>(sum[0]) +
+                                      v * static_cast<double>(static_cast<float>(std::sin(angle))));
+          sum[1] = static_cast<float>(static_cast<double>(sum[1]) +
+                                      v * static_cast<double>(static_cast<float>(std::cos(angle))));
+        }
+        float angle = static_cast<float>(std::atan2(static_cast<double>(sum[0]), static_cast<double>(sum[1])));
+        if (angle < 0) angle = static_cast<float>(static_cast<double>(angle) + 6.283185307179586);
+        value |= static_cast<int>(angle * (static_cast<float>(s.bins) * 0.15915494F)) & 63;
+      }
+      r.corners.at(y, x) = static_cast<std::uint8_t>(value);
+    }
+  }
+  const Bytes raw = r.scores;
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      if (r.corners.at(y, x) == 0) continue;
+      bool stays = true;
+      for (int k = 0; k < 9 && s.has(2); ++k) {
+        const int v = raw.at(y + k / 3 - 1, x + k % 3 - 1), own = raw.at(y, x);
+        if (k < 4 ? v >= own : v > own) stays = false;
+      }
+      if (!stays) r.corners.at(y, x) = r.scores.at(y, x) = 0;
+      if (stays) ++r.count;
+    }
+  }
+  return r;
+}
+
+// Blobs of few values: corners of both kinds, and ties among neighbours.
+Bytes blobs(int width, int height, unsigned seed) {
+  const Bytes bits = randomPlane<std::uint8_t>(width, height, seed);
+  Bytes image(width, height);
+  const int size = 1 + static_cast<int>(seed % 5);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const int v = bits.at(y / size * size, x / size * size);
+      image.at(y, x) = static_cast<std::uint8_t>(v < 50 ? 0 : v < 200 ? 120 + v % 3 * 20 : 255);
+    }
+  }
+  return image;
+}
+
+// Detects into a tile among sentinels and compares it with that part of `expected`; what lies outside is 0.
+void checkTile(const Bytes& image, const Result& expected, const Settings& s, RvpiPoint offset, RvpiSize size,
+               unsigned seed) {
+  OnCliff<std::uint8_t> src(image, seed % 2 == 0 ? Cliff::before : Cliff::behind);
+  Block block = makeSpec(s, src.size(), static_cast<int>(seed % 9));
+  int bytes = 0;
+  ASSERT_EQ(rvpiFastNGetBufferSize(block.spec(), size, &bytes), rvpStatusOk);
+  ASSERT_EQ(bytes, 6 * (size.width + 2) + 624);
+  OnCliff<std::uint8_t> scratch(Bytes(bytes, 1, 9), Cliff::behind);
+  const Bytes before(size.width, size.height, 77);
+  Guarded<std::uint8_t> corners(before, {static_cast<int>(seed % 3), 1}), scores(before, {2, 3});
+  int count = -1;
+  ASSERT_EQ(
+      rvpiFastN_8u_C1R(src.data(), src.step(), corners.data(), corners.step(), s.has(32) ? scores.data() : nullptr,
+                       scores.step(), &count, offset, size, block.spec(), scratch.data()),
+      rvpStatusOk);
+  Bytes wantedCorners = before, wantedScores = before;
+  std::vector<RvpiCornerFastN> list;
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      const std::int64_t ox = offset.x, oy = offset.y;
+      const std::int64_t sx = x + ox, sy = y + oy;
+      if (sx < 0 || sy < 0) continue;
+      const bool inside = sx < image.width && sy < image.height;
+      const std::uint8_t corner =
+          inside ? expected.corners.at(static_cast<int>(sy), static_cast<int>(sx)) : std::uint8_t{0};
+      const std::uint8_t score =
+          inside ? expected.scores.at(static_cast<int>(sy), static_cast<int>(sx)) : std::uint8_t{0};
+      wantedCorners.at(y, x) = corner;
+      if (s.has(32)) wantedScores.at(y, x) = score;
+      if (corner == 0) continue;
+      const int bin = corner & 63;
+      list.push_back({x, y, corner >= 128 ? 1 : 0, s.has(1) ? bin : -1,
+                      s.has(1) ? static_cast<float>(bin * 360) / static_cast<float>(s.bins) : -1.0F,
+                      s.has(32) ? static_cast<float>(score) : -1.0F});
+    }
+  }
+  ASSERT_TRUE(same(wantedCorners, corners.content()));
+  ASSERT_TRUE(same(wantedScores, scores.content()));
+  ASSERT_TRUE(corners.intact() && scores.intact() && block.memory.intact());
+  ASSERT_EQ(count, static_cast<int>(list.size()));
+  if (offset.x < 0 || offset.y < 0) return;
+  for (const int most : {count + 1, count, count / 2, 0}) {
+    Guarded<RvpiCornerFastN> dst(Plane<RvpiCornerFastN>(std::max(most, 1), 1, {-9, 0, 0, 0, 0, 0}));
+    int written = -1;
+    ASSERT_EQ(rvpiFastN2DToVec_8u(corners.data(), corners.step(), s.has(32) ? scores.data() : nullptr,
+                                  scores.step(), dst.data(), size, most, &written, block.spec()),
+              rvpStatusOk);
+    ASSERT_EQ(written, std::min(count, most));
+    ASSERT_TRUE(written == 0 ? dst.data()->x == -9
+                             : std::memcmp(dst.data(), list.data(),
+                                           sizeof(list[0]) * static_cast<std::size_t>(written)) == 0);
+    ASSERT_TRUE(dst.intact());
+  }
+}
+
+const std::pair<int, int> kArcs[] = {{1, 5},  {1, 8},  {2, 7},  {2, 8},  {3, 9},  {3, 12}, {3, 16}, {5, 15},
+                                     {5, 18}, {5, 28}, {7, 21}, {7, 40}, {9, 27}, {9, 30}, {9, 35}, {9, 52}};
+
+TEST(FastN, FindsTheCornersOfEveryCircle) {
+  unsigned seed = 0;
+  int found = 0;
+  for (const auto& [radius, arc] : kArcs) {
+    for (const int options : {4, 36, 38, 37, 39, 5}) {
+      ++seed;
+      const Settings s = {radius, arc, 1 + static_cast<int>(seed % 64), options, seed % 4 == 0 ? 0.0F : 20.5F};
+      const Bytes image = blobs(2 * radius + 1 + static_cast<int>(seed * 7 % 67), 2 * radius + 5, seed);
+      SCOPED_TRACE(testing::Message() << "radius " << radius << ", arc " << arc << ", options " << options);
+      const Result expected = reference(image, s);
+      found += expected.count;
+      checkTile(image, expected, s, {0, 0}, {image.width, image.height}, seed);
+      if (HasFatalFailure()) return;
+    }
+  }
+  EXPECT_GT(found, 1000);
+}
+
+TEST(FastN, WorksAtEveryWidth) {
+  sweepSmall([](const Shape& shape) {
+    const Settings s = {3, 9, 8, 39, 10.0F};
+    const Bytes image = blobs(shape.width, shape.height + 7, shape.seed);
+    checkTile(image, reference(image, s), s, {0, 0}, {image.width, image.height}, shape.seed);
+  });
+}
+
+TEST(FastN, DoesNotDependOnTiles) {
+  for (const int options : {4, 39}) {
+    const Settings s = {2, 7, 12, options, 15.0F};
+    const Bytes image = blobs(70, 40, 11);
+    const Result expected = reference(image, s);
+    unsigned seed = 0;
+    for (const RvpiPoint offset :
+         {RvpiPoint{0, 0}, {1, 2}, {33, 17}, {-3, -2}, {60, 30}, {-40, 3}, {69, 39}, {80, 5}, {5, 2000}}) {
+      for (const RvpiSize size : {RvpiSize{1, 1}, {34, 9}, {80, 50}, {3, 3}})
+        checkTile(image, expected, s, offset, size, ++seed);
+    }
+    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min(),
+                           kMost = std::numeric_limits<std::int32_t>::max();
+    checkTile(image, expected, s, {kLeast, 0}, {5, 5}, 1);
+    checkTile(image, expected, s, {kMost, kMost}, {5, 5}, 1);
+  }
+}
+
+TEST(FastN, TakesThresholdsAtTheirEnds) {
+  Bytes image(7, 7, 255);
+  image.at(3, 3) = 0;
+  for (const float threshold : {0.0F, 254.9F, 255.0F, 1e30F, std::numeric_limits<float>::infinity()}) {
+    const Settings s = {3, 16, 1, 36, threshold};
+    const Result expected = reference(image, s);
+    EXPECT_EQ(expected.count, threshold < 255 ? 1 : 0);
+    checkTile(image, expected, s, {0, 0}, {7, 7}, 3);
+  }
+  const Settings flat = {3, 9, 1, 36, 0.0F};
+  checkTile(Bytes(40, 9, 50), {Bytes(40, 9), Bytes(40, 9), 0}, flat, {0, 0}, {40, 9}, 1);
+}
+
+struct Arguments {
+  RvpiSize size = {20, 20};
+  int radius = 3, arc = 9, bins = 4, options = 39, type = rvp8u, channels = 1;
+  int bytes = -7;
+  int* size_ = &bytes;
+  float threshold = 1;
+};
+
+TEST(FastN, ReportsTheFirstOfTwoFaults) {
+  const std::pair<RvpStatus, std::function<void(Arguments&)>> faults[] = {
+      {rvpStatusNullPointer, [](auto& a) { a.size_ = nullptr; }},
+      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+      {rvpStatusBadThreshold, [](auto& a) { a.threshold = -0.5F; }},
+      {rvpStatusBadDataType, [](auto& a) { a.type = rvp16u; }},
+      {rvpStatusBadNumChannels, [](auto& a) { a.channels = 3; }},
+      {rvpStatusBadArgument, [](auto& a) { a.options = 35; }},
+      {rvpStatusBadArgument, [](auto& a) { a.options = 39 | 8; }},
+      {rvpStatusBadArgument, [](auto& a) { a.options = 7; }},
+      {rvpStatusOutOfRange, [](auto& a) { a.bins = 65; }},
+      {rvpStatusBadArgument, [](auto& a) { a.radius = 4; }},
+      {rvpStatusOutOfRange, [](auto& a) { a.arc = 8; }}};
+  for (std::size_t i = 0; i < std::size(faults); ++i) {
+    for (std::size_t j = i; j < std::size(faults); ++j) {
+      Arguments a;
+      faults[j].second(a);
+      faults[i].second(a);
+      alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
+      auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
+      EXPECT_EQ(rvpiFastNInit(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels,
+                              a.size_ == nullptr ? nullptr : spec, a.threshold),
+                faults[i].first);
+      EXPECT_EQ(memory[0], 0);
+      if (a.threshold > 0) {
+        EXPECT_EQ(rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.size_),
+                  faults[i].first);
+        EXPECT_EQ(a.bytes, -7);
+      }
+      if (i < 3) continue;
+      // The same faults in a block.
+      ASSERT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
+      auto* fields = reinterpret_cast<std::int32_t*>(memory + 8);
+      fields[1] = a.type, fields[2] = a.channels, fields[5] = a.radius, fields[6] = a.arc, fields[7] = a.bins,
+      fields[8] = a.options;
+      std::uint8_t pixel[4] = {};
+      int count = -7;
+      RvpiCornerFastN corner = {};
+      EXPECT_EQ(rvpiFastN_8u_C1R(pixel, 1, pixel, 1, nullptr, 1, &count, {0, 0}, {1, 1}, spec, pixel),
+                faults[i].first);
+      EXPECT_EQ(rvpiFastN2DToVec_8u(pixel, 1, nullptr, 1, &corner, {1, 1}, 1, &count, spec), faults[i].first);
+      EXPECT_EQ(count, -7);
+    }
+  }
+  alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
+  auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
+  ASSERT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
+  EXPECT_TRUE(memory[0] == 8 && memory[8] == 0x90 && memory[9] == 0x73 && memory[10] == 0x61 && memory[11] == 0x4B);
+  std::uint8_t p[4] = {};
+  int count = -7;
+  RvpiCornerFastN corner = {};
+  for (int fault = 0; fault < 8; ++fault) {
+    const auto at = [&](int k, auto* pointer) { return k == fault ? nullptr : pointer; };
+    const RvpiSize size = {fault == 5 ? 0 : 1, 1};
+    if (fault == 6) memory[8] = 0;
+    if (fault == 7) memory[8] = 0x90, memory[0] = 200;
+    const RvpStatus expected = fault < 5 ? rvpStatusNullPointer : fault == 5 ? rvpStatusBadSize : rvpStatusBadSpec;
+    EXPECT_EQ(
+        rvpiFastN_8u_C1R(at(0, p), 1, at(1, p), 1, nullptr, 1, at(2, &count), {0, 0}, size, at(3, spec), at(4, p)),
+        expected);
+    EXPECT_EQ(rvpiFastN2DToVec_8u(at(0, p), 1, nullptr, 1, at(1, &corner), size, fault == 4 ? -1 : 1, at(2, &count),
+                                  at(3, spec)),
+              fault == 4 ? RvpStatus{rvpStatusBadSize} : expected);
+    EXPECT_EQ(count, -7);
+  }
+  memory[0] = 8;
+  EXPECT_EQ(rvpiFastN_8u_C1R(p, 1, p, 1, nullptr, 1, &count, {0, 0}, {1, 1}, spec, p), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiFastN2DToVec_8u(p, 1, nullptr, 1, &corner, {1, 1}, 1, &count, spec), rvpStatusNullPointer);
+}
+
+}  // namespace
