@@ -6,6 +6,7 @@
 #define RVPCV_H
 
 #include "rvpcv/background.h"
+#include "rvpcv/compound_morph.h"
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
 #include "rvpcv/fastn.h"
@@ -16,6 +17,7 @@
 #include "rvpcv/frame.h"
 #include "rvpcv/hough.h"
 #include "rvpcv/label.h"
+#include "rvpcv/morph.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/reconstruct.h"
 #include "rvpcv/stats.h"
