@@ -12,7 +12,9 @@
 #include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
 #include "rvpcv/pyramid.h"
+#include "rvpcv/segment.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
+#include "rvpcv/watershed.h"
 
 #endif
