@@ -5,13 +5,16 @@
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcv/background.h"
 #include "rvpcv/detect.h"
 #include "rvpcv/distance.h"
 #include "rvpcv/features.h"
 #include "rvpcv/filter.h"
 #include "rvpcv/flood.h"
 #include "rvpcv/frame.h"
+#include "rvpcv/label.h"
 #include "rvpcv/pyramid.h"
+#include "rvpcv/reconstruct.h"
 #include "rvpcv/segment.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"

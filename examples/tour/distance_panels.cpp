@@ -250,8 +250,11 @@ void addSignedDistance(const Subject& subject, const Picture& shape, Page& page)
 
 // ---- A way around obstacles
 
+// Free space between a wall above, a wall below, and discs.
 Picture withoutDiscs(RvpiSize size, int count, std::uint64_t seed) {
   Picture free(size.width, size.height, 1, kInside);
+  std::fill_n(free.at(0, 0), size.width, std::uint8_t{0});
+  std::fill_n(free.at(0, size.height - 1), size.width, std::uint8_t{0});
   Random random(seed);
   const int shortSide = std::min(size.width, size.height);
   for (int i = 0; i < count; ++i) {
@@ -342,7 +345,7 @@ void addArrivalTimes(const Subject& subject, Page& page) {
       "one arrives is the room that there is; where fronts meet lie the ways that keep clear of everything. One "
       "of them leads from the left side to the right."};
   page.add(panel, subject,
-           {{{"obstacles", std::to_string(kObstacles) + " discs"},
+           {{{"obstacles", std::to_string(kObstacles) + " discs, a wall above and below"},
              {"line every", number(static_cast<double>(spacing), 0) + " units of time"},
              {"room at the narrowest", number(static_cast<double>(narrowest), 1) + " pixels"}},
             {{"fronts", time.median()}},
