@@ -225,6 +225,10 @@ class Band {
       levels[x] = best.level;
       states[x] = best.parent;
       if constexpr (kMarks && kHasBehind) markRow(behindY, x, best.level);
+      if constexpr (Moves::kIsFront) {
+        if (x > 0) markPixel(y, x - 1, best.level, moves_.axis);
+        if (x + 1 < width_) markPixel(y, x + 1, best.level, moves_.axis);
+      }
     };
     Level before = Ground::kNever;
     Level behindBefore = Ground::kNever;
@@ -257,7 +261,7 @@ class Band {
       }
       if (best.level < levels[x]) {
         takes(x, best);
-        if constexpr (kMarks) {
+        if constexpr (kMarks && !Moves::kIsFront) {
           if (x + 1 < width_) markPixel(y, x + 1, best.level, moves_.axis);
         }
       }

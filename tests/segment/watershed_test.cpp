@@ -255,10 +255,13 @@ class Levels {
     if (at(next(p, i)) == kDry) return kDry;
     if constexpr (std::is_same_v<Pixel, std::uint8_t>) {
       if (kind_ == rvpWatershedFront) {
-        const Level h = std::min(at(next(p, 0)), at(next(p, 1)));
-        const Level v = std::min(at(next(p, 2)), at(next(p, 3)));
-        // The front comes from the lesser one.
-        return at(next(p, i)) == std::min(h, v) ? frontOffer(h, v, pixel(p)) : kDry;
+        // Alone, or with a neighbour on the other axis that is reached no earlier.
+        Level best = frontOffer(at(next(p, i)), kDry, pixel(p));
+        for (const int k : {2 - i / 2 * 2, 3 - i / 2 * 2}) {
+          if (!(at(next(p, k)) < at(next(p, i))))
+            best = std::min(best, frontOffer(at(next(p, i)), at(next(p, k)), pixel(p)));
+        }
+        return best;
       }
     }
     return offer(at(next(p, i)), kind_, i, pixel(p));
@@ -370,7 +373,7 @@ TEST(Watershed, ThreadsDoNotChangeLabels) {
     if (threads == 1) alone = labels;
     for (int y = 0; y < 150; ++y) {
       for (int x = 0; x < 200; ++x) {
-        if (std::abs(x - 100) > 2) EXPECT_EQ(labels.at(y, x), alone.at(y, x));
+        EXPECT_TRUE(std::abs(x - 100) <= 2 || labels.at(y, x) == alone.at(y, x)) << y << ", " << x;
       }
     }
   }
@@ -388,7 +391,7 @@ TEST(Watershed, LeavesWhatIsNotReached) {
   markers.at(0, 0) = 5;
   EXPECT_EQ(flooded(src, markers, 0, 2).elements, (std::vector<std::uint16_t>{5, 5, 5, 5, 0, 0, 0}));
   src.at(0, 0) = kNaN;
-  EXPECT_EQ(flooded(src, markers, 0, 2 + 64).at(0, 0), 5);
+  EXPECT_EQ(flooded(src, markers, 0, 2).elements, (std::vector<std::uint16_t>{5, 0, 0, 0, 0, 0, 0}));
 }
 
 // A way along the highest plain ends where its cost leaves the range.
