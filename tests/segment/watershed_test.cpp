@@ -255,10 +255,11 @@ class Levels {
     if (at(next(p, i)) == kDry) return kDry;
     if constexpr (std::is_same_v<Pixel, std::uint8_t>) {
       if (kind_ == rvpWatershedFront) {
-        // Alone, or with a neighbour on the other axis that is reached no earlier.
+        // Alone, or with a neighbour on the other axis: one that is reached no earlier, or so little earlier that
+        // both drive the front. It may have been the later one when the pixel was reached.
         Level best = frontOffer(at(next(p, i)), kDry, pixel(p));
         for (const int k : {2 - i / 2 * 2, 3 - i / 2 * 2}) {
-          if (!(at(next(p, k)) < at(next(p, i))))
+          if (!(at(next(p, k)) < at(next(p, i))) || at(next(p, i)).cost - at(next(p, k)).cost < 64)
             best = std::min(best, frontOffer(at(next(p, i)), at(next(p, k)), pixel(p)));
         }
         return best;
