@@ -242,7 +242,7 @@ class Band {
     const auto behindAt = [&](std::ptrdiff_t x) { return kHasBehind && x < width_ ? behind[x] : Ground::kNever; };
     const auto takes = [&](std::ptrdiff_t x, const Offer& best) {
       levels[x] = best.level;
-      states[x] = best.parent;
+      states[x] = static_cast<State>(best.parent | (states[x] & kDirty));
       if constexpr (kMarks && kHasBehind) markRow(behindY, x, best.level);
       if constexpr (Moves::kIsFront) {
         if (x > 0) markPixel(y, x - 1, best.level, moves_.axis);
