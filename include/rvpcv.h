@@ -20,7 +20,9 @@
 #include "rvpcv/morph.h"
 #include "rvpcv/pyramid.h"
 #include "rvpcv/reconstruct.h"
+#include "rvpcv/segment.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
+#include "rvpcv/watershed.h"
 
 #endif
