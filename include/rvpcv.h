@@ -14,6 +14,7 @@
 #include "rvpcv/frame.h"
 #include "rvpcv/label.h"
 #include "rvpcv/pyramid.h"
+#include "rvpcv/pyramid_layer.h"
 #include "rvpcv/reconstruct.h"
 #include "rvpcv/stats.h"
 #include "rvpcv/types.h"
