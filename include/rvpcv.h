@@ -19,6 +19,7 @@
 #include "rvpcv/label.h"
 #include "rvpcv/morph.h"
 #include "rvpcv/pyramid.h"
+#include "rvpcv/pyramid_layer.h"
 #include "rvpcv/reconstruct.h"
 #include "rvpcv/segment.h"
 #include "rvpcv/stats.h"

@@ -42,4 +42,14 @@ inline RvpiSize sizeBelow(RvpiSize size, float rate) {
   return {extentBelow(size.width, rate), extentBelow(size.height, rate)};
 }
 
+// Nothing is below 1 x 1.
+inline bool isLastLevel(RvpiSize size) { return size.width < 2 && size.height < 2; }
+
+// The number of levels below a size, counted up to `most`.
+inline int levelsBelow(RvpiSize size, float rate, int most) {
+  int count = 0;
+  for (; count < most && !isLastLevel(size); ++count) size = sizeBelow(size, rate);
+  return count;
+}
+
 }  // namespace rvp::n8

@@ -25,15 +25,6 @@ constexpr std::int64_t kRecordBytes = 152;
 constexpr std::int64_t kLevelBytes = 52;
 static_assert(sizeof(RvpiPyramid) == 48);
 
-bool isLast(RvpiSize size) { return size.width < 2 && size.height < 2; }
-
-// The number of levels below the full image, counted up to `most`.
-int levelsBelow(RvpiSize size, float rate, int most) {
-  int count = 0;
-  for (; count < most && !isLast(size); ++count) size = sizeBelow(size, rate);
-  return count;
-}
-
 RvpStatus upRoi(RvpiSize srcRoi, RvpiSize* pDstRoiMin, RvpiSize* pDstRoiMax, float rate) {
   if (RvpStatus fault = firstFault(nullPointer(pDstRoiMin, pDstRoiMax), badSize(srcRoi), badRate(rate)))
     return fault;
@@ -82,7 +73,7 @@ RvpStatus initPyramid(RvpiPyramid** ppPyramid, int level, RvpiSize roiSize, std:
   };
   std::memcpy(sizeAt(0), &roiSize, sizeof(RvpiSize));
   int count = 0;
-  for (RvpiSize size = roiSize; !isLast(size);) {
+  for (RvpiSize size = roiSize; !isLastLevel(size);) {
     size = sizeBelow(size, rate);
     std::memcpy(sizeAt(++count), &size, sizeof(RvpiSize));
   }
