@@ -142,7 +142,7 @@ RvpStatus rvpiFastNInit(RvpiSize roiSize, int circleRadius, int arcLength, int o
     floats[i] = static_cast<float>(std::sin(angle));
     floats[circle.length + i] = static_cast<float>(std::cos(angle));
   }
-  floats[2 * circle.length] = static_cast<float>(orientationBins) * kPerFullCircle;
+  floats[std::ptrdiff_t{2} * circle.length] = static_cast<float>(orientationBins) * kPerFullCircle;
   return rvpStatusOk;
 }
 

@@ -55,7 +55,7 @@ void combineElements(const T* const* operands, std::ptrdiff_t count, std::ptrdif
   const hn::ScalableTag<T> d;
   constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
   // Operands in registers: a store of bytes could change any pointer in memory.
-  const T* held[kCount == 0 ? 1 : kCount];
+  const T* held[std::max(kCount, 1)];
   std::copy_n(operands, kCount, held);
   const T* const* const from = kCount == 0 ? operands : held;
   const std::ptrdiff_t m = kCount == 0 ? count : kCount;

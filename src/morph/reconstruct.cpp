@@ -170,7 +170,9 @@ class Reconstruction {
     std::fill_n(marks_, height_, std::uint8_t{0});
     passDown();
     passUp();
-    while (sweepDown() | sweepUp()) {
+    for (bool changes = true; changes;) {
+      changes = sweepDown();
+      changes = sweepUp() || changes;
     }
     if (!K::kAreElements) convert([](auto d, const Key* at) { return K::toElements(d, at); });
   }

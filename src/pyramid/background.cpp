@@ -91,6 +91,7 @@ int modesInUse(const RvpFGMMState& s) { return static_cast<int>(std::min(s.modeC
 // ---- Another number of modes
 
 // Rows of `left` + `right` elements: first all left parts, then all right parts.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the logarithm of the number of rows.
 void unzip(float* first, std::int64_t rows, std::int64_t left, std::int64_t right) {
   if (rows == 1) return;
   const std::int64_t half = rows / 2;
@@ -101,6 +102,7 @@ void unzip(float* first, std::int64_t rows, std::int64_t left, std::int64_t righ
 }
 
 // A matrix in place, rows to columns.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the logarithm of the number of columns.
 void transpose(float* first, std::int64_t rows, std::int64_t columns) {
   if (rows <= 1 || columns <= 1) return;
   const std::int64_t half = columns / 2;

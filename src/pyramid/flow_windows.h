@@ -81,6 +81,7 @@ struct BilinearWeights {
       w11 = a * b;
     } else {
       constexpr double kOne = 1 << kWeightBits;
+      // NOLINTNEXTLINE(bugprone-incorrect-roundings): no weight is negative.
       const auto whole = [](double weight) { return static_cast<std::int32_t>(weight * kOne + 0.5); };
       w00 = whole((1 - place.a) * (1 - place.b));
       w01 = whole(place.a * (1 - place.b));

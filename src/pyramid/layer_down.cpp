@@ -335,7 +335,8 @@ bool isLarge(RvpiSize roiSize, int kerSize) { return roiSize.width > kerSize && 
 template <class T, int kChannels>
 int downBytes(RvpiSize roiSize, int kerSize, int levels, int threads) {
   const double k = kerSize;
-  const double h = kerSize / 2;
+  const int half = kerSize / 2;
+  const double h = half;
   const double width = static_cast<double>(kChannels) * roiSize.width;
   const double height = roiSize.height;
   const double sample = sizeof(T) == 1 ? 2 : 4;

@@ -38,6 +38,7 @@ struct Spread {
         rate(state.rate),
         srcExtent(src),
         dstExtent(dst),
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings): not negative.
         beyond(static_cast<std::int64_t>(static_cast<float>(centre) / rate + 0.5F)) {}
 
   std::int64_t first() const { return -beyond; }
@@ -334,7 +335,8 @@ RvpStatus layerUp(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstS
 template <class T, int kChannels>
 int upBytes(RvpiSize roiSize, int kerSize) {
   const double k = kerSize;
-  const double h = kerSize / 2;
+  const int half = kerSize / 2;
+  const double h = half;
   const double c = kChannels;
   const double width = roiSize.width;
   const double height = roiSize.height;

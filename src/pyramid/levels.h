@@ -32,6 +32,7 @@ inline ExtentRange extentsAbove(std::int64_t n, float rate) {
 
 // Finds the extent from an estimate that rounding to float may leave some hundreds off near 2^31.
 inline int extentBelow(int n, float rate) {
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): extents are positive.
   auto below = std::max<std::int64_t>(static_cast<std::int64_t>(static_cast<float>(n) / rate + 0.5F), 1);
   while (n < extentsAbove(below, rate).least) --below;
   while (n > extentsAbove(below, rate).most) ++below;

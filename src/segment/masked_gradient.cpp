@@ -42,8 +42,8 @@ struct Source {
       const int dx = along(x, y, channel, 1, 0);
       const int dy = along(x, y, channel, 0, 1);
       // Differences are at most 510.
-      pairs[2 * channel] = static_cast<std::int16_t>(kAbsolute ? std::abs(dx) : dx);
-      pairs[2 * channel + 1] = static_cast<std::int16_t>(kAbsolute ? std::abs(dy) : dy);
+      pairs[std::ptrdiff_t{2} * channel] = static_cast<std::int16_t>(kAbsolute ? std::abs(dx) : dx);
+      pairs[std::ptrdiff_t{2} * channel + 1] = static_cast<std::int16_t>(kAbsolute ? std::abs(dy) : dy);
     }
   }
 };

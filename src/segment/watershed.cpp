@@ -20,7 +20,7 @@ constexpr std::uint32_t roundedUp(std::uint32_t n, std::uint32_t multiple) {
 // labels and 7 * n + 7 * height + 4 * width + 9 for 16-bit labels, and the distance road (watershed_distance.cpp)
 // 6 * n + height + 3, all below 16 * n + (width + 2) * (height + 2) * sizeof(Label) + 48.
 template <class Label>
-std::int32_t queueBytes(std::uint32_t width, std::uint32_t height) {
+std::int32_t queueBytes(std::uint64_t width, std::uint64_t height) {
   return static_cast<std::int32_t>(16 * width * height + (width + 2) * (height + 2) * sizeof(Label) + 48);
 }
 

@@ -85,7 +85,7 @@ struct Axial {
   static constexpr bool kDiagonals = false;
   static constexpr bool kIsFront = false;
   static constexpr int axis = 1;
-  static constexpr int diagonal = 0;
+  [[maybe_unused]] static constexpr int diagonal = 0;
 };
 struct AllRound {
   static constexpr bool kDiagonals = true;
@@ -98,7 +98,7 @@ struct Front {
   static constexpr bool kDiagonals = false;
   static constexpr bool kIsFront = true;
   static constexpr int axis = 1;  // No less is added to the level of any neighbour.
-  static constexpr int diagonal = 0;
+  [[maybe_unused]] static constexpr int diagonal = 0;
 };
 constexpr std::int32_t kFrontStep = 64;
 
@@ -131,7 +131,7 @@ struct Field {
       : src(pSrc), srcStep(pSrcStep), width(size.width), height(size.height) {
     levels = reinterpret_cast<Level*>(alignedUp(scratch, alignof(Level)));
     borders = levels + width * height;
-    states = reinterpret_cast<State*>(borders + (bands > 1 ? 2 * bands * width : 0));
+    states = reinterpret_cast<State*>(borders + (bands > 1 ? std::ptrdiff_t{2} * bands * width : 0));
     dirtyRows = states + width * height;
   }
 
@@ -152,8 +152,9 @@ class Band {
         moves_(moves),
         rows_(rows),
         width_(field.width),
-        above_(rows.first > 0 ? field.borders + 2 * rows.thread * width_ : nullptr),
-        below_(rows.last < field.height ? field.borders + (2 * rows.thread + 1) * width_ : nullptr) {
+        above_(rows.first > 0 ? field.borders + std::ptrdiff_t{2} * rows.thread * width_ : nullptr),
+        below_(rows.last < field.height ? field.borders + (std::ptrdiff_t{2} * rows.thread + 1) * width_
+                                        : nullptr) {
     if (above_ != nullptr) std::fill_n(above_, width_, Ground::kNever);
     if (below_ != nullptr) std::fill_n(below_, width_, Ground::kNever);
   }
@@ -487,6 +488,7 @@ void floodByDistance(const PixelType* pSrc, int srcStep, Label* pMarker, int mar
     flood(field, AllRound{1, 1}, pMarker, markerStep, bands);
   } else if (kind == rvpWatershedChamfer) {
     flood(field, AllRound{11, 15}, pMarker, markerStep, bands);
+    // NOLINTNEXTLINE(bugprone-branch-clone): the next kind is no front.
   } else if constexpr (kIsFloat) {
     // A front of the float member costs 256 a step, in 4 directions: all costs are 256 times as high, and none of
     // them is compared with anything else.
