@@ -88,7 +88,7 @@ class RectangleRoad {
         last_(lines.size().width + std::max<std::ptrdiff_t>(box.right, 0)),
         core_(lines.core(first_, last_)),
         step_(Lines::lineWords(last_ - first_)),
-        direct_(Lines::kRowsStay && box.height() <= kDirectRows) {
+        direct_(box.height() <= (Lines::kRowsStay ? kDirectRows : 1)) {
     ring_ = work.take<Word>(step_ * (direct_ ? 1 : box.height()));
     forward_ = direct_ ? ring_ : work.take<Word>(step_);
     scratch_ = work.take<Word>(step_);

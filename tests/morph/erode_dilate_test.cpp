@@ -40,32 +40,32 @@ struct Form {
 
 template <class Form>
 struct ErodeDilate : testing::Test {
-  using T = typename Form::T;
-  using P = typename Form::P;
+  using Number = typename Form::T;
+  using Pixels = typename Form::P;
   using State = Element<RvpiMorphState, decltype(Form::kGetSize), decltype(Form::kInit)>;
 
   // Random pixels, in float among them infinities, with a border.
-  static Bordered<P> randomImage(int width, int height, int margin, RvpiBorderType border, unsigned seed) {
+  static Bordered<Pixels> randomImage(int width, int height, int margin, RvpiBorderType border, unsigned seed) {
     const int columns = width + 2 * margin;
-    const Plane<T> noise = randomPlane<T>(columns * Form::kChannels, height + 2 * margin, seed);
-    Bordered<P> image = {Plane<P>(columns, noise.height), margin, border, {}};
+    const Plane<Number> noise = randomPlane<Number>(columns * Form::kChannels, height + 2 * margin, seed);
+    Bordered<Pixels> image = {Plane<Pixels>(columns, noise.height), margin, border, {}};
     for (int y = 0; y < noise.height; ++y) {
       for (int x = 0; x < noise.width; ++x) {
-        T& element = image.memory.at(y, x / Form::kChannels)[static_cast<std::size_t>(x % Form::kChannels)];
+        Number& element = image.memory.at(y, x / Form::kChannels)[static_cast<std::size_t>(x % Form::kChannels)];
         element = noise.at(y, x);
-        if constexpr (std::numeric_limits<T>::has_infinity) {
+        if constexpr (std::numeric_limits<Number>::has_infinity) {
           const int lot = (x * 31 + y * 17) % 23;
-          if (lot < 2) element = std::numeric_limits<T>::infinity() * static_cast<T>(lot == 0 ? 1 : -1);
+          if (lot < 2) element = std::numeric_limits<Number>::infinity() * static_cast<Number>(lot == 0 ? 1 : -1);
         }
       }
     }
-    for (T& element : image.value) element = noise.at(0, 0) / 2;
+    for (Number& element : image.value) element = noise.at(0, 0) / 2;
     return image;
   }
 
-  static Plane<P> expected(const Bordered<P>& image, const Mask& mask, bool erodes) {
-    Plane<P> result(image.width(), image.height());
-    const auto choose = [=](P a, const P& b) {
+  static Plane<Pixels> expected(const Bordered<Pixels>& image, const Mask& mask, bool erodes) {
+    Plane<Pixels> result(image.width(), image.height());
+    const auto choose = [=](Pixels a, const Pixels& b) {
       for (std::size_t c = 0; c < a.size(); ++c) a[c] = erodes ? std::min(a[c], b[c]) : std::max(a[c], b[c]);
       return a;
     };
@@ -74,21 +74,21 @@ struct ErodeDilate : testing::Test {
     return result;
   }
 
-  static RvpStatus run(bool erodes, const P* src, int srcStep, P* dst, int dstStep, RvpiSize size,
-                       const Bordered<P>& image, State& state) {
-    return Form::run(erodes, reinterpret_cast<const T*>(src), srcStep, reinterpret_cast<T*>(dst), dstStep, size,
-                     image.border, image.value.data(), state.spec(), state.buffer());
+  static RvpStatus run(bool erodes, const Pixels* src, int srcStep, Pixels* dst, int dstStep, RvpiSize size,
+                       const Bordered<Pixels>& image, State& state) {
+    return Form::run(erodes, reinterpret_cast<const Number*>(src), srcStep, reinterpret_cast<Number*>(dst), dstStep,
+                     size, image.border, image.value.data(), state.spec(), state.buffer());
   }
 
   // The source's unflagged sides, state and buffer lie at unreadable pages, the destination among sentinels.
   static void check(const Shape& shape, const Mask& mask, RvpiBorderType border, RvpiSize largest, Cliff cliff) {
     SCOPED_TRACE("mask " + std::to_string(mask.width) + " x " + std::to_string(mask.height) + ", border " +
                  std::to_string(border));
-    const Bordered<P> image = randomImage(shape.width, shape.height, mask.reach(), border, shape.seed);
-    OnlyFlaggedSides<P> src(image, cliff);
+    const Bordered<Pixels> image = randomImage(shape.width, shape.height, mask.reach(), border, shape.seed);
+    OnlyFlaggedSides<Pixels> src(image, cliff);
     State state(Form::kGetSize, Form::kInit, largest, mask, cliff);
     for (const bool erodes : {true, false}) {
-      Guarded<P> dst(Plane<P>(shape.width, shape.height), shape.placing);
+      Guarded<Pixels> dst(Plane<Pixels>(shape.width, shape.height), shape.placing);
       ASSERT_EQ(run(erodes, src.region(), src.step(), dst.data(), dst.step(), dst.size(), image, state),
                 rvpStatusOk);
       ASSERT_TRUE(same(expected(image, mask, erodes), dst.content())) << (erodes ? "erosion" : "dilation");
@@ -191,8 +191,9 @@ TYPED_TEST(ErodeDilate, ChecksInOrder) {
   for (const RvpiBorderType border : {2, 4, 5, 7, 256, -1})
     EXPECT_EQ(run(src.data(), 2 * kRow, dst.data(), 2 * kRow, {5, 1}, border, spec, buffer), rvpStatusBadBorder);
   EXPECT_EQ(run(dst.data(), 2 * kRow, dst.data(), 2 * kRow, {5, 1}, 1, spec, buffer), rvpStatusBadSize);
-  if constexpr (kSize == 2)
+  if constexpr (kSize == 2) {
     EXPECT_EQ(run(dst.data(), kRow, dst.data(), kRow, {4, 1}, 1, spec, buffer), rvpStatusInPlaceNotSupported);
+  }
   if constexpr (TypeParam::kChannels > 1) {
     const auto withoutValue = [&](RvpiBorderType border) {
       return TypeParam::run(true, src.data() + 24, kRow, dst.data() + 24, kRow, {1, 1}, border, nullptr, spec,
