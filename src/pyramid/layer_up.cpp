@@ -129,7 +129,8 @@ std::int64_t mostTerms(const Spread<K>& spread) {
   return most;
 }
 
-// The rows of the source, mirrored ones by their number inside, from which a window takes its terms.
+// The rows of the source, mirrored ones by their number inside, from which a window takes its terms; none lie
+// between the ends of an empty range.
 struct RowRange {
   std::int64_t first;
   std::int64_t last;
@@ -209,7 +210,9 @@ class Expander {
     tabulateColumns();
     forWindows(rows_, [&](std::int64_t y, const auto& window) {
       const RowRange range = rowsOf(window, rows_.srcExtent);
-      for (nextRow_ = std::max(nextRow_, range.first); nextRow_ <= range.last; ++nextRow_) expandRow(nextRow_);
+      for (; nextRow_ <= range.last; ++nextRow_) {
+        if (nextRow_ >= range.first) expandRow(nextRow_);
+      }
       sumRows(y, window, row(pDst, dstStep, y));
     });
   }
