@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 
 namespace tour {
 namespace {
@@ -65,6 +66,23 @@ void drawOutline(Picture& picture, RvpiRect rectangle, int thickness, Rgb colour
   constexpr Rgb kRim = {20, 20, 20};
   for (int i = 1; i <= thickness; ++i) drawFrame(picture, rectangle, i, colour);
   drawFrame(picture, rectangle, thickness + 1, kRim);
+}
+
+void drawLine(Picture& picture, RvpiPoint from, RvpiPoint to, Rgb colour) {
+  const int steps = std::max({std::abs(to.x - from.x), std::abs(to.y - from.y), 1});
+  for (int i = 0; i <= steps; ++i) {
+    const float share = static_cast<float>(i) / static_cast<float>(steps);
+    const auto between = [share](int a, int b) {
+      return a + static_cast<int>(std::lround(share * static_cast<float>(b - a)));
+    };
+    setPixel(picture, between(from.x, to.x), between(from.y, to.y), colour);
+  }
+}
+
+Picture dimmed(const Picture& picture, float share) {
+  Picture result = inColour(picture);
+  for (std::uint8_t& value : result.elements()) value = toByte(share * static_cast<float>(value));
+  return result;
 }
 
 Picture ellipseMask(RvpiSize size, RvpiRect rectangle) {

@@ -1,4 +1,4 @@
-// What the panels draw: false colours, outlines, masks and a moving ball.
+// What the panels draw: false colours, lines, outlines, masks and a moving ball.
 #pragma once
 
 #include <array>
@@ -35,6 +35,12 @@ Picture falseColour(const Plane& values, float least, float greatest, ColourMap 
 // Draws the outline of a rectangle, `thickness` pixels wide and outside of it, with a thin dark rim that sets it
 // off from any picture. What lies outside the picture is left out.
 void drawOutline(Picture& picture, RvpiRect rectangle, int thickness, Rgb colour);
+
+// A line of one pixel's width, both ends included. What lies outside the picture is left out.
+void drawLine(Picture& picture, RvpiPoint from, RvpiPoint to, Rgb colour);
+
+// A picture in colour that is `share` as bright: a ground for what is drawn on it.
+Picture dimmed(const Picture& picture, float share);
 
 // 255 inside an ellipse that touches the sides of the rectangle, 0 outside.
 Picture ellipseMask(RvpiSize size, RvpiRect rectangle);

@@ -11,6 +11,7 @@
 #include "page.h"
 #include "panels.h"
 #include "picture.h"
+#include "rvpcore.h"
 #include "status.h"
 
 namespace {
@@ -101,12 +102,20 @@ int main(int argc, char** argv) {
   const std::vector<Subject> subjects =
       loadSubjects(arguments.images.empty() ? ownPhotographs() : arguments.images);
 
+  // The photographs are small, and a team that waits for its next call would take the processor from everything
+  // else.
+  tour::check(rvpSetNumThreads(1), "rvpSetNumThreads");
   Page page(arguments.directory);
   for (const Subject& subject : subjects) {
     std::printf("%s, %d x %d\n", subject.name.c_str(), subject.fileSize.width, subject.fileSize.height);
     std::fflush(stdout);
     tour::addStatsPanels(subject, page);
     tour::addBorderPanels(subject, page);
+    tour::addFeaturesPanels(subject, page);
+    tour::addDistancePanels(subject, page);
+    tour::addFloodPanels(subject, page);
+    tour::addDetectPanels(subject, page);
+    tour::addFacePanels(subject, page);
   }
   std::printf("The tour is ready: %s\n", page.finish(subjects).c_str());
 }

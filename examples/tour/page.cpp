@@ -106,6 +106,18 @@ std::string legendHtml(const Legend& legend) {
   return html + "</div>" + escaped(legend.title) + "</div>";
 }
 
+std::string rowHtml(const char* cell, const std::vector<std::string>& row) {
+  std::string html = "<tr>";
+  for (const std::string& text : row) html += element(cell, text);
+  return html + "</tr>\n";
+}
+
+std::string tableHtml(const Table& table) {
+  std::string html = "<div class=\"table\"><table>\n<thead>" + rowHtml("th", table.head) + "</thead><tbody>\n";
+  for (const std::vector<std::string>& row : table.rows) html += rowHtml("td", row);
+  return html + "</tbody></table></div>\n";
+}
+
 }  // namespace
 
 Page::Page(std::filesystem::path directory) : directory_(std::move(directory)) {
@@ -115,7 +127,7 @@ Page::Page(std::filesystem::path directory) : directory_(std::move(directory)) {
 }
 
 void Page::add(const Panel& panel, const Subject& subject, const Strip& strip) {
-  PlacedStrip placed{subject.name, subject.picture.size(), strip.parameters, strip.times, {}};
+  PlacedStrip placed{subject.name, subject.picture.size(), strip.parameters, strip.times, {}, strip.table};
   for (const Figure& figure : strip.figures) {
     const std::size_t known = pictures_.size();
     const std::size_t picture = embed(figure.picture, subject.first ? kCarriedFirst : kCarriedOther);
@@ -200,7 +212,7 @@ std::string Page::figuresHtml(const PlacedStrip& strip) const {
   std::string html =
       strip.figures.size() % 3 == 0 ? "<div class=\"figures threes\">\n" : "<div class=\"figures\">\n";
   for (const PlacedFigure& figure : strip.figures) html += figureHtml(figure);
-  return html + "</div>\n";
+  return html + "</div>\n" + (strip.table ? tableHtml(*strip.table) : "");
 }
 
 std::string Page::panelHtml(const PlacedPanel& placed) const {

@@ -55,11 +55,18 @@ struct Figure {
   std::optional<Legend> legend = std::nullopt;
 };
 
+// Rows of text below the figures. The first column names a row, the others hold numbers.
+struct Table {
+  std::vector<std::string> head;
+  std::vector<std::vector<std::string>> rows;
+};
+
 // A panel's results on one photograph.
 struct Strip {
   std::vector<Parameter> parameters;
   std::vector<Timing> times;
   std::vector<Figure> figures;
+  std::optional<Table> table = std::nullopt;
 };
 
 class Page {
@@ -92,6 +99,7 @@ class Page {
     std::vector<Parameter> parameters;
     std::vector<Timing> times;
     std::vector<PlacedFigure> figures;
+    std::optional<Table> table;
   };
   struct PlacedPanel {
     Panel panel;

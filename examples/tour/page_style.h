@@ -75,6 +75,12 @@ figcaption { margin-top: .55rem; font-size: .92rem; line-height: 1.45; }
             -webkit-print-color-adjust: exact; }
 .legend div { display: flex; justify-content: space-between; }
 
+.table { margin-top: 1.5rem; overflow-x: auto; }
+table { border-collapse: collapse; font-size: .92rem; font-variant-numeric: tabular-nums; }
+th, td { padding: .3rem 1.1rem .3rem 0; border-bottom: 1px solid var(--line); text-align: right; }
+th { color: var(--soft); font-weight: 500; vertical-align: bottom; }
+th:first-child, td:first-child { text-align: left; }
+
 details { margin-top: 1.25rem; border-top: 1px solid var(--line); }
 details + details { margin-top: 0; }
 details:last-child { border-bottom: 1px solid var(--line); }

@@ -6,7 +6,12 @@
 
 namespace tour {
 
-void addStatsPanels(const Subject& subject, Page& page);
 void addBorderPanels(const Subject& subject, Page& page);
+void addDetectPanels(const Subject& subject, Page& page);
+void addDistancePanels(const Subject& subject, Page& page);
+void addFacePanels(const Subject& subject, Page& page);
+void addFeaturesPanels(const Subject& subject, Page& page);
+void addFloodPanels(const Subject& subject, Page& page);
+void addStatsPanels(const Subject& subject, Page& page);
 
 }  // namespace tour

@@ -208,6 +208,18 @@ Picture inColour(const Picture& picture) {
   return picture.channels() == 3 ? picture : mergeChannels({picture, picture, picture});
 }
 
+Picture inGray(const Picture& picture) {
+  if (picture.channels() == 1) return picture;
+  Picture gray(picture.width(), picture.height(), 1);
+  const std::uint8_t* pixel = picture.data();
+  for (std::uint8_t& value : gray.elements()) {
+    // The shares are 299, 587 and 114 thousandths, and 500 rounds.
+    value = static_cast<std::uint8_t>((299 * pixel[0] + 587 * pixel[1] + 114 * pixel[2] + 500) / 1000);
+    pixel += picture.channels();
+  }
+  return gray;
+}
+
 double peakSignalToNoise(const Picture& picture, const Picture& reference) {
   double sum = 0.0;
   for (std::size_t i = 0; i < picture.elements().size(); ++i) {

@@ -77,6 +77,9 @@ Picture mergeChannels(const std::vector<Picture>& planes);
 // Any picture with three channels.
 Picture inColour(const Picture& picture);
 
+// Any picture with one channel: of colours the luma (ITU-R BT.601).
+Picture inGray(const Picture& picture);
+
 // Rounded to the nearest whole number and limited to 0..255.
 inline std::uint8_t toByte(float value) {
   return static_cast<std::uint8_t>(std::clamp(value + 0.5f, 0.0f, 255.0f));

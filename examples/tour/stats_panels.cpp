@@ -1,10 +1,10 @@
 // Accumulators: what a stream of frames tells about each pixel.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <string>
 #include <vector>
 
+#include "number.h"
 #include "panels.h"
 #include "rvpcv.h"
 #include "status.h"
@@ -15,12 +15,6 @@ namespace tour {
 namespace {
 
 const std::string kSubsystem = "Accumulators and statistics";
-
-std::string number(double value, int decimals) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.*f", decimals, value);
-  return text;
-}
 
 std::string signalToNoise(const Picture& picture, const Picture& reference) {
   return "PSNR " + number(peakSignalToNoise(picture, reference), 1) + " dB";

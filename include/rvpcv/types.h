@@ -138,6 +138,15 @@ enum RvpiBorderMode {
   rvpBorderInMemRight = 128  /**< Side flag: columns to the right of the region are read from memory. */
 };
 
+/** Which pixels count as neighbours. One of ::RvpiNeighbours. */
+typedef int32_t RvpiConnectivity;
+
+/** The kinds of neighbours. */
+enum RvpiNeighbours {
+  rvpConnect8 = 0, /**< The eight pixels around: diagonals too. */
+  rvpConnect4 = 1  /**< The pixels above, below, left and right. */
+};
+
 /** @} */
 
 #endif

@@ -34,6 +34,13 @@ RvpStatus shortStep(int width, Step... steps) {
   return faultIf(((steps < rowBytes) || ...), rvpStatusBadStep);
 }
 
+// A step below the bytes of a row of bits.
+template <class... Step>
+RvpStatus shortBitStep(int width, Step... steps) {
+  const int rowBytes = static_cast<int>((std::int64_t{width} + 7) / 8);
+  return faultIf(((steps < rowBytes) || ...), rvpStatusBadStep);
+}
+
 // A step that is no multiple of the element's size; of the size alone, whatever the number of channels.
 template <class T, class... Step>
 RvpStatus oddStep(Step... steps) {

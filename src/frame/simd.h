@@ -50,6 +50,17 @@ HWY_INLINE auto nearestInt(V v) {
   }
 }
 
+// The highest bit of each byte, the first byte's lowest: of a mask as a vector, one bit for each byte of a lane.
+template <class V>
+HWY_INLINE std::uint32_t byteBits(V v) {
+  const auto bytes = hn::BitCast(hn::Repartition<std::uint8_t, hn::DFromV<V>>(), v);
+  if constexpr (sizeof(bytes.raw) == 32) {
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes.raw));
+  } else {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes.raw));
+  }
+}
+
 // Two whole vectors of 32-bit integers, one behind the other, narrowed to the 16-bit type T and saturated.
 template <class T, class V>
 HWY_INLINE auto narrowPair(V low, V high) {

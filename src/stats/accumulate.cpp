@@ -83,9 +83,16 @@ using Floats = hn::ScalableTag<float>;
 using Words = hn::RebindToSigned<Floats>;
 using Bytes = hn::Repartition<std::uint8_t, Floats>;
 constexpr std::ptrdiff_t kBlock = 16;
-// How far ahead the accumulator is asked for: one line a block, 12 blocks early. Worth a tenth of the time while
-// the image stays in the second-level cache, and nothing beyond it.
+// How far ahead float images are asked for: one line a block, 12 blocks early. Worth a tenth of the time while the
+// images stay in the second-level cache, and a few percent beyond it.
 constexpr std::uintptr_t kAheadBytes = std::uintptr_t{12} * 64;
+
+void prefetchAhead(const float* at) {
+  // An address behind the image is no fault for a prefetch, but a pointer to there must not be formed.
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it.
+  hwy::Prefetch(reinterpret_cast<const float*>(reinterpret_cast<std::uintptr_t>(at) + kAheadBytes));
+}
+
 constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(Floats()));
 
 // Shuffles that bring byte x of a block to the 32-bit lane x: as a number, or four times over as a mask.
@@ -161,9 +168,11 @@ struct RowWork {
   std::ptrdiff_t addBlocks(std::ptrdiff_t first, std::ptrdiff_t last) const {
     std::ptrdiff_t x = first;
     for (; x + kBlock <= last; x += kBlock) {
-      // An address behind the image is no fault for a prefetch, but a pointer to there must not be formed.
-      // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it.
-      hwy::Prefetch(reinterpret_cast<const float*>(reinterpret_cast<std::uintptr_t>(acc + x) + kAheadBytes));
+      prefetchAhead(acc + x);
+      if constexpr (std::is_same_v<T, float>) {
+        prefetchAhead(s1 + x);
+        if (s2 != s1) prefetchAhead(s2 + x);
+      }
       Block<T> block1(s1 + x);
       const Block<T> block2(s2 + x);
       const auto addParts = [&](const auto& keep) {

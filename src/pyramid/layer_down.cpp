@@ -1,0 +1,434 @@
+// Down layers: an image filtered with a symmetric kernel and sampled at multiples of the rate.
+//
+// Rows are streamed. Each thread works on a range of destination rows; it keeps a ring of source rows filtered
+// along the row, one for each tap, and from these makes the filtered rows that it needs: at rate 2 those of even
+// number, and of these even columns only, from the beginning on; else all columns of the two rows around each
+// destination row, of which it keeps the resampled ones.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "filter/border.h"
+#include "frame/checks.h"
+#include "frame/simd.h"
+#include "frame/team.h"
+#include "pyramid/layer_state.h"
+#include "pyramid/layer_sums.h"
+#include "pyramid/levels.h"
+#include "rvpcv/pyramid_layer.h"
+
+namespace rvp::n8 {
+namespace {
+
+// From this many source pixels on the rows are worth a team.
+constexpr int kTeamPixels = 1 << 17;
+
+// Rates that take every second sample.
+bool halves(float rate) { return rate >= 1.99998F && rate <= 2.00002F; }
+
+// What a call is about.
+template <class T>
+struct Job {
+  const T* src;
+  int srcStep;
+  RvpiSize srcRoi;
+  T* dst;
+  int dstStep;
+  RvpiSize dstRoi;
+  const LayerState* state;
+};
+
+// Where the parts of one thread's group lie in its memory.
+template <class T, int kChannels>
+struct Group {
+  using Row = std::conditional_t<std::is_same_v<T, std::uint8_t>, std::int16_t,
+                                 std::conditional_t<std::is_same_v<T, float>, float, std::int32_t>>;
+
+  explicit Group(const Job<T>& job)
+      : centre(job.state->kerSize / 2),
+        slots(std::min(job.state->kerSize, job.srcRoi.height)),
+        srcElements(rowElements(job.srcRoi.width, kChannels)),
+        dstElements(rowElements(job.dstRoi.width, kChannels)),
+        halving(halves(job.state->rate)) {
+    const std::int64_t extended = job.srcRoi.width + 2 * centre;
+    layout.take(halving ? dstElements : srcElements, sizeof(Row));
+    ringStep = layout.bytes();  // The ring begins the group; this was its first row.
+    layout.take(slots - 1, ringStep);
+    lines = layout.take(job.state->kerSize, sizeof(void*));
+    source = layout.take(extended * kChannels, sizeof(T));
+    if (halving) {
+      even = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
+      odd = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
+    } else {
+      filtered = layout.take(srcElements, sizeof(Row));
+      places = layout.take(job.dstRoi.width, sizeof(std::int32_t));
+      fractions = layout.take(job.dstRoi.width, sizeof(float));
+      for (std::int64_t& at : sampled) at = layout.take(dstElements, sizeof(float));
+    }
+  }
+
+  std::int64_t bytes() const { return layout.bytes(); }
+
+  std::int64_t centre;
+  std::int64_t slots;
+  std::int64_t srcElements;
+  std::int64_t dstElements;
+  bool halving;
+  WorkLayout layout;
+  std::int64_t ringStep = 0;
+  std::int64_t lines = 0;
+  std::int64_t source = 0;
+  std::int64_t even = 0;
+  std::int64_t odd = 0;
+  std::int64_t filtered = 0;
+  std::int64_t places = 0;
+  std::int64_t fractions = 0;
+  std::int64_t sampled[2] = {};
+};
+
+// Copies the pixels of even number, from 0 on, to one row and the others to another.
+template <int kChannels, class T>
+void splitPixels(const T* src, std::ptrdiff_t pixels, T* even, T* odd) {
+  for (std::ptrdiff_t i = 0; i < pixels; ++i) {
+    T* dst = (i % 2 == 0 ? even : odd) + i / 2 * kChannels;
+    for (int c = 0; c < kChannels; ++c) dst[c] = src[i * kChannels + c];
+  }
+}
+
+// A place between two samples, of which there are `extent`.
+struct Sample {
+  std::ptrdiff_t index;
+  float fraction;
+  bool between;  // Whether there is a next sample.
+
+  Sample(std::ptrdiff_t i, float rate, std::ptrdiff_t extent) {
+    const float position = static_cast<float>(i) * rate;
+    const auto whole = static_cast<std::ptrdiff_t>(position);
+    fraction = position - static_cast<float>(whole);
+    index = std::min(whole, extent - 1);
+    between = index + 1 < extent;
+  }
+};
+
+template <int kChannels, class Sums>
+class Worker {
+  using T = typename Sums::Src;
+  using Row = typename Sums::Row;
+  using Work = typename Sums::Work;
+
+ public:
+  Worker(const Job<T>& job, const Group<T, kChannels>& group, const Sums& sums, std::uint8_t* memory)
+      : job_(job),
+        group_(group),
+        sums_(sums),
+        memory_(memory),
+        image_{job.src, job.srcStep, job.srcRoi, borderOf(rvpBorderMirror), nullptr} {}
+
+  void run(Slice slice) {
+    if (group_.halving) {
+      for (const std::ptrdiff_t y : slice) {
+        filterColumns(std::min<std::ptrdiff_t>(2 * y, job_.srcRoi.height - 1), group_.dstElements,
+                      [dst = row(job_.dst, job_.dstStep, y)](auto d, auto value, std::ptrdiff_t x) {
+                        storePixels(d, value, dst + x);
+                      });
+      }
+      return;
+    }
+    placeSamples();
+    for (const std::ptrdiff_t y : slice) {
+      const Sample sample(y, job_.state->rate, job_.srcRoi.height);
+      const float* first = sampledRow(sample.index);
+      if (sample.between) {
+        blendRows(first, sampledRow(sample.index + 1), sample.fraction, row(job_.dst, job_.dstStep, y));
+      } else {
+        blendRows(first, first, 0, row(job_.dst, job_.dstStep, y));
+      }
+    }
+  }
+
+ private:
+  template <class E>
+  E* part(std::int64_t offset) const {
+    return reinterpret_cast<E*>(memory_ + offset);
+  }
+  Row* ringRow(std::ptrdiff_t y) const { return part<Row>(y % group_.slots * group_.ringStep); }
+
+  // Filters source row y along the row.
+  void filterRow(std::ptrdiff_t y) const {
+    const std::ptrdiff_t width = job_.srcRoi.width;
+    const std::ptrdiff_t extended = width + 2 * group_.centre;
+    const T* source = image_.findRow(y, -group_.centre, width + group_.centre, part<T>(group_.source));
+    Row* const dst = ringRow(y);
+    if (!group_.halving) {
+      sums_.rows(
+          group_.srcElements, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; }, dst);
+      return;
+    }
+    T* const even = part<T>(group_.even);
+    T* const odd = part<T>(group_.odd);
+    splitPixels<kChannels>(source, extended, even, odd);
+    const std::ptrdiff_t there = std::min<std::ptrdiff_t>((width + 1) / 2, job_.dstRoi.width);
+    sums_.rows(
+        there * kChannels, [=](int i) { return (i % 2 == 0 ? even : odd) + std::ptrdiff_t{i / 2} * kChannels; },
+        dst);
+    // Rates just below 2 go one pixel beyond the row, where the last one counts.
+    for (std::ptrdiff_t x = there; x < job_.dstRoi.width; ++x)
+      sums_.rows(
+          kChannels, [=](int i) { return source + (width - 1 + i) * kChannels; }, dst + x * kChannels);
+  }
+
+  // Filters row y down the columns. Rows are asked for in ascending order. All rows that it takes, mirrored ones
+  // too, are among the last ones filtered: no mirrored row lies farther from y than the kernel reaches.
+  template <class Emit>
+  void filterColumns(std::ptrdiff_t y, std::ptrdiff_t count, const Emit& emit) {
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(y - group_.centre, 0);
+    const std::ptrdiff_t last = std::min<std::ptrdiff_t>(y + group_.centre, job_.srcRoi.height - 1);
+    for (nextRow_ = std::max(nextRow_, first); nextRow_ <= last; ++nextRow_) filterRow(nextRow_);
+    const auto** const lines = part<const Row*>(group_.lines);
+    for (std::ptrdiff_t i = 0; i <= 2 * group_.centre; ++i)
+      lines[i] = ringRow(borderIndex(rvpBorderMirror, y + i - group_.centre, job_.srcRoi.height));
+    sums_.columns(
+        count, [=](int i) { return lines[i]; }, emit);
+  }
+
+  void placeSamples() {
+    for (std::ptrdiff_t x = 0; x < job_.dstRoi.width; ++x) {
+      const Sample sample(x, job_.state->rate, job_.srcRoi.width);
+      part<std::int32_t>(group_.places)[x] = static_cast<std::int32_t>(sample.index);
+      part<float>(group_.fractions)[x] = sample.fraction;
+      if (sample.between) betweenCount_ = x + 1;
+    }
+  }
+
+  // Filtered row y, resampled along the row. Integers are truncated, and exact as floats.
+  const float* sampledRow(std::ptrdiff_t y) {
+    float* const dst = part<float>(group_.sampled[y % 2]);
+    if (sampledNumber_[y % 2] == y) return dst;
+    sampledNumber_[y % 2] = y;
+    Work* const filtered = part<Work>(group_.filtered);
+    filterColumns(y, group_.srcElements,
+                  [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
+    const std::int32_t* const places = part<std::int32_t>(group_.places);
+    const float* const fractions = part<float>(group_.fractions);
+    for (std::ptrdiff_t x = 0; x < job_.dstRoi.width; ++x) {
+      const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
+      for (int c = 0; c < kChannels; ++c) {
+        const auto here = static_cast<float>(at[c]);
+        if (x >= betweenCount_) {
+          dst[x * kChannels + c] = here;
+          continue;
+        }
+        const float value = fractions[x] * static_cast<float>(at[c + kChannels]) + (1 - fractions[x]) * here;
+        dst[x * kChannels + c] =
+            std::is_same_v<Work, float> ? value : static_cast<float>(static_cast<std::int32_t>(value));
+      }
+    }
+    return dst;
+  }
+
+  // A destination row between two resampled ones. A fraction of 0 with the same row twice copies it.
+  void blendRows(const float* first, const float* second, float fraction, T* dst) const {
+    const bool copies = first == second;
+    forVectors<float>(0, group_.dstElements, [&](auto d, std::ptrdiff_t x) {
+      auto value = hn::LoadU(d, first + x);
+      if (!copies)
+        value = hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
+                        hn::Mul(hn::Set(d, 1 - fraction), value));
+      if constexpr (std::is_same_v<T, float>) {
+        storePixels(d, value, dst + x);
+      } else {
+        const hn::RebindToSigned<decltype(d)> d32;
+        const auto whole = hn::ConvertTo(d32, value);
+        const hn::Rebind<Work, decltype(d)> dWork;
+        if constexpr (sizeof(Work) == 2) {
+          storePixels(dWork, hn::DemoteTo(dWork, whole), dst + x);
+        } else {
+          storePixels(dWork, whole, dst + x);
+        }
+      }
+    });
+  }
+
+  const Job<T>& job_;
+  const Group<T, kChannels>& group_;
+  const Sums& sums_;
+  std::uint8_t* memory_;
+  ExtendedImage<T, kChannels> image_;
+  std::ptrdiff_t nextRow_ = 0;
+  std::ptrdiff_t betweenCount_ = 0;
+  std::ptrdiff_t sampledNumber_[2] = {-1, -1};
+};
+
+// Calls run(sums) with the arithmetic for a kernel.
+template <class T, class Run>
+void withSums(const LayerState& state, const Run& run) {
+  const auto* kernel = static_cast<const KernelElement<T>*>(state.pKernel);
+  const auto withTaps = [&](auto taps) {
+    if constexpr (std::is_same_v<T, std::uint8_t>) {
+      run(ByteSums<decltype(taps)::value>{kernel, {state.kerSize}});
+    } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+      run(WordSums<decltype(taps)::value>{kernel, {state.kerSize}});
+    } else {
+      run(FloatSums<decltype(taps)::value>{kernel, {state.kerSize}});
+    }
+  };
+  if constexpr (std::is_same_v<T, std::uint8_t>) {
+    if (BinomialSums::fits(kernel, state.kerSize)) return run(BinomialSums());
+  }
+  switch (state.kerSize) {
+    case 3:
+      return withTaps(std::integral_constant<int, 3>());
+    case 5:
+      return withTaps(std::integral_constant<int, 5>());
+    default:
+      return withTaps(std::integral_constant<int, 0>());
+  }
+}
+
+// The size of the level below a source; `listed` tells whether it stands in the state's list of levels.
+RvpiSize expectedSize(const LayerState& state, RvpiSize srcRoi, bool& listed) {
+  const RvpiSize* found = nullptr;
+  const std::int32_t count = state.pLevels == nullptr ? 0 : state.levelCount;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const RvpiSize& level = state.pLevels[i];
+    if (level.height != srcRoi.height) continue;
+    if (found == nullptr || level.width == srcRoi.width) found = &level;
+    if (level.width == srcRoi.width) break;
+  }
+  listed = found != nullptr;
+  return listed ? found[1] : sizeBelow(srcRoi, state.rate);
+}
+
+template <class T, int kChannels>
+RvpStatus layerDown(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstStep, RvpiSize dstRoi,
+                    const RvpiPyramidDownState* pState) {
+  if (RvpStatus fault = badCall<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState)) return fault;
+  bool listed = false;
+  if (!sameSize(expectedSize(*pState, srcRoi, listed), dstRoi)) return rvpStatusBadSize;
+  if ((!listed && pState->ready != 1) || pState->dataType != kDataType<T>) return rvpStatusBadArgument;
+
+  const Job<T> job = {pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState};
+  const Group<T, kChannels> group(job);
+  const std::int64_t groups = pState->workBytes / group.bytes();
+  if (groups < 1) return rvpStatusBadSize;
+  withSums<T>(*pState, [&](const auto& sums) {
+    const auto work = [&](Slice slice) {
+      Worker<kChannels, std::remove_cvref_t<decltype(sums)>> worker(job, group, sums,
+                                                                    pState->pWork + slice.thread * group.bytes());
+      worker.run(slice);
+    };
+    const std::int64_t pixels = std::int64_t{srcRoi.width} * srcRoi.height;
+    if (pixels < kTeamPixels) return work(Slice{0, dstRoi.height});
+    forSlices(dstRoi.height, work, static_cast<int>(std::min<std::int64_t>(ownGetNumThreads(), groups)));
+  });
+  return rvpStatusOk;
+}
+
+bool isLarge(RvpiSize roiSize, int kerSize) { return roiSize.width > kerSize && roiSize.height > kerSize; }
+
+// The contract's size of a block, with room for a whole working image of 16-bit or 32-bit samples, and for rows of
+// a team of `threads`. What a call takes is less: at most the ring, with a row for each tap, seven rows of 32-bit
+// elements, and what aligns them.
+template <class T, int kChannels>
+int downBytes(RvpiSize roiSize, int kerSize, int levels, int threads) {
+  const double k = kerSize;
+  const double h = kerSize / 2;
+  const double width = static_cast<double>(kChannels) * roiSize.width;
+  const double height = roiSize.height;
+  const double sample = sizeof(T) == 1 ? 2 : 4;
+  const double kernelBytes = k * sizeof(KernelElement<T>);
+  if (!isLarge(roiSize, kerSize)) {
+    const double a8 = roundedUp(width, 8);
+    return reportedSize(k * (4 * a8 + 72) + kernelBytes + 160 +
+                        4 * (sample / 2 * (k + height) * (k + a8) + std::max(a8, height)) + 2 * k * (h + k) + 104);
+  }
+  const double a = std::max(2 * k, width);
+  const double b = height > 2 * k ? height : 2 * k;
+  const double a4 = roundedUp(a, 4);
+  const double p = sample * roundedUp(a, 8) * b;
+  const double q = 96 * h + k * (2 * (h + k) + 4 * a4 + 126);
+  const double r = 4 * std::max(a4, b);
+  return reportedSize((threads - 1) * (p + q + r + 264) + q + kernelBytes + p + r + 192 + 8.0 * levels + 200 + 8);
+}
+
+template <class T, int kChannels>
+RvpStatus downSize(RvpiSize roiSize, int kerSize, int* pStateSize, int* pBufferSize, float rate) {
+  if (RvpStatus fault = firstFault(nullPointer(pStateSize, pBufferSize), badLayer(roiSize, rate, kerSize)))
+    return fault;
+  *pStateSize = downBytes<T, kChannels>(
+      roiSize, kerSize, levelsBelow(roiSize, rate, std::numeric_limits<int>::max()), owncvGetNumThreads());
+  *pBufferSize = reportedSize(8.0 * std::max(roiSize.width, roiSize.height));
+  return rvpStatusOk;
+}
+
+template <class T, int kChannels>
+RvpStatus initDown(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate, const KernelElement<T>* pKernel,
+                   int kerSize, RvpiPyramidMode mode, std::uint8_t* pMem, std::uint8_t* pBuffer) {
+  using K = KernelElement<T>;
+  const bool large = isLarge(roiSize, kerSize);
+  if (RvpStatus fault =
+          firstFault(faultIf(mode != rvpiPyramidLinear, rvpStatusBadArgument), nullPointer(ppState, pKernel),
+                     nullPointer(pMem), faultIf(large && pBuffer == nullptr, rvpStatusNullPointer),
+                     badLayer(roiSize, rate, kerSize)))
+    return fault;
+  // The list of levels goes to the scratch first, as only its end tells how long it is.
+  int levels = 0;
+  if (large) {
+    for (RvpiSize size = roiSize;; size = sizeBelow(size, rate), ++levels) {
+      std::memcpy(pBuffer + std::ptrdiff_t{levels} * static_cast<std::ptrdiff_t>(sizeof(size)), &size,
+                  sizeof(size));
+      if (isLastLevel(size)) break;
+    }
+  }
+  // Whatever team the size was asked for, there is room for one thread.
+  const int bytes = downBytes<T, kChannels>(roiSize, kerSize, levels, 1);
+  auto* state = layOutState<T, RvpiPyramidDownState>(pMem, bytes, roiSize, rate, kerSize, large ? levels + 1 : 0);
+  if (large) {
+    std::memcpy(state->pLevels, pBuffer, (static_cast<std::size_t>(levels) + 1) * sizeof(RvpiSize));
+    state->levelCount = levels;
+    state->pThreadData = state->pWork;
+  }
+  const auto sum = kernelSum(pKernel, kerSize / 2);
+  const RvpStatus status = storeKernel(pKernel, kerSize, static_cast<K*>(state->pKernel), [&](K k) {
+    if constexpr (std::is_same_v<K, float>) {
+      return std::abs(sum) > kNegligible ? k / sum : k;
+    } else {
+      return sum == 0 ? k : static_cast<K>((std::int64_t{k} * (1 << 14) / sum) >> 1);
+    }
+  });
+  *ppState = state;
+  return status;
+}
+
+}  // namespace
+}  // namespace rvp::n8
+
+#define RVP_LAYER_DOWN(TYPE, T, K, CHANNELS)                                                                    \
+  RvpStatus rvpiPyramidLayerDownGetSize_##TYPE##_C##CHANNELS##R(RvpiSize roiSize, int kerSize, int* pStateSize, \
+                                                                int* pBufferSize, float rate) {                 \
+    return rvp::n8::downSize<T, CHANNELS>(roiSize, kerSize, pStateSize, pBufferSize, rate);                     \
+  }                                                                                                             \
+  RvpStatus rvpiPyramidLayerDownInit_##TYPE##_C##CHANNELS##R(                                                   \
+      RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate, const K* pKernel, int kerSize,              \
+      RvpiPyramidMode mode, uint8_t* pMem, uint8_t* pBuffer) {                                                  \
+    return rvp::n8::initDown<T, CHANNELS>(ppState, roiSize, rate, pKernel, kerSize, mode, pMem, pBuffer);       \
+  }                                                                                                             \
+  RvpStatus rvpiPyramidLayerDown_##TYPE##_C##CHANNELS##R(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst,  \
+                                                         int dstStep, RvpiSize dstRoi,                          \
+                                                         RvpiPyramidDownState* pState) {                        \
+    return rvp::n8::layerDown<T, CHANNELS>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState);               \
+  }
+
+extern "C" {
+
+RVP_LAYER_DOWN(8u, uint8_t, int16_t, 1)
+RVP_LAYER_DOWN(8u, uint8_t, int16_t, 3)
+RVP_LAYER_DOWN(16u, uint16_t, int16_t, 1)
+RVP_LAYER_DOWN(16u, uint16_t, int16_t, 3)
+RVP_LAYER_DOWN(32f, float, float, 1)
+RVP_LAYER_DOWN(32f, float, float, 3)
+
+}  // extern "C"

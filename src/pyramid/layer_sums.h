@@ -1,0 +1,219 @@
+// Sums of lines of samples with the coefficients of a symmetric kernel: the arithmetic of a down layer.
+//
+// Line i of the column pass is a filtered row; in the row pass it is the extended source row, moved on by i pixels.
+// Where only every second pixel is wanted, lines are rows of the even or the odd pixels. So both passes are
+//
+//   out[x] = kernel[0] * line(0)[x] + kernel[1] * line(1)[x] + ...
+//
+// `emit` gets the tag, the lanes and the place of each vector of results.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "filter/separable.h"
+#include "frame/simd.h"
+
+namespace rvp::n8 {
+
+// The kernel's length where the compiler should know it, else 0.
+template <int kTaps>
+struct Taps {
+  int count;
+  constexpr int size() const { return kTaps == 0 ? count : kTaps; }
+  constexpr int centre() const { return size() / 2; }
+};
+
+// Filtered integers have 3 fractional bits, which leave the pixel rounded to nearest, ties up. A value near the end
+// of its range must not wrap: it is saturated, or halved before it is rounded, which comes to the same.
+constexpr int kFractionBits = 3;
+
+template <class T, class D>
+void storePixels(D d, hn::Vec<D> value, T* dst) {
+  if constexpr (std::is_same_v<T, std::uint8_t>) {
+    static_assert(sizeof(hn::TFromD<D>) == 2);
+    const auto half = hn::Set(d, 1 << (kFractionBits - 1));
+    const hn::Rebind<T, D> dT;
+    hn::StoreU(hn::DemoteTo(dT, hn::ShiftRight<kFractionBits>(hn::SaturatedAdd(value, half))), dT, dst);
+  } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+    const auto rounded = hn::ShiftRight<1>(hn::Add(hn::ShiftRight<kFractionBits - 1>(value), hn::Set(d, 1)));
+    const hn::Rebind<T, D> dT;
+    hn::StoreU(hn::DemoteTo(dT, rounded), dT, dst);
+  } else {
+    hn::StoreU(value, d, dst);
+  }
+}
+
+// Bytes with any kernel: products of 16-bit integers, whose 32-bit sums wrap, shifted and saturated to 16 bits.
+template <int kTaps>
+struct ByteSums {
+  using Src = std::uint8_t;
+  using Row = std::int16_t;
+  using Work = std::int16_t;
+  static constexpr int kRowShift = 8;
+  static constexpr int kColumnShift = 15;
+
+  const std::int16_t* kernel;
+  Taps<kTaps> taps;
+
+  template <class Lines>
+  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
+    sums<kRowShift>(count, lines, [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
+  }
+  template <class Lines, class Emit>
+  void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    sums<kColumnShift>(count, lines, emit);
+  }
+
+ private:
+  // Coefficients i and i + 1 in one; behind the last there is a zero.
+  std::int32_t pair(int i) const {
+    std::int32_t both;
+    std::memcpy(&both, kernel + i, sizeof(both));
+    return both;
+  }
+
+  template <int kShift, class Lines, class Emit>
+  void sums(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+      using D = decltype(d);
+      if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::RepartitionToWide<D> d32;
+        auto low = hn::Zero(d32);
+        auto high = low;
+        for (int i = 0; i < taps.size(); i += 2) {
+          const auto even = loadAs(d, lines(i) + x);
+          const auto odd = i + 1 < taps.size() ? loadAs(d, lines(i + 1) + x) : hn::Zero(d);
+          const auto both = hn::BitCast(d, hn::Set(d32, pair(i)));
+          auto unused = hn::Zero(d32);
+          low = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d, even, odd), both, low, unused);
+          high = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d, even, odd), both, high, unused);
+        }
+        // Both the interleaving and the narrowing work on halves of 16 bytes, so that lanes come out in order.
+        emit(d, hn::ReorderDemote2To(d, hn::ShiftRight<kShift>(low), hn::ShiftRight<kShift>(high)), x);
+      } else {
+        const hn::Rebind<std::int32_t, D> d32;
+        auto sum = hn::Zero(d32);
+        for (int i = 0; i < taps.size(); ++i)
+          sum = hn::Add(
+              sum, hn::Mul(hn::PromoteTo(d32, loadAs(d, lines(i) + x)), hn::Set(d32, std::int32_t{kernel[i]})));
+        emit(d, hn::DemoteTo(d, hn::ShiftRight<kShift>(sum)), x);
+      }
+    });
+  }
+};
+
+// Bytes with the kernel 1 4 6 4 1, whose coefficients are 512, 2048 and 3072. With R the plain weighted sum of a
+// row, the row's value in ByteSums is 512 R >> 8 = 2 R, with nothing lost, and with T the weighted sum of such R
+// the column's is 512 * 2 T >> 15 = T >> 5. R is at most 16 * 255 and T at most 16 * R = 65280, so 16 bits hold
+// them: for every image, rate and border these are the bytes that ByteSums gives. At rate 2 a pixel is
+// ((T >> 5) + 4) >> 3 = (T + 128) >> 8.
+struct BinomialSums {
+  using Src = std::uint8_t;
+  using Row = std::int16_t;
+  using Work = std::int16_t;
+
+  // Whether a normalised kernel is this one; 2 8 12 8 2 is as well.
+  static bool fits(const std::int16_t* kernel, int kerSize) {
+    return kerSize == 5 && kernel[0] == 512 && kernel[1] == 2048 && kernel[2] == 3072;
+  }
+
+  template <class Lines>
+  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
+    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) { hn::StoreU(sum(d, lines, x), d, dst + x); });
+  }
+  template <class Lines, class Emit>
+  void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+      const hn::RebindToUnsigned<decltype(d)> du;
+      emit(d, hn::BitCast(d, hn::ShiftRight<5>(hn::BitCast(du, sum(d, lines, x)))), x);
+    });
+  }
+
+ private:
+  // Wraps as a signed number where T passes 2^15.
+  template <class D, class Lines>
+  static hn::Vec<D> sum(D d, const Lines& lines, std::ptrdiff_t x) {
+    const auto at = [&](int i) { return loadAs(d, lines(i) + x); };
+    const auto inner = hn::Add(hn::Add(at(1), at(3)), at(2));
+    return hn::Add(hn::Add(at(0), at(4)), hn::Add(hn::ShiftLeft<2>(inner), hn::ShiftLeft<1>(at(2))));
+  }
+};
+
+// 16-bit words: 32-bit sums along the row, which wrap; so they are at most 2^21 in magnitude after the shift. Down
+// the column products of that and 15 bits are summed in double, exactly up to 2^16 taps.
+template <int kTaps>
+struct WordSums {
+  using Src = std::uint16_t;
+  using Row = std::int32_t;
+  using Work = std::int32_t;
+
+  const std::int16_t* kernel;
+  Taps<kTaps> taps;
+
+  template <class Lines>
+  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
+    forVectors<std::int32_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+      const int c = taps.centre();
+      auto sum = hn::Mul(loadAs(d, lines(c) + x), hn::Set(d, std::int32_t{kernel[c]}));
+      for (int i = 0; i < c; ++i) {
+        const auto both = hn::Add(loadAs(d, lines(i) + x), loadAs(d, lines(2 * c - i) + x));
+        sum = hn::Add(sum, hn::Mul(both, hn::Set(d, std::int32_t{kernel[i]})));
+      }
+      hn::StoreU(hn::ShiftRight<10>(sum), d, dst + x);
+    });
+  }
+
+  template <class Lines, class Emit>
+  void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    forVectors<double>(0, count, [&](auto d, std::ptrdiff_t x) {
+      const hn::Rebind<std::int32_t, decltype(d)> d32;
+      const int c = taps.centre();
+      const auto term = [&](hn::Vec<decltype(d32)> samples, int i) {
+        return hn::Mul(hn::PromoteTo(d, samples), hn::Set(d, static_cast<double>(kernel[i])));
+      };
+      auto sum = term(hn::LoadU(d32, lines(c) + x), c);
+      for (int i = 0; i < c; ++i)
+        sum = hn::Add(sum, term(hn::Add(hn::LoadU(d32, lines(i) + x), hn::LoadU(d32, lines(2 * c - i) + x)), i));
+      // Rounded down by way of a positive number; with the sum's fraction that has 44 bits.
+      constexpr double kLimit = 1 << 30;
+      constexpr double kUnit = 1.0 / (1 << 13);
+      const auto limited =
+          hn::Min(hn::Max(hn::Mul(sum, hn::Set(d, kUnit)), hn::Set(d, -kLimit)), hn::Set(d, kLimit - 1));
+      const auto positive = hn::DemoteTo(d32, hn::Add(limited, hn::Set(d, kLimit)));
+      emit(d32, hn::Sub(positive, hn::Set(d32, 1 << 30)), x);
+    });
+  }
+};
+
+// Floats, from the centre outwards.
+template <int kTaps>
+struct FloatSums {
+  using Src = float;
+  using Row = float;
+  using Work = float;
+
+  const float* kernel;
+  Taps<kTaps> taps;
+
+  template <class Lines>
+  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
+    columns(count, lines, [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
+  }
+  template <class Lines, class Emit>
+  void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    forVectors<float>(0, count, [&](auto d, std::ptrdiff_t x) {
+      const int c = taps.centre();
+      auto sum = hn::Mul(hn::LoadU(d, lines(c) + x), hn::Set(d, kernel[c]));
+      for (int i = c - 1; i >= 0; --i) {
+        const auto both = hn::Add(hn::LoadU(d, lines(i) + x), hn::LoadU(d, lines(2 * c - i) + x));
+        sum = hn::Add(sum, hn::Mul(both, hn::Set(d, kernel[i])));
+      }
+      emit(d, sum, x);
+    });
+  }
+};
+
+}  // namespace rvp::n8

@@ -1,0 +1,400 @@
+// Flood fills against the region found pixel by pixel, and range fills against a plain list of spans that forgets.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <tuple>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+enum class Kind { kPlain, kRange, kGradient };
+
+template <class T>
+using Plain1 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, T, RvpiFilledRegion*, std::uint8_t*);
+template <class T>
+using Plain3 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, const T*, RvpiFilledRegion*, std::uint8_t*);
+template <class T>
+using Deltas1 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, T, T, T, RvpiFilledRegion*, std::uint8_t*);
+template <class T>
+using Deltas3 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, const T*, const T*, const T*, RvpiFilledRegion*,
+                              std::uint8_t*);
+
+template <class T>
+struct Members {
+  Plain1<T> plain1[2];
+  Plain3<T> plain3[2];
+  Deltas1<T> range1[2], gradient1[2];
+  Deltas3<T> range3[2], gradient3[2];
+};
+#define MEMBERS(TYPE)                                                                   \
+  {                                                                                     \
+    {rvpiFloodFill_4Con_##TYPE##_C1IR, rvpiFloodFill_8Con_##TYPE##_C1IR},               \
+        {rvpiFloodFill_4Con_##TYPE##_C3IR, rvpiFloodFill_8Con_##TYPE##_C3IR},           \
+        {rvpiFloodFill_Range4Con_##TYPE##_C1IR, rvpiFloodFill_Range8Con_##TYPE##_C1IR}, \
+        {rvpiFloodFill_Grad4Con_##TYPE##_C1IR, rvpiFloodFill_Grad8Con_##TYPE##_C1IR},   \
+        {rvpiFloodFill_Range4Con_##TYPE##_C3IR, rvpiFloodFill_Range8Con_##TYPE##_C3IR}, \
+        {rvpiFloodFill_Grad4Con_##TYPE##_C3IR, rvpiFloodFill_Grad8Con_##TYPE##_C3IR},   \
+  }
+template <class T>
+const Members<T> kMembers;
+template <>
+const Members<std::uint8_t> kMembers<std::uint8_t> = MEMBERS(8u);
+template <>
+const Members<std::uint16_t> kMembers<std::uint16_t> = MEMBERS(16u);
+template <>
+const Members<float> kMembers<float> = MEMBERS(32f);
+
+template <class T>
+struct Fill {
+  Kind kind;
+  bool diagonal;
+  int channels;
+  RvpiPoint seed;
+  T newValue[3], minDelta[3], maxDelta[3];
+
+  RvpStatus call(T* image, int step, RvpiSize size, RvpiFilledRegion* region, std::uint8_t* scratch) const {
+    const Members<T>& all = kMembers<T>;
+    if (kind == Kind::kPlain)
+      return channels == 1 ? all.plain1[diagonal](image, step, size, seed, newValue[0], region, scratch)
+                           : all.plain3[diagonal](image, step, size, seed, newValue, region, scratch);
+    if (channels == 1)
+      return (kind == Kind::kRange ? all.range1 : all.gradient1)[diagonal](
+          image, step, size, seed, newValue[0], minDelta[0], maxDelta[0], region, scratch);
+    return (kind == Kind::kRange ? all.range3 : all.gradient3)[diagonal](image, step, size, seed, newValue,
+                                                                         minDelta, maxDelta, region, scratch);
+  }
+};
+
+int scratchBytes(Kind kind, RvpiSize size) {
+  int bytes = 0;
+  EXPECT_EQ((kind == Kind::kGradient ? rvpiFloodFillGetSize_Grad : rvpiFloodFillGetSize)(size, &bytes),
+            rvpStatusOk);
+  return bytes;
+}
+
+// What a fill does, told plainly. Widths are in pixels.
+template <class T>
+class Reference {
+ public:
+  Reference(const Plane<T>& image, const Fill<T>& fill)
+      : before(image),
+        after(image),
+        fill_(fill),
+        width_(image.width / fill.channels),
+        height_(image.height),
+        isIn_(width_, height_) {
+    if (fill.kind == Kind::kRange) {
+      spans();
+    } else {
+      pixels();
+    }
+    if (region.area > 0) {
+      region.rect = {left_, top_, right_ - left_ + 1, bottom_ - top_ + 1};
+      for (int c = 0; c < fill.channels; ++c) region.value[c] = static_cast<double>(fill.newValue[c]);
+    }
+  }
+
+  Plane<T> before;
+  Plane<T> after;
+  RvpiFilledRegion region = {};
+
+ private:
+  T at(int y, int x, int c) const { return before.at(y, x * fill_.channels + c); }
+  bool all(const std::function<bool(int)>& test) const {
+    for (int c = 0; c < fill_.channels; ++c)
+      if (!test(c)) return false;
+    return true;
+  }
+  bool joins(int y, int x, int fromY, int fromX) const {
+    const auto [sx, sy] = fill_.seed;
+    return all([&, sx = sx, sy = sy](int c) {
+      const T n = at(y, x, c), s = at(sy, sx, c), from = at(fromY, fromX, c);
+      const T lo = fill_.minDelta[c], hi = fill_.maxDelta[c];
+      if (fill_.kind == Kind::kPlain) return n == s;
+      if constexpr (std::is_floating_point_v<T>) {
+        if (fill_.kind == Kind::kRange) return n >= s - lo && n <= s + hi;
+        const float half = (lo + hi) * 0.5f, offset = (lo - hi) * 0.5f;
+        const float sum = n + offset;
+        return std::abs(sum - from) <= half;
+      } else {
+        const int base = fill_.kind == Kind::kRange ? s : from;
+        return n >= base - lo && n <= base + hi;
+      }
+    });
+  }
+  void take(int y, int x) {
+    isIn_.at(y, x) = 1;
+    for (int c = 0; c < fill_.channels; ++c) after.at(y, x * fill_.channels + c) = fill_.newValue[c];
+    if (region.area == 0) {
+      left_ = right_ = x;
+      top_ = bottom_ = y;
+    }
+    region.area += 1;
+    if (fill_.kind != Kind::kRange) include(y, x);
+  }
+  void include(int y, int x) {
+    left_ = std::min(left_, x);
+    right_ = std::max(right_, x);
+    top_ = std::min(top_, y);
+    bottom_ = std::max(bottom_, y);
+  }
+  void pixels() {
+    const auto [sx, sy] = fill_.seed;
+    if (fill_.kind == Kind::kPlain &&
+        all([&, sx = sx, sy = sy](int c) { return at(sy, sx, c) == fill_.newValue[c]; }))
+      return;
+    std::vector<RvpiPoint> open = {fill_.seed};
+    take(sy, sx);
+    while (!open.empty()) {
+      const auto [x, y] = open.back();
+      open.pop_back();
+      for (int dy = -1; dy <= 1; ++dy) {
+        for (int dx = -1; dx <= 1; ++dx) {
+          const int nx = x + dx, ny = y + dy;
+          if ((dx != 0 && dy != 0 && !fill_.diagonal) || nx < 0 || ny < 0 || nx >= width_ || ny >= height_)
+            continue;
+          if (isIn_.at(ny, nx) != 0 || !joins(ny, nx, y, x)) continue;
+          take(ny, nx);
+          open.push_back({nx, ny});
+        }
+      }
+    }
+  }
+  // The list of spans, with what it forgets.
+  void spans() {
+    struct Span {
+      int y, left, right, parentLeft, parentRight, dir;
+    };
+    std::vector<Span> list;
+    const auto [sx, sy] = fill_.seed;
+    const auto free = [&](int y, int x) { return isIn_.at(y, x) == 0 && joins(y, x, y, x); };
+    const auto grow = [&](int y, int x) {
+      take(y, x);
+      int l = x, r = x;
+      while (l > 0 && free(y, l - 1)) take(y, --l);
+      while (r + 1 < width_ && free(y, r + 1)) take(y, ++r);
+      return std::pair{l, r};
+    };
+    const int capacity = width_ * height_ / 4;
+    const auto push = [&](const Span& span) {
+      list.push_back(span);
+      if (static_cast<int>(list.size()) == capacity) list.clear();
+    };
+    const auto [l0, r0] = grow(sy, sx);
+    include(sy, l0);
+    include(sy, r0);
+    if (height_ == 1 || capacity == 1) return;
+    push({sy, l0, r0, r0 + 1, r0, sy == height_ - 1 ? -1 : 1});
+    while (!list.empty()) {
+      const Span s = list.back();
+      list.pop_back();
+      include(s.y, s.left);
+      include(s.y, s.right);
+      const auto look = [&](int y, int first, int last, int dir) {
+        for (int x = first; x < last; ++x) {
+          if (!free(y, x)) continue;
+          const auto [l, r] = grow(y, x);
+          push({y, l, r, s.left, s.right, dir});
+          x = r + 1;
+        }
+      };
+      const int wide = fill_.diagonal ? 1 : 0;
+      const int first = std::max(s.left - wide, 0), last = std::min(s.right + 1 + wide, width_);
+      if (s.y - s.dir >= 0 && s.y - s.dir < height_) look(s.y - s.dir, first, last, s.dir);
+      look(s.y + s.dir, first, s.parentLeft, -s.dir);
+      look(s.y + s.dir, s.parentRight + 1, last, -s.dir);
+    }
+  }
+
+  const Fill<T> fill_;
+  int width_, height_;
+  Plane<std::uint8_t> isIn_;
+  int left_ = 0, top_ = 0, right_ = 0, bottom_ = 0;
+};
+
+template <class T>
+void check(const Plane<T>& image, const Fill<T>& fill, Placing placing, int scratchShift) {
+  if (testing::Test::HasFailure()) return;
+  SCOPED_TRACE("kind " + std::to_string(static_cast<int>(fill.kind)) + ", diagonal " +
+               std::to_string(fill.diagonal) + ", channels " + std::to_string(fill.channels) + ", seed " +
+               std::to_string(fill.seed.x) + " " + std::to_string(fill.seed.y) + ", " +
+               std::to_string(image.width) + " x " + std::to_string(image.height) + ", shift " +
+               std::to_string(scratchShift));
+  const RvpiSize size = {image.width / fill.channels, image.height};
+  const Reference<T> expected(image, fill);
+  Guarded<T> actual(image, placing);
+  Guarded<std::uint8_t> scratch(Plane<std::uint8_t>(scratchBytes(fill.kind, size), 1, 0xA5), {0, scratchShift});
+  RvpiFilledRegion region = {};
+  ASSERT_EQ(fill.call(actual.data(), actual.step(), size, &region, scratch.data()), rvpStatusOk);
+  ASSERT_TRUE(same(expected.after, actual.content()));
+  ASSERT_TRUE(actual.intact());
+  ASSERT_TRUE(scratch.intact());
+  EXPECT_EQ(std::memcmp(&region, &expected.region, sizeof region), 0)
+      << region.area << ", not " << expected.region.area;
+}
+
+template <class T>
+void checkAllKinds(const Plane<T>& one, const Plane<T>& three, RvpiPoint seed, T delta, Placing placing,
+                   int shift) {
+  for (const Kind kind : {Kind::kPlain, Kind::kRange, Kind::kGradient}) {
+    for (const bool diagonal : {false, true}) {
+      const auto value = static_cast<T>(200);
+      const auto more = static_cast<T>(delta + delta);
+      check<T>(one, {kind, diagonal, 1, seed, {value, 0, 0}, {delta}, {more}}, placing, shift);
+      check<T>(three, {kind, diagonal, 3, seed, {value, 201, 202}, {delta, more, delta}, {more, delta, delta}},
+               placing, shift);
+    }
+  }
+}
+
+// Few values in coarse and fine patches, so that regions have all kinds of shapes.
+template <class T>
+Plane<T> patches(int width, int height, int channels, unsigned seed, unsigned values) {
+  const Plane<std::uint32_t> noise = randomPlane<std::uint32_t>(width, height, seed);
+  Plane<T> image(width * channels, height);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      for (int c = 0; c < channels; ++c) {
+        const std::uint32_t pick = noise.at(y, x) >> 9U;
+        const std::uint32_t at = pick % 3 == 0 ? pick / 64 : noise.at(y / 2 * 2, x / 7 * 7) >> 15U;
+        image.at(y, x * channels + c) = static_cast<T>((at >> (2 * c)) % values);
+      }
+    }
+  }
+  return image;
+}
+
+template <class T>
+void sweep() {
+  sweepSmall([](const Shape& shape) {
+    for (const unsigned values : {2U, 3U, 6U}) {
+      const int height = shape.height + static_cast<int>(values) * 2 - 4;
+      const auto x = static_cast<std::int32_t>(shape.seed * 7 % static_cast<unsigned>(shape.width));
+      const auto y = static_cast<std::int32_t>((shape.seed + values) % static_cast<unsigned>(height));
+      checkAllKinds<T>(patches<T>(shape.width, height, 1, shape.seed, values),
+                       patches<T>(shape.width, height, 3, shape.seed, values), {x, y}, static_cast<T>(values / 3),
+                       shape.placing, static_cast<int>(shape.seed % 9));
+    }
+  });
+}
+
+TEST(Flood, FillsTheRegionOfEveryWidth8u) { sweep<std::uint8_t>(); }
+TEST(Flood, FillsTheRegionOfEveryWidth16u) { sweep<std::uint16_t>(); }
+TEST(Flood, FillsTheRegionOfEveryWidth32f) { sweep<float>(); }
+
+// Shapes with as many pending spans as can be, in images of all small sizes, with scratch at every address.
+TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
+  using Shape8u = std::function<bool(int, int)>;
+  const std::vector<Shape8u> shapes = {
+      [](int y, int x) { return (x + y) % 2 == 0; },                      // checkerboard
+      [](int y, int x) { return y == 1 || x % 2 == 0; },                  // comb with teeth on both sides
+      [](int y, int x) { return x == 1 || y % 2 == 0; },                  // the same on its side
+      [](int y, int x) { return (x * 7 + y * 5) % 8 < 4 || y % 5 == 2; }  // islands
+  };
+  int shift = 0;
+  for (const auto& [width, height] : {std::pair{3, 3},
+                                      {1, 2},
+                                      {1, 3},
+                                      {2, 2},
+                                      {2, 3},
+                                      {24, 3},
+                                      {5, 5},
+                                      {33, 31},
+                                      {64, 3},
+                                      {1, 50},
+                                      {50, 1},
+                                      {70, 9},
+                                      {9, 70},
+                                      {31, 2}}) {
+    for (const Shape8u& shape : shapes) {
+      Plane<std::uint8_t> one(width, height);
+      Plane<std::uint8_t> three(3 * width, height);
+      // In stripes of `slope` neighbours in a row are never alike, so that each pixel is a span to a gradient.
+      Plane<std::uint8_t> slope(width, height);
+      for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+          const auto value = static_cast<std::uint8_t>(shape(y, x) ? 10 : 90);
+          one.at(y, x) = value;
+          for (int c = 0; c < 3; ++c) three.at(y, 3 * x + c) = value;
+          slope.at(y, x) = static_cast<std::uint8_t>(y == height / 2 ? 60 : (x % 2) * 60 + 30);
+        }
+      }
+      for (const auto& [x, y] : {std::pair{0, 0}, {width / 2, height / 2}, {std::min(1, width - 1), height - 1}}) {
+        checkAllKinds<std::uint8_t>(one, three, {x, y}, 2, {}, shift++ % 16);
+        for (const bool diagonal : {false, true})
+          check<std::uint8_t>(slope, {Kind::kGradient, diagonal, 1, {x, y}, {7}, {30}, {30}}, {}, shift++ % 16);
+      }
+    }
+  }
+}
+
+TEST(Flood, ClampsIntegerRangesAndRoundsFloatGradients) {
+  check<std::uint8_t>(patches<std::uint8_t>(40, 9, 1, 5, 3), {Kind::kGradient, true, 1, {3, 3}, {99}, {255}, {255}},
+                      {}, 0);
+  Plane<std::uint8_t> extremes = randomPlane<std::uint8_t>(50, 12, 8);
+  extremes.at(4, 7) = 250;
+  check<std::uint8_t>(extremes, {Kind::kRange, true, 1, {7, 4}, {1}, {200}, {200}}, {}, 1);
+  Plane<float> image = randomPlane<float>(60, 20, 9, true);
+  check<float>(image, {Kind::kGradient, false, 1, {30, 9}, {1.0f}, {700.1f}, {333.3f}}, {}, 2);
+  check<float>(image, {Kind::kRange, true, 1, {30, 9}, {5000.0f}, {900.1f}, {933.3f}}, {}, 3);
+  image.at(9, 30) = std::numeric_limits<float>::quiet_NaN();
+  for (const Kind kind : {Kind::kPlain, Kind::kRange, Kind::kGradient})
+    check<float>(image, {kind, true, 1, {30, 9}, {1.0f}, {1e9f}, {1e9f}}, {}, 4);
+}
+
+TEST(Flood, Fills32s) {
+  Plane<std::int32_t> image(5, 2, -7);
+  image.at(0, 2) = image.at(1, 1) = 70000;
+  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(scratchBytes(Kind::kPlain, {5, 2})));
+  RvpiFilledRegion region = {};
+  ASSERT_EQ(rvpiFloodFill_4Con_32s_C1IR(&image.at(0, 0), 20, {5, 2}, {0, 0}, 9, &region, scratch.data()),
+            rvpStatusOk);
+  EXPECT_EQ(region.area, 3);
+  EXPECT_EQ(rvpiFloodFill_8Con_32s_C1IR(&image.at(0, 0), 20, {5, 2}, {2, 0}, -7, &region, scratch.data()),
+            rvpStatusOk);
+  EXPECT_EQ(region.area, 2);
+  EXPECT_EQ(region.rect.width, 2);
+  EXPECT_EQ(region.value[0], -7.0);
+}
+
+TEST(Flood, ChecksInOrder) {
+  Plane<float> image(12, 4, 5.0f);
+  const float value[] = {5, 5, 5};
+  const float bad[] = {0, -1, 0};
+  std::uint8_t scratch[4096];
+  RvpiFilledRegion region = {-3, {}, {}};
+  const auto call = [&](float* pixels, int step, RvpiSize size, RvpiPoint seed, const float* delta,
+                        Deltas3<float> fill) {
+    return fill(pixels, step, size, seed, value, delta, value, &region, scratch);
+  };
+  float* const pixels = &image.at(0, 0);
+  for (const Deltas3<float> fill : {rvpiFloodFill_Grad4Con_32f_C3IR, rvpiFloodFill_Range8Con_32f_C3IR}) {
+    EXPECT_EQ(call(pixels, 48, {0, 4}, {0, 0}, nullptr, fill), rvpStatusNullPointer);
+    EXPECT_EQ(call(pixels, 47, {4, 0}, {0, 0}, value, fill), rvpStatusBadSize);
+    EXPECT_EQ(call(pixels, 47, {4, 4}, {9, 0}, value, fill), rvpStatusBadStep);
+    EXPECT_EQ(call(pixels, 50, {4, 4}, {9, 0}, value, fill), rvpStatusStepNotMultiple);
+    EXPECT_EQ(call(pixels, 48, {4, 4}, {4, 0}, value, fill), rvpStatusOutOfRange);
+    EXPECT_EQ(call(pixels, 48, {4, 4}, {0, -1}, value, fill), rvpStatusOutOfRange);
+  }
+  EXPECT_EQ(call(pixels, 48, {4, 4}, {0, 0}, bad, rvpiFloodFill_Grad8Con_32f_C3IR), rvpStatusOutOfRange);
+  EXPECT_EQ(call(pixels, 48, {4, 4}, {0, 0}, value, rvpiFloodFill_Range4Con_32f_C3IR), rvpStatusBadArgument);
+  EXPECT_EQ(rvpiFloodFill_4Con_32f_C3IR(pixels, 48, {4, 4}, {0, 0}, value, &region, scratch), rvpStatusOk);
+  EXPECT_EQ(region.area, -3);
+  std::uint8_t byte = 1;
+  EXPECT_EQ(rvpiFloodFill_4Con_8u_C1IR(&byte, 20000, {20000, 20000}, {0, 0}, 2, &region, scratch),
+            rvpStatusSizeOverflow);
+  int bytes = 0;
+  EXPECT_EQ(rvpiFloodFillGetSize({0, 1}, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiFloodFillGetSize_Grad({0, 1}, &bytes), rvpStatusBadSize);
+  EXPECT_EQ(scratchBytes(Kind::kPlain, {7, 5}), 242);
+  EXPECT_EQ(scratchBytes(Kind::kGradient, {7, 5}), 687);
+}
+
+}  // namespace

@@ -1,0 +1,201 @@
+// Speckles against a search from each pixel, one after the other, over an image that changes meanwhile.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "rvpcv.h"
+#include "support/compare.h"
+#include "support/regions.h"
+#include "support/sweep.h"
+
+namespace {
+
+using namespace test;
+
+template <class T>
+struct Setting {
+  T value;
+  int maxSize;
+  T maxDifference;
+};
+
+template <class T>
+Plane<T> expectedImage(Plane<T> image, const Setting<T>& setting) {
+  Plane<int> labels(image.width, image.height);
+  std::vector<bool> isSpeckle = {false};
+  const auto isSimilar = [&](T p, T q) {
+    if constexpr (std::is_floating_point_v<T>) {
+      return std::fabs(p - q) <= setting.maxDifference;
+    } else {
+      return std::abs(int{p} - int{q}) <= int{setting.maxDifference};
+    }
+  };
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      if (image.at(y, x) == setting.value) continue;
+      if (labels.at(y, x) == 0) {
+        const auto label = static_cast<int>(isSpeckle.size());
+        int size = 1;
+        labels.at(y, x) = label;
+        forNeighbours(image, false, {y, x}, [&](Place from, Place to) {
+          const T there = image.at(to.y, to.x);
+          if (labels.at(to.y, to.x) != 0 || there == setting.value || !isSimilar(image.at(from.y, from.x), there))
+            return false;
+          labels.at(to.y, to.x) = label;
+          ++size;
+          return true;
+        });
+        isSpeckle.push_back(size <= setting.maxSize);
+      }
+      if (isSpeckle[static_cast<std::size_t>(labels.at(y, x))]) image.at(y, x) = setting.value;
+    }
+  }
+  return image;
+}
+
+template <class T>
+constexpr RvpDataType kType = std::is_same_v<T, std::uint8_t>    ? rvp8u
+                              : std::is_same_v<T, std::uint16_t> ? rvp16u
+                              : std::is_same_v<T, std::int16_t>  ? rvp16s
+                                                                 : rvp32f;
+
+int bufferSize(RvpiSize size, RvpDataType type) {
+  int bytes = 0;
+  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize(size, type, 1, &bytes), rvpStatusOk);
+  return bytes;
+}
+
+template <class T>
+RvpStatus mark(T* image, int step, RvpiSize size, const Setting<T>& s, RvpiConnectivity norm,
+               std::uint8_t* buffer) {
+  if constexpr (std::is_same_v<T, std::uint8_t>) {
+    return rvpiMarkSpeckles_8u_C1IR(image, step, size, s.value, s.maxSize, s.maxDifference, norm, buffer);
+  } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+    return rvpiMarkSpeckles_16u_C1IR(image, step, size, s.value, s.maxSize, s.maxDifference, norm, buffer);
+  } else if constexpr (std::is_same_v<T, std::int16_t>) {
+    return rvpiMarkSpeckles_16s_C1IR(image, step, size, s.value, s.maxSize, s.maxDifference, norm, buffer);
+  } else {
+    return rvpiMarkSpeckles_32f_C1IR(image, step, size, s.value, s.maxSize, s.maxDifference, norm, buffer);
+  }
+}
+
+template <class T>
+void checkOne(const Plane<T>& content, Placing placing, int shift, const Setting<T>& setting) {
+  Guarded<T> image(content, placing);
+  Guarded<std::uint8_t> scratch(Plane<std::uint8_t>(bufferSize(image.size(), kType<T>), 1, 0xEE), {0, shift});
+  ASSERT_EQ(mark(image.data(), image.step(), image.size(), setting, rvpConnect4, scratch.data()), rvpStatusOk);
+  ASSERT_TRUE(same(expectedImage(content, setting), image.content()));
+  ASSERT_TRUE(image.intact());
+  ASSERT_TRUE(scratch.intact());
+}
+
+// Few values, so that there are links of all kinds, and among them the type's extremes.
+template <class T>
+Plane<T> levels(int width, int height, unsigned seed, int count) {
+  const Plane<std::uint16_t> noise = randomPlane<std::uint16_t>(width, height, seed);
+  using Limits = std::numeric_limits<T>;
+  const T extremes[] = {Limits::max(), Limits::lowest(), std::is_floating_point_v<T> ? Limits::quiet_NaN() : T{1},
+                        std::is_floating_point_v<T> ? Limits::infinity() : T{2}, static_cast<T>(-T{})};
+  Plane<T> plane(width, height);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const int pick = noise.at(y, x) >> 3;
+      plane.at(y, x) = pick % 29 < 5 ? extremes[pick % 29] : static_cast<T>(pick / 29 % count);
+    }
+  }
+  return plane;
+}
+
+template <class T>
+class MarkSpeckles : public testing::Test {};
+using Types = testing::Types<std::uint8_t, std::uint16_t, std::int16_t, float>;
+TYPED_TEST_SUITE(MarkSpeckles, Types);
+
+TYPED_TEST(MarkSpeckles, OverwritesSmallBlobsForEveryWidth) {
+  using T = TypeParam;
+  constexpr auto kMax = std::numeric_limits<T>::max();
+  sweepSmall([](const Shape& shape) {
+    for (const int count : {2, 5}) {
+      const Plane<T> image = levels<T>(shape.width, 2 * shape.height, shape.seed, count);
+      for (const Setting<T>& setting :
+           {Setting<T>{0, 3, 0}, {1, 9, 1}, {3, 40, 1}, {7, 0, 1}, {0, 1, kMax}, {kMax, 5, static_cast<T>(-1)}})
+        checkOne(image, shape.placing, static_cast<int>(shape.seed % 13), setting);
+    }
+  });
+}
+
+TYPED_TEST(MarkSpeckles, FollowsBlobsThroughLargeImages) {
+  using T = TypeParam;
+  for (const int count : {2, 3, 9}) {
+    for (const int maxSize : {-1, 1, 30, 4000, std::numeric_limits<int>::max()})
+      checkOne(levels<T>(211, 75, 40, count), {3, 1}, 1, {1, maxSize, 1});
+  }
+  for (const Pattern pattern : kPatterns) {
+    const Plane<std::uint8_t> shape = patternPlane(pattern, 131, 40);
+    Plane<T> image(131, 40);
+    for (std::size_t i = 0; i < image.elements.size(); ++i)
+      image.elements[i] = static_cast<T>(shape.elements[i] + i % 2);
+    for (const int maxSize : {1, 20, 2000, 6000}) checkOne(image, {}, 5, {7, maxSize, 1});
+  }
+}
+
+// Nothing is asked of the step: rows may go upwards, and begin between two elements.
+TYPED_TEST(MarkSpeckles, TakesAnyStep) {
+  using T = TypeParam;
+  const Plane<T> image = levels<T>(70, 9, 3, 3);
+  const Setting<T> setting = {1, 4, 1};
+  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(bufferSize({70, 9}, kType<T>)));
+  for (const int step : {-560, 283}) {
+    std::vector<std::uint8_t> memory(10 * 560);
+    std::uint8_t* const first = memory.data() + (step < 0 ? 8 * 560 : 0);
+    for (int y = 0; y < 9; ++y) std::memcpy(first + y * step, image.row(y), 70 * sizeof(T));
+    ASSERT_EQ(mark(reinterpret_cast<T*>(first), step, {70, 9}, setting, rvpConnect4, scratch.data()), rvpStatusOk);
+    Plane<T> result(70, 9);
+    for (int y = 0; y < 9; ++y) std::memcpy(&result.at(y, 0), first + y * step, 70 * sizeof(T));
+    ASSERT_TRUE(same(expectedImage(image, setting), result));
+  }
+}
+
+TYPED_TEST(MarkSpeckles, StaysWithinItsMemory) {
+  using T = TypeParam;
+  for (const Cliff cliff : {Cliff::before, Cliff::behind}) {
+    for (const int width : {1, 2, 63, 64, 65, 200}) {
+      Plane<T> content(width, 3);
+      for (std::size_t i = 0; i < content.elements.size(); ++i) content.elements[i] = static_cast<T>(i % 11 * 9);
+      OnCliff<T> image(content, cliff);
+      OnCliff<std::uint8_t> scratch(Plane<std::uint8_t>(bufferSize(image.size(), kType<T>), 1), cliff);
+      const Setting<T> setting = {1, 4, 1};
+      ASSERT_EQ(mark(image.data(), image.step(), image.size(), setting, rvpConnect4, scratch.data()), rvpStatusOk);
+      ASSERT_TRUE(same(expectedImage(content, setting), image.content()));
+    }
+  }
+}
+
+TYPED_TEST(MarkSpeckles, ChecksInOrder) {
+  using T = TypeParam;
+  T image[4] = {9};
+  std::uint8_t buffer[200];
+  const Setting<T> setting = {1, 4, 1};
+  EXPECT_EQ(mark<T>(nullptr, 0, {0, 1}, setting, 0, buffer), rvpStatusNullPointer);
+  EXPECT_EQ(mark<T>(image, 0, {0, 1}, setting, 0, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(mark<T>(image, 0, {0, 1}, setting, 0, buffer), rvpStatusBadSize);
+  EXPECT_EQ(mark<T>(image, 0, {1, 0}, setting, 0, buffer), rvpStatusBadSize);
+  EXPECT_EQ(mark<T>(image, 0, {4, 1}, setting, 0, buffer), rvpStatusBadNorm);
+  EXPECT_EQ(mark<T>(image, 0, {4, 1}, setting, 2, buffer), rvpStatusBadNorm);
+  EXPECT_EQ(image[0], T{9});
+  EXPECT_EQ(mark<T>(image, 0, {4, 1}, setting, rvpConnect4, buffer), rvpStatusOk);
+}
+
+TEST(MarkSpecklesBuffer, ChecksInOrder) {
+  int bytes = -1;
+  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({0, 1}, 3, 3, nullptr), rvpStatusNullPointer);
+  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({0, 1}, 3, 3, &bytes), rvpStatusBadSize);
+  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({1, 1}, rvp32s, 3, &bytes), rvpStatusBadDataType);
+  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({1, 1}, rvp8u, 3, &bytes), rvpStatusBadNumChannels);
+  EXPECT_EQ(bytes, -1);
+  EXPECT_EQ(bufferSize({640, 480}, rvp16s), 13 * 640 * 480 + 64);
+}
+
+}  // namespace
