@@ -110,7 +110,8 @@ class SegmentFinder {
     // A cell cannot lie outside if the farthest corner's does not, with a cell to spare for rounding.
     const double reach =
         std::hypot(static_cast<double>(width_), static_cast<double>(height_)) / static_cast<double>(block.deltaRho);
-    inside_ = reach * (1 + 1e-6) + 2 < static_cast<double>((rhos_ - 1) / 2);
+    const std::ptrdiff_t o = (rhos_ - 1) / 2;
+    inside_ = reach * (1 + 1e-6) + 2 < static_cast<double>(o);
   }
 
   void readImage(const std::uint8_t* src, int step) {
