@@ -112,6 +112,7 @@ int main(int argc, char** argv) {
     tour::addStatsPanels(subject, page);
     tour::addBorderPanels(subject, page);
     tour::addFeaturesPanels(subject, page);
+    tour::addLinesPanels(subject, page);
     tour::addDistancePanels(subject, page);
     tour::addFloodPanels(subject, page);
     tour::addDetectPanels(subject, page);

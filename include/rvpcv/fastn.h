@@ -101,10 +101,10 @@ typedef struct {
  * @retval rvpStatusBadDataType `dataType` is not ::rvp8u.
  * @retval rvpStatusBadNumChannels `numChannels` is not 1.
  * @retval rvpStatusBadArgument `options` lacks ::rvpFastNDetect, has other bits than those named, or has
- * ::rvpFastNSuppression without ::rvpFastNScore.
- * @retval rvpStatusOutOfRange With ::rvpFastNOrientation, `orientationBins` is below 1 or above 64.
- * @retval rvpStatusBadArgument `circleRadius` is none of those named.
- * @retval rvpStatusOutOfRange `arcLength` is `L / 2` or less, or above `L`.
+ * ::rvpFastNSuppression without ::rvpFastNScore; or, checked after the number of orientations, `circleRadius` is
+ * none of those named.
+ * @retval rvpStatusOutOfRange With ::rvpFastNOrientation, `orientationBins` is below 1 or above 64; or, checked
+ * last, `arcLength` is `L / 2` or less, or above `L`.
  */
 RVP_API RvpStatus rvpiFastNGetSize(RvpiSize roiSize, int circleRadius, int arcLength, int orientationBins,
                                    int options, RvpDataType dataType, int numChannels, int* pSpecSize);
@@ -166,14 +166,14 @@ RVP_API RvpStatus rvpiFastNInit(RvpiSize roiSize, int circleRadius, int arcLengt
  * @param pSpec A block that ::rvpiFastNInit has filled.
  * @param pBuffer Scratch memory, of any content before and after.
  * @return ::rvpStatusOk, or the first of the statuses below that applies.
- * @retval rvpStatusNullPointer A pointer other than `pDstScore` is null.
+ * @retval rvpStatusNullPointer A pointer other than `pDstScore` is null; or, checked last, `pDstScore` is null and
+ * the block has ::rvpFastNScore.
  * @retval rvpStatusBadSize `width` or `height` is below 1.
  * @retval rvpStatusBadSpec The block has not been filled by ::rvpiFastNInit where it stands.
  * @retval rvpStatusBadDataType The block has been spoilt; the same tests as in ::rvpiFastNGetSize.
  * @retval rvpStatusBadNumChannels See there.
  * @retval rvpStatusBadArgument See there.
  * @retval rvpStatusOutOfRange See there.
- * @retval rvpStatusNullPointer `pDstScore` is null, and the block has ::rvpFastNScore.
  */
 RVP_API RvpStatus rvpiFastN_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDstCorner, int dstCornerStep,
                                    uint8_t* pDstScore, int dstScoreStep, int* pNumCorner, RvpiPoint srcOffset,
@@ -192,14 +192,14 @@ RVP_API RvpStatus rvpiFastN_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pD
  * @param pNumCorners Receives the number of corners written.
  * @param pSpec The block with which the images were made.
  * @return ::rvpStatusOk, also where the list was too short, or the first of the statuses below that applies.
- * @retval rvpStatusNullPointer A pointer other than `pSrcScore` is null.
+ * @retval rvpStatusNullPointer A pointer other than `pSrcScore` is null; or, checked last, `pSrcScore` is null and
+ * the block has ::rvpFastNScore.
  * @retval rvpStatusBadSize `width` or `height` is below 1, or `maxLen` is below 0.
  * @retval rvpStatusBadSpec As in ::rvpiFastN_8u_C1R, and so are the next four.
  * @retval rvpStatusBadDataType See there.
  * @retval rvpStatusBadNumChannels See there.
  * @retval rvpStatusBadArgument See there.
  * @retval rvpStatusOutOfRange See there.
- * @retval rvpStatusNullPointer `pSrcScore` is null, and the block has ::rvpFastNScore.
  */
 RVP_API RvpStatus rvpiFastN2DToVec_8u(const uint8_t* pSrcCorner, int srcCornerStep, const uint8_t* pSrcScore,
                                       int srcScoreStep, RvpiCornerFastN* pDst, RvpiSize dstRoiSize, int maxLen,

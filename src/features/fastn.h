@@ -40,7 +40,7 @@ struct FastNBlock {
   float* floats() { return reinterpret_cast<float*>(this + 1); }
   const float* sines() const { return reinterpret_cast<const float*>(this + 1); }
   const float* cosines(int circleLength) const { return sines() + circleLength; }
-  float binScale(int circleLength) const { return sines()[std::ptrdiff_t{2} * circleLength]; }
+  float binScale(int circleLength) const { return cosines(circleLength)[circleLength]; }
 };
 // With 8 bytes for each point of the circle, 4 for the scale and 8 to align it, the reported size.
 static_assert(sizeof(FastNBlock) == 56);

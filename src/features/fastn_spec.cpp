@@ -136,13 +136,14 @@ RvpStatus rvpiFastNInit(RvpiSize roiSize, int circleRadius, int arcLength, int o
             arcLength,   orientationBins, options,     threshold,     truncated(threshold), circle.points};
   if (!block->has(rvpFastNOrientation)) return rvpStatusOk;
   const float unit = kFullCircle / static_cast<float>(circle.length);
-  float* floats = block->floats();
+  float* sines = block->floats();
+  float* cosines = sines + circle.length;
   for (int i = 0; i < circle.length; ++i) {
     const double angle = static_cast<double>(i) * static_cast<double>(unit);
-    floats[i] = static_cast<float>(std::sin(angle));
-    floats[circle.length + i] = static_cast<float>(std::cos(angle));
+    sines[i] = static_cast<float>(std::sin(angle));
+    cosines[i] = static_cast<float>(std::cos(angle));
   }
-  floats[std::ptrdiff_t{2} * circle.length] = static_cast<float>(orientationBins) * kPerFullCircle;
+  cosines[circle.length] = static_cast<float>(orientationBins) * kPerFullCircle;
   return rvpStatusOk;
 }
 
