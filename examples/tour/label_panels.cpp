@@ -20,18 +20,6 @@ namespace {
 const std::string kSubsystem = "Segmentation";
 constexpr int kRuns = 5;
 
-Picture inGray(const Picture& picture) {
-  if (picture.channels() == 1) return picture;
-  Picture gray(picture.width(), picture.height(), 1);
-  for (int y = 0; y < gray.height(); ++y) {
-    for (int x = 0; x < gray.width(); ++x) {
-      const std::uint8_t* const colour = picture.at(x, y);
-      *gray.at(x, y) = static_cast<std::uint8_t>((colour[0] * 77 + colour[1] * 151 + colour[2] * 28) >> 8);
-    }
-  }
-  return gray;
-}
-
 // ---- Labels
 
 // 255 where a pixel is darker than the mean of the square around it by more than a few levels.
@@ -162,7 +150,7 @@ Picture inDepthColours(const Picture& map) {
 void addSpeckles(const Subject& subject, Page& page) {
   constexpr std::uint8_t kNone = 0;
   constexpr int kMaxSize = 60;
-  constexpr std::uint8_t kMaxDifference = 2;
+  constexpr std::uint8_t kMaxDifference = 4;
   const Picture noisy = noisyDisparity(inGray(subject.picture));
   int bytes = 0;
   check(rvpiMarkSpecklesGetBufferSize(noisy.size(), rvp8u, 1, &bytes), "rvpiMarkSpecklesGetBufferSize");

@@ -17,12 +17,6 @@ namespace {
 const std::string kSubsystem = "Morphology";
 constexpr int kRuns = 5;
 
-Picture brightness(const Picture& picture) {
-  if (picture.channels() == 1) return picture;
-  const std::vector<Picture> planes = splitChannels(picture);
-  return planes[1];  // green is most of what the eye takes for brightness
-}
-
 struct Reconstructed {
   Picture picture;
   double milliseconds;
@@ -50,7 +44,7 @@ Reconstructed reconstruct(Operation operation, const char* name, const Picture& 
 // Holes are dark places that no path of dark pixels connects with the frame: the marker falls from white to the
 // mask everywhere but there.
 void addHoles(const Subject& subject, Page& page) {
-  const Picture gray = brightness(subject.picture);
+  const Picture gray = inGray(subject.picture);
   std::vector<std::uint8_t> sorted = gray.elements();
   const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() * 6 / 10);
   std::nth_element(sorted.begin(), middle, sorted.end());
@@ -93,7 +87,7 @@ void addHoles(const Subject& subject, Page& page) {
 // What rises above its surroundings by up to `kHeight`, whatever the level of these.
 void addDomes(const Subject& subject, Page& page) {
   constexpr int kHeight = 48;
-  const Picture gray = brightness(subject.picture);
+  const Picture gray = inGray(subject.picture);
   Picture marker = gray;
   for (std::uint8_t& value : marker.elements()) value = static_cast<std::uint8_t>(std::max(value - kHeight, 0));
   const Reconstructed cut =

@@ -170,8 +170,8 @@ class Reconstruction {
     std::fill_n(marks_, height_, std::uint8_t{0});
     passDown();
     passUp();
-    while (sweepDown() | sweepUp()) {
-    }
+    // A sweep that finds no mark is the last.
+    for (bool isDown = true; isDown ? sweepDown() : sweepUp();) isDown = !isDown;
     if (!K::kAreElements) convert([](auto d, const Key* at) { return K::toElements(d, at); });
   }
 

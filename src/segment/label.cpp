@@ -21,8 +21,6 @@
 namespace rvp::n8 {
 namespace {
 
-constexpr std::ptrdiff_t runsOf(std::ptrdiff_t width) { return (width + 1) / 2; }
-
 template <class T>
 void readNonzero(const T* pixels, std::ptrdiff_t width, Word* bits) {
   for (std::ptrdiff_t x = 0; x < width; x += kWordColumns) {
