@@ -17,8 +17,13 @@
 namespace rvp::bench {
 namespace {
 
-// The neighbours that a pass down has seen, then those that are still to come.
-constexpr std::array<cv::Point, 4> kSeen = {{{0, -1}, {-1, 0}, {-1, -1}, {1, -1}}};
+// The neighbours that a pass down has seen; those that are still to come lie opposite.
+constexpr std::array<std::array<int, 2>, 4> kSeen = {{{0, -1}, {-1, 0}, {-1, -1}, {1, -1}}};
+
+cv::Point neighbour(cv::Point p, int sign, int i) {
+  const auto& [dx, dy] = kSeen[static_cast<std::size_t>(i)];
+  return {p.x + sign * dx, p.y + sign * dy};
+}
 
 template <class T>
 void raiseWithQueue(const cv::Mat& mask, cv::Mat marker, int connectivity) {
@@ -27,7 +32,7 @@ void raiseWithQueue(const cv::Mat& mask, cv::Mat marker, int connectivity) {
   const auto raise = [&](cv::Point p, int sign) {
     T value = marker.at<T>(p);
     for (int i = 0; i < seen; ++i) {
-      const cv::Point q = p + sign * kSeen[static_cast<std::size_t>(i)];
+      const cv::Point q = neighbour(p, sign, i);
       if (inside.contains(q)) value = std::max(value, marker.at<T>(q));
     }
     marker.at<T>(p) = std::min(value, mask.at<T>(p));
@@ -36,7 +41,7 @@ void raiseWithQueue(const cv::Mat& mask, cv::Mat marker, int connectivity) {
   const auto offer = [&](cv::Point p, int sign, bool doesRaise) {
     bool isAny = false;
     for (int i = 0; i < seen; ++i) {
-      const cv::Point q = p + sign * kSeen[static_cast<std::size_t>(i)];
+      const cv::Point q = neighbour(p, sign, i);
       if (!inside.contains(q)) continue;
       const T value = std::min(marker.at<T>(p), mask.at<T>(q));
       if (value <= marker.at<T>(q)) continue;
