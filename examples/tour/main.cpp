@@ -115,6 +115,8 @@ int main(int argc, char** argv) {
     tour::addLinesPanels(subject, page);
     tour::addDistancePanels(subject, page);
     tour::addFloodPanels(subject, page);
+    tour::addLabelPanels(subject, page);
+    tour::addReconstructPanels(subject, page);
     tour::addDetectPanels(subject, page);
     tour::addFacePanels(subject, page);
   }
