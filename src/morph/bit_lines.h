@@ -93,9 +93,10 @@ class BitLines {
   static constexpr std::ptrdiff_t kStripUnit = kWordBits;
   static constexpr hn::ScalableTag<Word> kTag = {};
   static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kTag);
-  // A span may begin at any bit of its first word, and the bits of a word come from two words; two vectors are
-  // worked on side by side.
-  static constexpr std::ptrdiff_t kPadding = 2 + 2 * kLanes;
+  // A span may begin at any bit of its first word, and the bits of a word come from two words; two vectors, of up
+  // to four words, are worked on side by side.
+  static constexpr std::ptrdiff_t kPadding = 2 + 2 * 4;
+  static_assert(kLanes <= 4);
 
   BitLines(BitImage<const std::uint8_t> src, RvpiSize size, const Border& border, bool value,
            BitImage<std::uint8_t> dst)

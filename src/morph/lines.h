@@ -120,8 +120,10 @@ class PixelLines {
   static constexpr bool kRowsStay = true;
   // Strips of a line begin at a multiple of so many columns.
   static constexpr std::ptrdiff_t kStripUnit = 1;
-  // Words of a line beyond its pixels, for a whole vector at its end.
-  static constexpr std::ptrdiff_t kPadding = hn::MaxLanes(hn::ScalableTag<T>());
+  // Words of a line beyond its pixels: room for the widest vector at its end. All variants keep the same, as the
+  // room that lines take decides on the road, and that on the order of minima.
+  static constexpr std::ptrdiff_t kPadding = std::ptrdiff_t{32} / sizeof(T);
+  static_assert(kPadding >= static_cast<std::ptrdiff_t>(hn::MaxLanes(hn::ScalableTag<T>())));
 
   PixelLines(const ExtendedImage<T, kChannels>& image, T* dst, int dstStep)
       : image_(image), dst_(dst), dstStep_(dstStep) {}
