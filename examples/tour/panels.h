@@ -12,8 +12,8 @@ void addDistancePanels(const Subject& subject, Page& page);
 void addFacePanels(const Subject& subject, Page& page);
 void addFeaturesPanels(const Subject& subject, Page& page);
 void addFloodPanels(const Subject& subject, Page& page);
-void addLinesPanels(const Subject& subject, Page& page);
 void addLabelPanels(const Subject& subject, Page& page);
+void addLinesPanels(const Subject& subject, Page& page);
 void addReconstructPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
 
