@@ -147,9 +147,9 @@ RVP_API RvpStatus rvpiFGMMInit_8u_C3R(RvpiSize roiSize, int modeCount, const Rvp
  * @return ::rvpStatusOk or the first of the statuses below.
  * @retval rvpStatusNullPointer `pSrc`, `pDst` or `pState` is null.
  * @retval rvpStatusBadStep A step is below 1.
- * @retval rvpStatusBadSize `width` or `height` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` is below 1; as the last check, the frame has more pixels than those
+ * that the block was made for.
  * @retval rvpStatusBadArgument `pModel` has a `modeCount` above the one that the block was made for.
- * @retval rvpStatusBadSize The frame has more pixels than those that the block was made for.
  */
 RVP_API RvpStatus rvpiFGMMForeground_8u_C3R(const uint8_t* pSrc, int srcStep, uint8_t* pDst, int dstStep,
                                             RvpiSize roiSize, RvpFGMMState* pState, const RvpFGMMModel* pModel,

@@ -192,15 +192,16 @@ RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int sr
  *
  * The area is formed in 32 bits. The steps are rounded as follows, each operation by itself:
  *
- * | operation                          | arithmetic                                                              |
- * | ---------------------------------- | ----------------------------------------------------------------------- |
- * | ::rvpiRectStdDev_32s_C1RSfs        | sums wrap at 32 bits; then float; root in double, times `2^-scaleFactor`,
- * plus 0.5, truncated | | ::rvpiTiltedRectStdDev_32s_C1RSfs  | likewise, with the root rounded to float before it
- * is scaled            | | ::rvpiRectStdDev_32s32f_C1R        | `S` wraps at 32 bits; cells of squares are rounded
- * to float before they are subtracted; all in float | | ::rvpiTiltedRectStdDev_32s32f_C1R  | `S` wraps at 32 bits;
- * mean in float; `S2` and variance in double, rounded to float, rooted | | ::rvpiRectStdDev_32f_C1R           | `S`
- * in float, `S2` in double; both times `1 / area` in double; variance in double, rounded to float, rooted | |
- * ::rvpiTiltedRectStdDev_32f_C1R     | likewise, with divisions by `area`                                      |
+ * - ::rvpiRectStdDev_32s_C1RSfs: sums wrap at 32 bits; then float; the root in double, times `2^-scaleFactor`, plus
+ *   0.5, truncated.
+ * - ::rvpiTiltedRectStdDev_32s_C1RSfs: likewise, with the root rounded to float before it is scaled.
+ * - ::rvpiRectStdDev_32s32f_C1R: `S` wraps at 32 bits; cells of squares are rounded to float before they are
+ *   subtracted; all in float.
+ * - ::rvpiTiltedRectStdDev_32s32f_C1R: `S` wraps at 32 bits; the mean in float; `S2` and the variance in double,
+ *   rounded to float, rooted.
+ * - ::rvpiRectStdDev_32f_C1R: `S` in float, `S2` in double; both times `1 / area` in double; the variance in
+ * double, rounded to float, rooted.
+ * - ::rvpiTiltedRectStdDev_32f_C1R: likewise, with divisions by `area`.
  *
  * A scaled result that does not fit in 32 bits is -2147483648. The scale uses the low five bits of `scaleFactor`'s
  * magnitude. A table of floats that holds NaN gives NaN.

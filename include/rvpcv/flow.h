@@ -134,13 +134,14 @@ RVP_API RvpStatus rvpiOpticalFlowPyrLKInit_32f_C1R(RvpiOptFlowPyrLK** ppState, R
  * @param threshold Length of a step, in pixels of the level, below which the search ends; 0 or more.
  * @param pState A block that the Init of the same type has made.
  * @return ::rvpStatusOk or the first of the statuses below.
- * @retval rvpStatusNullPointer A pointer is null.
- * @retval rvpStatusBadSize `numFeat` or `winSize` is below 1, or `winSize` is not the block's.
- * @retval rvpStatusBadArgument `maxLev` or `threshold` is below 0, or `maxIter` below 1.
+ * @retval rvpStatusNullPointer A pointer is null; after the check for level `maxLev`, a level has no image.
+ * @retval rvpStatusBadSize `numFeat` or `winSize` is below 1, or `winSize` is not the block's; after the image, a
+ * level has no pixels.
+ * @retval rvpStatusBadArgument `maxLev` or `threshold` is below 0, or `maxIter` below 1; after ::rvpStatusBadSpec
+ * also: a pyramid has no level `maxLev`.
  * @retval rvpStatusBadSpec The block was made for another type.
- * @retval rvpStatusBadArgument A pyramid has no level `maxLev`.
- * @retval rvpStatusNullPointer, rvpStatusBadSize, rvpStatusBadStep, rvpStatusStepNotMultiple A level has no image,
- * no pixels, a step shorter than its row, or a step that is no multiple of the pixel's size.
+ * @retval rvpStatusBadStep The step of a level is shorter than its row.
+ * @retval rvpStatusStepNotMultiple The step of a level is no multiple of the pixel's size.
  */
 RVP_API RvpStatus rvpiOpticalFlowPyrLK_8u_C1R(const RvpiPyramid* pPyr1, const RvpiPyramid* pPyr2,
                                               const RvpiPoint32f* pPrev, RvpiPoint32f* pNext, int8_t* pStatus,

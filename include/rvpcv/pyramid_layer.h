@@ -139,10 +139,10 @@ RVP_API RvpStatus rvpiPyramidLayerDownGetSize_32f_C3R(RvpiSize roiSize, int kerS
  * @return ::rvpStatusOk, ::rvpStatusKernelNotSymmetric or the first of the errors below.
  * @retval rvpStatusKernelNotSymmetric Warning: the kernel's halves differ (in 32f by more than 1.1754944e-38). The
  * state is complete, with the right half rebuilt from the left.
- * @retval rvpStatusBadArgument `mode` is not 2.
+ * @retval rvpStatusBadArgument `mode` is not 2; after ::rvpStatusBadSize also: `rate` is not above 1, or above 10,
+ * or `kerSize` is below 3 or even.
  * @retval rvpStatusNullPointer A pointer is null that is needed.
  * @retval rvpStatusBadSize `width` or `height` is below 1.
- * @retval rvpStatusBadArgument `rate` is not above 1, or above 10, or `kerSize` is below 3 or even.
  */
 RVP_API RvpStatus rvpiPyramidLayerDownInit_8u_C1R(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate,
                                                   const int16_t* pKernel, int kerSize, RvpiPyramidMode mode,
@@ -188,13 +188,12 @@ RVP_API RvpStatus rvpiPyramidLayerDownInit_32f_C3R(RvpiPyramidDownState** ppStat
  * @param pState The state, made for the same type and number of channels.
  * @return ::rvpStatusOk or the first of the statuses below.
  * @retval rvpStatusNullPointer A pointer is null.
- * @retval rvpStatusBadSize `width` or `height` of `srcRoi` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` of `srcRoi` is below 1; after the state's rate, `dstRoi` is not the
+ * size that goes with `srcRoi`; as the last check, the state's memory is too small for a source of this size.
  * @retval rvpStatusBadStep A step is shorter than the row.
  * @retval rvpStatusStepNotMultiple A step is no multiple of the element size.
- * @retval rvpStatusBadArgument The state's rate is not above 1, or above 10.
- * @retval rvpStatusBadSize `dstRoi` is not the size that goes with `srcRoi`.
- * @retval rvpStatusBadArgument The state was not filled by Init, or for another type.
- * @retval rvpStatusBadSize The state's memory is too small for a source of this size.
+ * @retval rvpStatusBadArgument The state's rate is not above 1, or above 10; after `dstRoi` also: the state was
+ * not filled by Init, or for another type.
  */
 RVP_API RvpStatus rvpiPyramidLayerDown_8u_C1R(const uint8_t* pSrc, int srcStep, RvpiSize srcRoi, uint8_t* pDst,
                                               int dstStep, RvpiSize dstRoi, RvpiPyramidDownState* pState);
@@ -267,10 +266,10 @@ RVP_API RvpStatus rvpiPyramidLayerUpGetSize_32f_C3R(RvpiSize roiSize, int kerSiz
  * @return ::rvpStatusOk, ::rvpStatusKernelNotSymmetric or the first of the errors below.
  * @retval rvpStatusKernelNotSymmetric Warning: the kernel's halves differ (in 32f by more than 1.1754944e-38). The
  * state is complete, with the right half rebuilt from the left.
- * @retval rvpStatusBadArgument `mode` is not 2.
+ * @retval rvpStatusBadArgument `mode` is not 2; after ::rvpStatusBadSize also: `rate` is not above 1, or above 10,
+ * or `kerSize` is below 3 or even.
  * @retval rvpStatusNullPointer A pointer is null.
  * @retval rvpStatusBadSize `width` or `height` is below 1.
- * @retval rvpStatusBadArgument `rate` is not above 1, or above 10, or `kerSize` is below 3 or even.
  */
 RVP_API RvpStatus rvpiPyramidLayerUpInit_8u_C1R(RvpiPyramidUpState** ppState, RvpiSize roiSize, float rate,
                                                 const int16_t* pKernel, int kerSize, RvpiPyramidMode mode,
@@ -315,13 +314,12 @@ RVP_API RvpStatus rvpiPyramidLayerUpInit_32f_C3R(RvpiPyramidUpState** ppState, R
  * size. One made for a smaller size serves as well where its memory is large enough.
  * @return ::rvpStatusOk or the first of the statuses below.
  * @retval rvpStatusNullPointer A pointer is null.
- * @retval rvpStatusBadSize `width` or `height` of `srcRoi` is below 1.
+ * @retval rvpStatusBadSize `width` or `height` of `srcRoi` is below 1; after the state's rate, `dstRoi` is not a
+ * size that goes with `srcRoi`; as the last check, the state's memory is too small for a destination of this size.
  * @retval rvpStatusBadStep A step is shorter than the row.
  * @retval rvpStatusStepNotMultiple A step is no multiple of the element size.
- * @retval rvpStatusBadArgument The state's rate is not above 1, or above 10.
- * @retval rvpStatusBadSize `dstRoi` is not a size that goes with `srcRoi`.
- * @retval rvpStatusBadArgument The state was made for another type.
- * @retval rvpStatusBadSize The state's memory is too small for a destination of this size.
+ * @retval rvpStatusBadArgument The state's rate is not above 1, or above 10; after `dstRoi` also: the state was
+ * made for another type.
  */
 RVP_API RvpStatus rvpiPyramidLayerUp_8u_C1R(const uint8_t* pSrc, int srcStep, RvpiSize srcRoi, uint8_t* pDst,
                                             int dstStep, RvpiSize dstRoi, RvpiPyramidUpState* pState);

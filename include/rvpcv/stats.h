@@ -324,13 +324,13 @@ RVP_API RvpStatus rvpiAddWeighted_32f_C1R(const float* pSrc1, int src1Step, cons
  * **Memory and threads.** From a number of pixels on that grows with the number of threads, the rows are shared out
  * to a team of ::rvpGetNumThreads threads, whose results are merged in the order of the rows:
  *
- * | pixels for each thread | operations                                                                          |
- * | ---------------------- | ----------------------------------------------------------------------------------- |
- * | never a team | `rvpiNormDiff_Inf`; the `32f` members of `rvpiNormDiff_L1`, `rvpiNormDiff_L2`, `rvpiNormRel_L1`
- * and `rvpiNormRel_L2`; ::rvpiNormRel_L1_8u_C1MR | | 32768 | the `C3C` members of `rvpiNorm_L2` and
- * `rvpiNormRel_Inf`; ::rvpiNorm_Inf_32f_C3CMR; the `16u` `C3C` members of `rvpiNormDiff`; all other `16u` members
- * of `rvpiNormRel_L1` and `rvpiNormRel_L2`; their `8u` `C3C` members; ::rvpiNormRel_Inf_32f_C1MR | | 524288 |
- * ::rvpiNorm_Inf_8u_C1MR, ::rvpiNorm_Inf_16u_C1MR | | 131072 | all others |
+ * - never a team: `rvpiNormDiff_Inf`; the `32f` members of `rvpiNormDiff_L1`, `rvpiNormDiff_L2`, `rvpiNormRel_L1`
+ *   and `rvpiNormRel_L2`; ::rvpiNormRel_L1_8u_C1MR;
+ * - from 32768 pixels for each thread on: the `C3C` members of `rvpiNorm_L2` and `rvpiNormRel_Inf`;
+ *   ::rvpiNorm_Inf_32f_C3CMR; the `16u` `C3C` members of `rvpiNormDiff`; all other `16u` members of
+ *   `rvpiNormRel_L1` and `rvpiNormRel_L2`; their `8u` `C3C` members; ::rvpiNormRel_Inf_32f_C1MR;
+ * - from 524288 pixels on: ::rvpiNorm_Inf_8u_C1MR, ::rvpiNorm_Inf_16u_C1MR;
+ * - from 131072 pixels on: all others.
  *
  * The number of threads can change a result in its last bits where sums of threads need more than the 53 bits of a
  * double: in ::rvpiNorm_L1_32f_C1MR, ::rvpiNorm_L2_32f_C1MR and their `C3C` forms, and in integer sums above 2^53.

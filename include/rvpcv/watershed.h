@@ -46,9 +46,9 @@ extern "C" {
  * A byte image's level is `src * 2^23` at a marker, and `max(level[n] + cost, src * 2^23)` at a pixel that is
  * reached from `n`. So a way that costs more than 2^23 counts as climbing one height, and a way that costs 2^22 or
  * more at height 255 is not gone: what lies behind it keeps 0. A float image's level is a pair, height and cost,
- * compared in this order: `(src, 0)` at a marker, and `(src, 0)` where `src > height[n]`, else `(height[n], cost[n]
- * + cost)`. Pixels of infinite height are not reached; a NaN is above nothing, and as a marker labels
- * nothing.
+ * compared in this order: `(src, 0)` at a marker, and `(src, 0)` where `src > height[n]`, else
+ * `(height[n], cost[n] + cost)`. Pixels of infinite height are not reached; a NaN is above nothing, and as a marker
+ * labels nothing.
  *
  * ::rvpWatershedFront is a front as that of fast marching: with `a <= b` the lesser level of the neighbours to the
  * left and right and that of the neighbours above and below, in one order or the other, the first term of the byte
