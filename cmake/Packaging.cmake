@@ -1,5 +1,6 @@
 # What `cmake --install` lays down: both variants with the core library, headers, the CMake package, the pkg-config
-# file, licence and documentation. Everything finds everything else by relative paths, so the tree may be moved.
+# file, examples, licence and documentation. Everything finds everything else by relative paths, so the tree may be
+# moved. Below, the same as Debian packages.
 include(CMakePackageConfigHelpers)
 
 set(RVPCV_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/rvpcv)
@@ -61,6 +62,10 @@ install(
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT runtime)
 install(
+  FILES ${PROJECT_SOURCE_DIR}/examples/first_steps.c ${PROJECT_SOURCE_DIR}/examples/state_block.c
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
+  COMPONENT development)
+install(
   FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT documentation)
@@ -72,3 +77,36 @@ install(
   PATTERN "*.md"
   PATTERN "*.svg"
   PATTERN "*.png")
+if(RVPCV_DOCS)
+  install(
+    DIRECTORY ${PROJECT_BINARY_DIR}/docs/html
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    COMPONENT documentation)
+endif()
+
+# Debian packages, for `cpack`: the libraries, what programs are built with, and the documentation.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME rvpcv)
+set(CPACK_PACKAGE_CONTACT "The rvpCV developers")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_COMPONENTS_ALL runtime development documentation)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME librvpcv${RVPCV_SONAME})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION} (libraries)")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME librvpcv-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION} (headers, CMake package, examples)")
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME librvpcv-doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "${PROJECT_DESCRIPTION} (reference)")
+include(CPack)
