@@ -45,7 +45,8 @@ extern "C" {
  *   - else some move is dearer than a roundabout way. The costs become `axis' = min(3 * knight, axis)` and
  *     `diagonal' = min(2 * knight, d)`, the knight's stays, and the passes also step two pixels at once: along an
  *     axis, from `d[y][x-2]` and `d[y-2][x]`, at `min(2 * diagonal', 2 * axis', 2 * knight)`, and along a diagonal,
- *     from `d[y-2][x-2]` and `d[y-2][x+2]`, at `min(knight + axis', 2 * diagonal')`.
+ *     from `d[y-2][x-2]` and `d[y-2][x+2]`, at `min(knight + axis', 2 * diagonal')`. In the first row of the first
+ *     pass a pixel is reached from `d[y][x-1]` alone.
  *
  * The tests are exact for integer metrics; for float metrics each operation in them is rounded to float.
  *

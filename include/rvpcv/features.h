@@ -154,8 +154,9 @@ RVP_API RvpStatus rvpiCanny_32f8u_C1R(const float* pSrcDx, int srcDxStep, const 
  * @param filterKind ::rvpFilterSobel or ::rvpFilterScharr.
  * @param maskSize 33, or 55 for Sobel.
  * @param borderType ::rvpBorderConst, ::rvpBorderRepl or ::rvpBorderInMem, with side flags; other bits count for
- *        nothing. A side in memory needs 1 (3x3) or 2 (5x5) pixels there. A region with a side shorter than the
- * mask has `borderValue` on all sides whatever the selector says.
+ *        nothing. ::rvpBorderInMem with flags reads those sides alone, and the others are constant. A side in
+ * memory needs 1 (3x3) or 2 (5x5) pixels there. A region with a side shorter than the mask has `borderValue` on all
+ * sides whatever the selector says.
  * @param borderValue The pixels outside.
  * @param normKind ::rvpNormL1 or ::rvpNormL2.
  * @param pBuffer Scratch of ::rvpiCannyBorderGetSize.

@@ -235,6 +235,13 @@ class Band {
     const Vector diagonal = hn::Set(d, mask.diagonal);
     const Vector knight = hn::Set(d, mask.knight);
     const Vector doubleAxis = hn::Set(d, mask.doubleAxis);
+    // Along the first row of the first pass the only step is that of one pixel.
+    Vector acrossTwo[kVectors];
+    for (Vector& cost : acrossTwo) cost = doubleAxis;
+    if (kForward && top_ == 0) {
+      const Vector never = hn::Set(d, std::numeric_limits<float>::infinity());
+      acrossTwo[0] = hn::IfThenElse(hn::FirstN(d, 1), never, doubleAxis);
+    }
     const Vector doubleDiagonal = hn::Set(d, mask.doubleDiagonal);
     Vector left[kVectors];
     for (std::ptrdiff_t j = 0; j < kVectors; ++j)
@@ -256,7 +263,7 @@ class Band {
         }
         if constexpr (kMoves >= ChamferMoves::twoSteps) {
           const Vector leftLeft = hn::Load(d, at - 2 * kStepFloats);
-          best = hn::Min(best, hn::Add(hn::Min(leftLeft, twoAbove(0)), doubleAxis));
+          best = hn::Min(best, hn::Min(hn::Add(leftLeft, acrossTwo[j]), hn::Add(twoAbove(0), doubleAxis)));
           best = hn::Min(best, hn::Add(hn::Min(twoAbove(-2), twoAbove(2)), doubleDiagonal));
         }
         best = hn::Min(best, hn::Add(left[j], axis));

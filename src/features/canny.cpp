@@ -471,6 +471,8 @@ RvpStatus rvpiCannyBorder_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDst
           badThresholds(lowThreshold, highThreshold),
           faultIf(mode != rvpBorderConst && mode != rvpBorderRepl && mode != rvpBorderInMem, rvpStatusBadBorder)))
     return fault;
+  // Mode 6 with flags reads those sides from memory and no others, which have the constant.
+  if (mode == rvpBorderInMem && (borderType & kBorderAllSides) != 0) borderType &= kBorderAllSides;
   // A region smaller than the mask has the constant on all sides, whatever the selector says.
   const Border border = borderOf(isSmall(roiSize, maskSize) ? RvpiBorderType{rvpBorderConst} : borderType);
   const ExtendedImage<uint8_t, 1> image = {pSrc, srcStep, roiSize, border, &borderValue};

@@ -59,6 +59,7 @@ Plane<T> expectedDistances(const Plane<std::uint8_t>& src, const std::vector<dou
         const int fromX = x + way * move.dx;
         const int fromY = y + way * move.dy;
         if (fromX < 0 || fromX >= src.width || fromY < 0 || fromY >= src.height) continue;
+        if (way > 0 && y == 0 && move.dx < -1) continue;
         const double sum = double(dst.at(fromY, fromX)) + move.cost;
         if (sum < double(kFarthest)) dst.at(y, x) = std::min(dst.at(y, x), static_cast<T>(sum));
       }

@@ -1,0 +1,19 @@
+#include "features/corners_test.cpp"
+#include "support/input.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+  fuzz::Input input(bytes, count);
+  tryShape(input.shape(), [&](const Shape& shape) {
+    const RvpiBorderType border = input.border();
+    const Options& options = input.oneOf(kOptions);
+    switch (input.between(0, 2)) {
+      case 0:
+        return checkHarris<std::uint8_t>(shape, border, options);
+      case 1:
+        return checkHarris<float>(shape, border, options);
+      default:
+        return checkSuppression(shape, border, options);
+    }
+  });
+  return 0;
+}

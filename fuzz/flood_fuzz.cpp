@@ -1,0 +1,37 @@
+#include "segment/flood_test.cpp"
+#include "support/input.h"
+
+template <class T>
+void tryFill(fuzz::Input& input) {
+  const RvpiSize size = input.size();
+  const auto kind = static_cast<Kind>(input.between(0, 2));
+  const int channels = input.flag() ? 3 : 1;
+  const RvpiPoint seed = {input.between(0, size.width - 1), input.between(0, size.height - 1)};
+  Fill<T> fill = {kind, input.flag(), channels, seed, {}, {}, {}};
+  for (int c = 0; c < channels; ++c) {
+    fill.newValue[c] = input.any<T>();
+    fill.minDelta[c] = static_cast<T>(input.between(0, 9));
+    fill.maxDelta[c] = static_cast<T>(input.between(0, 9));
+  }
+  const unsigned values = static_cast<unsigned>(input.between(1, 9));
+  const auto image = input.flag()
+                         ? patches<T>(size.width, size.height, channels, input.any<std::uint16_t>(), values)
+                         : input.plane<T>(size.width * channels, size.height);
+  const Placing placing = input.placing();
+  check<T>(image, fill, placing, input.shift());
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+  fuzz::Input input(bytes, count);
+  switch (input.between(0, 2)) {
+    case 0:
+      tryFill<std::uint8_t>(input);
+      break;
+    case 1:
+      tryFill<std::uint16_t>(input);
+      break;
+    default:
+      tryFill<float>(input);
+  }
+  return 0;
+}

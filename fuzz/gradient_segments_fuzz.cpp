@@ -1,0 +1,17 @@
+#include "segment/gradient_segments_test.cpp"
+#include "support/input.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+  fuzz::Input input(bytes, count);
+  tryShape(input.shape(), [&](const Shape& shape) {
+    switch (input.between(0, 2)) {
+      case 0:
+        return checkGrowth(shape);
+      case 1:
+        return checkGradients<1>(shape);
+      default:
+        return checkGradients<3>(shape);
+    }
+  });
+  return 0;
+}

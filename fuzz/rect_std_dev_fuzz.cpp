@@ -1,0 +1,25 @@
+#include "detect/rect_std_dev_test.cpp"
+#include "support/input.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+  fuzz::Input input(bytes, count);
+  const bool tilted = input.flag();
+  const RvpiSize size = input.size();
+  // A tilted rectangle begins at least its height to the right of the first column.
+  RvpiRect rect = {input.between(0, 6), input.between(0, 6), input.between(1, 9), input.between(1, 9)};
+  if (tilted) rect.x += rect.height;
+  const int scale = input.between(-10, 10);
+  const unsigned seed = input.any<std::uint16_t>();
+  const Placing placing = input.placing();
+  switch (input.between(0, 2)) {
+    case 0:
+      check<Scaled, Guarded>(tilted, size, rect, scale, seed, placing);
+      break;
+    case 1:
+      check<Mixed, Guarded>(tilted, size, rect, scale, seed, placing);
+      break;
+    default:
+      check<Floats, Guarded>(tilted, size, rect, scale, seed, placing);
+  }
+  return 0;
+}
