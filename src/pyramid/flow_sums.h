@@ -82,15 +82,15 @@ class ProductSums<float, kCount> {
   HWY_INLINE void finish(double (&sums)[kCount]) const {
     for (int i = 0; i < kCount; ++i) {
       double columns[4];
-      for (int k = 0; k < kVectors; ++k) hn::StoreU(sums_[i][k], D64(), columns + k * kLanes);
+      for (std::ptrdiff_t k = 0; k < kVectors; ++k) hn::StoreU(sums_[i][k], D64(), columns + k * kLanes);
       sums[i] = (columns[0] + columns[1]) + (columns[2] + columns[3]);
     }
   }
 
  private:
   using D64 = hn::CappedTag<double, 4>;
-  static constexpr int kLanes = static_cast<int>(hn::MaxLanes(D64()));
-  static constexpr int kVectors = 4 / kLanes;
+  static constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(D64()));
+  static constexpr std::ptrdiff_t kVectors = 4 / kLanes;
 
   template <class V>
   static HWY_INLINE auto lower(V v) {
