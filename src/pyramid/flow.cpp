@@ -50,7 +50,8 @@ std::int64_t blockBytes(int winSize, RvpiSize roiSize) {
 
 // The work area's arrays. Four windows and a rimmed one, of (winSize + 3)^2 elements each, and a tile, which never
 // passes three of them, take 32 bytes of each of the 40 or more that the contract counts for a pixel; the head and
-// its alignment, the bytes that it adds. Behind its last pixel a window has 15 elements to spare, or more.
+// its alignment, the bytes that it adds. Behind their last pixels the four have at least 15 elements to spare and
+// the rimmed one 7: as far as sums read, and as rows shorter than a vector are read and written, beyond the end.
 template <class Src>
 struct Work {
   using V = Value<Src>;
