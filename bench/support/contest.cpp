@@ -258,7 +258,8 @@ void run(benchmark::State& state, const Family& family, const Row& row, cv::Size
       multiples += number("%.2f ", ratio(contenders[0], contenders[i]));
       multiples += threads > 1 ? "one thread" : contest.references[i - 2].name;
     }
-    const std::string agreement = contest.difference       ? "in meaning"
+    const std::string agreement = contest.agreement        ? contest.agreement()
+                                  : contest.difference     ? "in meaning"
                                   : contest.tolerance == 0 ? "exact"
                                                            : number("%.0e", contest.tolerance);
     std::string line;

@@ -34,6 +34,8 @@ struct Contest {
   // Replaces the comparison where results are equal in meaning but not element by element: gets our results and the
   // peer's, and answers what differs, or nothing.
   std::function<std::string(const std::vector<cv::Mat>&, const std::vector<cv::Mat>&)> difference = {};
+  // What the table says of such results, asked for after they were compared.
+  std::function<std::string()> agreement = {};
   // Timed on one thread only; the table shows our time as a multiple of theirs.
   std::vector<Reference> references = {};
   // A call spoils what it starts from, so the results are brought back, untimed, before every single call.

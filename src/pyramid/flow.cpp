@@ -12,6 +12,7 @@
 #include "filter/derivative.h"
 #include "frame/checks.h"
 #include "frame/views.h"
+#include "pyramid/flow_sums.h"
 #include "pyramid/flow_windows.h"
 #include "rvpcv/flow.h"
 
@@ -47,12 +48,14 @@ std::int64_t blockBytes(int winSize, RvpiSize roiSize) {
   return level * (kIsByte ? 4 : sizeof(Src) == 2 ? 12 : 8) + window * (kIsByte ? 40 : 48) + (kIsByte ? 130 : 124);
 }
 
-// The work area's arrays. Four windows and a tile, each below (winSize + 3)^2 elements, take 20 bytes of each of
-// the 40 or more that the contract counts for a pixel; the head and its alignment, the bytes that it adds.
+// The work area's arrays. Four windows and a rimmed one, of (winSize + 3)^2 elements each, and a tile, which never
+// passes three of them, take 32 bytes of each of the 40 or more that the contract counts for a pixel; the head and
+// its alignment, the bytes that it adds. Behind their last pixels the four have at least 15 elements to spare and
+// the rimmed one 7: as far as sums read, and as rows shorter than a vector are read and written, beyond the end.
 template <class Src>
 struct Work {
   using V = Value<Src>;
-  V *first, *second, *dx, *dy, *levelDx, *levelDy;
+  V *rimmed, *first, *second, *dx, *dy, *levelDx, *levelDy;
   Src* tile;
   V* derivativeTile;
   float* scaled;
@@ -60,13 +63,14 @@ struct Work {
   explicit Work(const RvpiOptFlowPyrLK& s) {
     const std::ptrdiff_t window = (s.winSize + std::ptrdiff_t{3}) * (s.winSize + std::ptrdiff_t{3});
     const std::ptrdiff_t level = std::ptrdiff_t{s.roiWidth} * s.roiHeight;
-    first = reinterpret_cast<V*>(s.pWork);
+    rimmed = reinterpret_cast<V*>(s.pWork);
+    first = rimmed + window;
     second = first + window;
     dx = second + window;
     dy = dx + window;
     derivativeTile = dy + window;
     tile = reinterpret_cast<Src*>(derivativeTile);  // Never needed at the same time.
-    levelDx = derivativeTile + window;
+    levelDx = derivativeTile + (s.winSize + std::ptrdiff_t{3}) * tileWidth<V>(s.winSize + 2);
     levelDy = levelDx + level;
     scaled = reinterpret_cast<float*>(levelDy + level);
   }
@@ -98,14 +102,15 @@ class Tracker {
 
   // Moves q, the place in the second image, and tells the error if it is found.
   Outcome track(const Level<Src>& level, RvpiPoint32f p, RvpiPoint32f& q, float& error) {
-    WindowPart inside;
-    if (!ownGetRectSubpix(level.image1, p, rimmed_, work_.first, rimmed_, work_.tile, inside))
-      return Outcome::noWindow;
+    WindowPlace place;
+    if (!placeWindow(p, rimmed_, place)) return Outcome::noWindow;
+    WindowPart inside = insidePart(place, rimmed_, level.image1.size);
+    if (inside.empty()) return Outcome::noWindow;
+    readFirst(level, p, place);
     // Without the rim.
     const auto before = [](int i) { return std::max(i - 1, 0); };
     const auto behind = [this](int i) { return std::min(i - 1, side_ - 1); };
     inside = {before(inside.left), before(inside.top), behind(inside.right), behind(inside.bottom)};
-    differentiate(level, p);
 
     // The first step cannot be the opposite of a step as long as this.
     double lastDx = static_cast<double>(level.image1.size.width) + level.image1.size.height;
@@ -113,8 +118,10 @@ class Tracker {
     WindowPart part = {0, 0, -1, -1};
     double g[3] = {};
     for (int round = 0; round < search_.maxIter; ++round) {
-      WindowPart inside2;
-      if (!ownGetRectSubpix(level.image2, q, side_, work_.second, side_, work_.tile, inside2)) return Outcome::lost;
+      if (!placeWindow(q, side_, place)) return Outcome::lost;
+      const WindowPart inside2 = insidePart(place, side_, level.image2.size);
+      if (inside2.empty()) return Outcome::lost;
+      readWindow(level.image2, place, side_, work_.second, side_, work_.tile);
       const WindowPart cut = inside.cut(inside2);
       if (cut.empty()) return Outcome::leftImage;
       if (!(cut == part)) {
@@ -145,14 +152,15 @@ class Tracker {
   // The root of 2^-23, the distance of neighbouring floats at 1.
   static constexpr double kSwing = 3.4526698300124393e-04f;
 
-  const V* firstRow(int y) const { return work_.first + (y + std::ptrdiff_t{1}) * rimmed_ + 1; }
-  std::ptrdiff_t at(int y, int x) const { return std::ptrdiff_t{y} * side_ + x; }
-
-  void differentiate(const Level<Src>& level, RvpiPoint32f p) {
+  // The window and its derivatives. `rimmedPlace` is the place of the window with its rim.
+  void readFirst(const Level<Src>& level, RvpiPoint32f p, const WindowPlace& rimmedPlace) {
     if (level.dx.first == nullptr) {
-      ownOptConvolution_M7(firstRow(0), rimmed_, side_, work_.dx, work_.dy, side_);
+      readWindow(level.image1, rimmedPlace, rimmed_, work_.rimmed, rimmed_, work_.tile);
+      ownOptConvolution_M7(work_.rimmed, side_, work_.first, work_.dx, work_.dy);
       return;
     }
+    const WindowPlace inner = {rimmedPlace.x + 1, rimmedPlace.y + 1, rimmedPlace.a, rimmedPlace.b};
+    readWindow(level.image1, inner, side_, work_.first, side_, work_.tile);
     WindowPlace place;
     placeWindow(p, side_, place);
     readWindow(level.dx, place, side_, work_.dx, side_, work_.derivativeTile);
@@ -160,45 +168,31 @@ class Tracker {
   }
 
   void sumTensor(const WindowPart& part, double (&g)[3]) const {
-    sumOverPart<V>(
-        part,
-        [&](int y, int x, auto* products) {
-          using P = std::remove_reference_t<decltype(*products)>;
-          const P dx = work_.dx[at(y, x)], dy = work_.dy[at(y, x)];
-          products[0] = dx * dx;
-          products[1] = dx * dy;
-          products[2] = dy * dy;
-        },
-        g);
+    const auto factors = [dx = work_.dx, dy = work_.dy](std::ptrdiff_t at, const auto& load, auto& a, auto& b) {
+      a[0] = b[0] = a[1] = load(dx + at);
+      b[1] = a[2] = b[2] = load(dy + at);
+    };
+    sumOverPart<V>(part, side_, factors, g);
   }
 
-  void sumDifferences(const WindowPart& part, double (&b)[2]) const {
-    sumOverPart<V>(
-        part,
-        [&](int y, int x, auto* products) {
-          using P = std::remove_reference_t<decltype(*products)>;
-          const P d = difference(y, x);
-          products[0] = d * work_.dx[at(y, x)];
-          products[1] = d * work_.dy[at(y, x)];
-        },
-        b);
+  void sumDifferences(const WindowPart& part, double (&sums)[2]) const {
+    const auto factors = [w = work_](std::ptrdiff_t at, const auto& load, auto& a, auto& b) {
+      a[0] = a[1] = hn::Sub(load(w.first + at), load(w.second + at));
+      b[0] = load(w.dx + at);
+      b[1] = load(w.dy + at);
+    };
+    sumOverPart<V>(part, side_, factors, sums);
   }
-
-  auto difference(int y, int x) const { return firstRow(y)[x] - work_.second[at(y, x)]; }
 
   float errorOf(WindowPart part) const {
     const double count = static_cast<double>(part.right - part.left) * (part.bottom - part.top);
     --part.right;
     --part.bottom;
     double sum[1];
-    sumOverPart<V>(
-        part,
-        [&](int y, int x, auto* products) {
-          using P = std::remove_reference_t<decltype(*products)>;
-          const P d = difference(y, x);
-          products[0] = d * d;
-        },
-        sum);
+    const auto factors = [w = work_](std::ptrdiff_t at, const auto& load, auto& a, auto& b) {
+      a[0] = b[0] = hn::Sub(load(w.first + at), load(w.second + at));
+    };
+    sumOverPart<V>(part, side_, factors, sum);
     if (!(sum[0] > 0)) return 0;
     const double root = std::sqrt(sum[0] / count);
     return static_cast<float>(kIsFixed ? root * 0.0078125 : root);

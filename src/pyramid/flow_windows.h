@@ -1,4 +1,7 @@
-// The windows of a tracker: read between the pixels of an image, differentiated, and summed up.
+// The windows of a tracker: read between the pixels of an image, and differentiated.
+//
+// Windows are worked through by columns of a vector's width, from top to bottom, so that what two rows share is
+// computed once.
 #pragma once
 
 #include <algorithm>
@@ -8,6 +11,7 @@
 #include <type_traits>
 
 #include "filter/border.h"
+#include "frame/simd.h"
 #include "frame/views.h"
 #include "rvpcv/types.h"
 
@@ -91,107 +95,185 @@ struct BilinearWeights {
   }
 };
 
-// One row between two rows of pixels. Bytes get 7 fractional bits: at most 255 * 128 = 32640. The weights' absolute
-// sum is at most 2^14 + 4, so no sum passes 2^31.
-template <class Src, class Dst>
-void interpolateRow(const Src* above, const Src* below, const BilinearWeights<Dst>& w, Dst* dst, int n) {
-  for (int x = 0; x < n; ++x) {
-    const auto sum = above[x] * w.w00 + above[x + 1] * w.w01 + below[x] * w.w10 + below[x + 1] * w.w11;
-    if constexpr (std::is_same_v<Dst, float>) {
-      dst[x] = sum;
-    } else {
-      constexpr int kShift = std::is_same_v<Src, std::uint8_t> ? kWeightBits - 7 : kWeightBits;
-      dst[x] = static_cast<Dst>((sum + (1 << (kShift - 1))) >> kShift);
+// The fewest elements of a window's row that are written at once. Where a row is shorter, what is written behind it
+// is no part of the window, and the next row or nothing overwrites it.
+template <class T>
+constexpr int kLeastLanes = 16 / static_cast<int>(sizeof(T));
+
+// Calls body(d, x) for vectors that cover n elements. The last one ends with the row, so that some elements may be
+// done twice, unless the row is shorter than the shortest vector.
+template <class D, class Body>
+HWY_INLINE void coverRow(D d, std::ptrdiff_t n, const Body& body) {
+  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(D()));
+  if constexpr (kLanes > kLeastLanes<hn::TFromD<D>>) {
+    if (n < kLanes) {
+      coverRow(hn::Half<D>(), n, body);
+      return;
     }
+  }
+  for (std::ptrdiff_t x = 0; x < n - kLanes; x += kLanes) body(d, x);
+  body(d, std::max<std::ptrdiff_t>(n - kLanes, 0));
+}
+
+// Pairs of neighbouring 16-bit numbers, one of `a` and one of `b`, and what comes of them when both are multiplied
+// by their weights and added.
+template <class D>
+struct WordPairs {
+  using D32 = hn::RepartitionToWide<D>;
+  using V = hn::VFromD<D>;
+  V lower, upper;
+
+  HWY_INLINE WordPairs(D d, V a, V b) : lower(hn::InterleaveLower(d, a, b)), upper(hn::InterleaveUpper(d, a, b)) {}
+
+  static HWY_INLINE V weights(int ofA, int ofB) {
+    const auto both = static_cast<std::uint32_t>(static_cast<std::uint16_t>(ofA)) | static_cast<std::uint32_t>(ofB)
+                                                                                        << 16U;
+    return hn::BitCast(D(), hn::Set(D32(), static_cast<std::int32_t>(both)));
+  }
+};
+
+// (p * wp + q * wq + half) >> kShift, narrowed to the 16 bits in which it fits.
+template <int kShift, class D>
+HWY_INLINE hn::VFromD<D> weighted(D d, const WordPairs<D>& p, hn::VFromD<D> wp, const WordPairs<D>& q,
+                                  hn::VFromD<D> wq) {
+  const hn::RepartitionToWide<D> d32;
+  auto unused = hn::Zero(d32);
+  const auto half = hn::Set(d32, 1 << (kShift - 1));
+  const auto sum = [&](hn::VFromD<D> ofP, hn::VFromD<D> ofQ) {
+    const auto first = hn::ReorderWidenMulAccumulate(d32, ofP, wp, half, unused);
+    return hn::ShiftRight<kShift>(hn::ReorderWidenMulAccumulate(d32, ofQ, wq, first, unused));
+  };
+  return hn::ReorderDemote2To(d, sum(p.lower, q.lower), sum(p.upper, q.upper));
+}
+
+// Bytes get 7 fractional bits: at most 255 * 128 = 32640. The weights' absolute sum is at most 2^14 + 4, so no sum
+// passes 2^31.
+template <class Src, class D>
+HWY_INLINE void interpolateColumns(D d, const Src* src, int step, const BilinearWeights<std::int16_t>& w, int side,
+                                   std::int16_t* dst, int dstPitch) {
+  constexpr int kShift = std::is_same_v<Src, std::uint8_t> ? kWeightBits - 7 : kWeightBits;
+  const auto words = [d](const Src* p) {
+    if constexpr (std::is_same_v<Src, std::uint8_t>)
+      return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint8_t, D>(), p));
+    else
+      return hn::LoadU(d, p);
+  };
+  const auto neighbours = [&](const Src* p) { return WordPairs<D>(d, words(p), words(p + 1)); };
+  const auto wAbove = WordPairs<D>::weights(w.w00, w.w01);
+  const auto wBelow = WordPairs<D>::weights(w.w10, w.w11);
+  WordPairs<D> above = neighbours(src);
+  for (int y = 0; y < side; ++y, dst += dstPitch) {
+    const WordPairs<D> below = neighbours(row(src, step, y + 1));
+    hn::StoreU(weighted<kShift>(d, above, wAbove, below, wBelow), d, dst);
+    above = below;
   }
 }
 
-// Reads a window of side `side`. `tile` has room for (side + 1)^2 pixels.
+template <class Src, class D>
+HWY_INLINE void interpolateColumns(D d, const Src* src, int step, const BilinearWeights<float>& w, int side,
+                                   float* dst, int dstPitch) {
+  const auto floats = [d](const Src* p) {
+    if constexpr (std::is_same_v<Src, std::uint16_t>) {
+      const hn::RebindToSigned<D> dInt;
+      return hn::ConvertTo(d, hn::PromoteTo(dInt, hn::LoadU(hn::Rebind<std::uint16_t, D>(), p)));
+    } else {
+      return hn::LoadU(d, p);
+    }
+  };
+  const auto w00 = hn::Set(d, w.w00), w01 = hn::Set(d, w.w01), w10 = hn::Set(d, w.w10), w11 = hn::Set(d, w.w11);
+  auto p00 = floats(src), p01 = floats(src + 1);
+  for (int y = 0; y < side; ++y, dst += dstPitch) {
+    const Src* below = row(src, step, y + 1);
+    const auto p10 = floats(below), p11 = floats(below + 1);
+    hn::StoreU(p00 * w00 + p01 * w01 + p10 * w10 + p11 * w11, d, dst);
+    p00 = p10;
+    p01 = p11;
+  }
+}
+
+// Pixels of a row of a tile from which a window of side `side` is read.
+template <class Dst>
+constexpr int tileWidth(int side) {
+  return std::max(side, kLeastLanes<Dst>) + 1;
+}
+
+// Reads a window of side `side`. `tile` has room for side + 1 rows of tileWidth.
 template <class Src, class Dst>
 void readWindow(const FlowImage<Src>& image, const WindowPlace& place, int side, Dst* dst, int dstPitch,
                 Src* tile) {
+  const int width = tileWidth<Dst>(side);
   const Src* src;
   int step = image.step;
   const bool inside =
-      place.x >= 0 && place.y >= 0 && place.x < image.size.width - side && place.y < image.size.height - side;
+      place.x >= 0 && place.y >= 0 && place.x <= image.size.width - width && place.y < image.size.height - side;
   if (inside) {
     src = row(image.first, step, place.y) + place.x;
   } else {
-    step = (side + 1) * static_cast<int>(sizeof(Src));
+    step = width * static_cast<int>(sizeof(Src));
     const ExtendedImage<Src, 1> extended = {image.first, image.step, image.size, borderOf(rvpBorderRepl), nullptr};
-    extended.readTile({place.x, place.y, side + 1, side + 1}, tile, step);
+    extended.readTile({place.x, place.y, width, side + 1}, tile, step);
     src = tile;
   }
   const BilinearWeights<Dst> weights(place);
-  for (int y = 0; y < side; ++y)
-    interpolateRow(row(src, step, y), row(src, step, y + 1), weights,
-                   dst + static_cast<std::ptrdiff_t>(y) * dstPitch, side);
+  coverRow(hn::ScalableTag<Dst>(), side, [&](auto d, std::ptrdiff_t x) {
+    interpolateColumns(d, src + x, step, weights, side, dst + x, dstPitch);
+  });
 }
 
-// A window around a point, and which part of it lies inside; false where none does, and then it is not read.
-template <class Src, class Dst>
-bool ownGetRectSubpix(const FlowImage<Src>& image, RvpiPoint32f centre, int side, Dst* dst, int dstPitch, Src* tile,
-                      WindowPart& inside) {
-  WindowPlace place;
-  if (!placeWindow(centre, side, place)) return false;
-  inside = insidePart(place, side, image.size);
-  if (inside.empty()) return false;
-  readWindow(image, place, side, dst, dstPitch, tile);
-  return true;
+// Three neighbouring vectors of a row.
+template <class D>
+struct Neighbours {
+  hn::VFromD<D> left, mid, right;
+
+  HWY_INLINE Neighbours(D d, const hn::TFromD<D>* p)
+      : left(hn::LoadU(d, p - 1)), mid(hn::LoadU(d, p)), right(hn::LoadU(d, p + 1)) {}
+  HWY_INLINE hn::VFromD<D> across() const { return hn::Sub(right, left); }
+};
+
+// From the row above the window on. Fixed-point values are at most 32640 and none is negative, so that differences
+// of two have 16 bits; the sums pass neither 16 * 32640 = 522240 nor, shifted, 16320.
+template <class D>
+HWY_INLINE void differentiateColumns(D d, const std::int16_t* src, int pitch, int side, std::int16_t* inner,
+                                     std::int16_t* dx, std::int16_t* dy) {
+  const auto w1 = WordPairs<D>::weights(10, 3);
+  const auto w2 = WordPairs<D>::weights(3, 0);
+  const auto none = hn::Zero(d);
+  Neighbours<D> top(d, src), mid(d, src + pitch);
+  for (int y = 0; y < side; ++y, inner += side, dx += side, dy += side) {
+    const Neighbours<D> bottom(d, src + (y + std::ptrdiff_t{2}) * pitch);
+    hn::StoreU(mid.mid, d, inner);
+    hn::StoreU(weighted<5>(d, {d, mid.across(), top.across()}, w1, {d, bottom.across(), none}, w2), d, dx);
+    const auto left = hn::Sub(bottom.left, top.left), right = hn::Sub(bottom.right, top.right);
+    hn::StoreU(weighted<5>(d, {d, hn::Sub(bottom.mid, top.mid), left}, w1, {d, right, none}, w2), d, dy);
+    top = mid;
+    mid = bottom;
+  }
 }
 
-// Both derivatives of a window of side `side` that has a rim; `window` points to its first pixel inside the rim.
-// The fixed-point sums pass neither 16 * 32640 = 522240 nor, shifted, 16320.
+template <class D>
+HWY_INLINE void differentiateColumns(D d, const float* src, int pitch, int side, float* inner, float* dx,
+                                     float* dy) {
+  const auto smooth = [d](const Neighbours<D>& n) {
+    return n.mid * hn::Set(d, 0.3125f) + (n.left + n.right) * hn::Set(d, 0.09375f);
+  };
+  Neighbours<D> top(d, src), mid(d, src + pitch);
+  for (int y = 0; y < side; ++y, inner += side, dx += side, dy += side) {
+    const Neighbours<D> bottom(d, src + (y + std::ptrdiff_t{2}) * pitch);
+    hn::StoreU(mid.mid, d, inner);
+    hn::StoreU(mid.across() * hn::Set(d, 0.3125f) + (top.across() + bottom.across()) * hn::Set(d, 0.09375f), d, dx);
+    hn::StoreU(smooth(bottom) - smooth(top), d, dy);
+    top = mid;
+    mid = bottom;
+  }
+}
+
+// Both derivatives of a window of side `side` that has a rim, and the window without it. `rimmed` points to the
+// rim's first pixel.
 template <class T>
-void ownOptConvolution_M7(const T* window, int pitch, int side, T* dx, T* dy, int dstPitch) {
-  for (std::ptrdiff_t y = 0; y < side; ++y) {
-    const T* mid = window + y * pitch;
-    const T* top = mid - pitch;
-    const T* bottom = mid + pitch;
-    T* dxRow = dx + y * dstPitch;
-    T* dyRow = dy + y * dstPitch;
-    for (std::ptrdiff_t x = 0; x < side; ++x) {
-      const auto across = [x](const T* line) { return line[x + 1] - line[x - 1]; };
-      if constexpr (std::is_same_v<T, float>) {
-        const auto smooth = [x](const T* line) {
-          return line[x] * 0.3125f + (line[x - 1] + line[x + 1]) * 0.09375f;
-        };
-        dxRow[x] = across(mid) * 0.3125f + (across(top) + across(bottom)) * 0.09375f;
-        dyRow[x] = smooth(bottom) - smooth(top);
-      } else {
-        const auto smooth = [x](const T* line) { return line[x] * 10 + (line[x - 1] + line[x + 1]) * 3; };
-        dxRow[x] = static_cast<T>((across(mid) * 10 + (across(top) + across(bottom)) * 3 + 16) >> 5);
-        dyRow[x] = static_cast<T>((smooth(bottom) - smooth(top) + 16) >> 5);
-      }
-    }
-  }
-}
-
-// kCount sums over a part of a window, where body(y, x, products) gives each pixel's products. Whole numbers are
-// added exactly: the products are below 2^31, and a window has fewer than 2^31 pixels.
-template <class T, int kCount, class Product>
-void sumOverPart(const WindowPart& part, const Product& product, double (&sums)[kCount]) {
-  if constexpr (std::is_same_v<T, float>) {
-    double lanes[kCount][4] = {};
-    for (int y = part.top; y <= part.bottom; ++y) {
-      for (int x = part.left; x <= part.right; ++x) {
-        double products[kCount];
-        product(y, x, products);
-        for (int i = 0; i < kCount; ++i) lanes[i][(x - part.left) & 3] += products[i];
-      }
-    }
-    for (int i = 0; i < kCount; ++i) sums[i] = (lanes[i][0] + lanes[i][1]) + (lanes[i][2] + lanes[i][3]);
-  } else {
-    std::int64_t exact[kCount] = {};
-    for (int y = part.top; y <= part.bottom; ++y) {
-      for (int x = part.left; x <= part.right; ++x) {
-        std::int32_t products[kCount];
-        product(y, x, products);
-        for (int i = 0; i < kCount; ++i) exact[i] += products[i];
-      }
-    }
-    for (int i = 0; i < kCount; ++i) sums[i] = static_cast<double>(exact[i]);
-  }
+void ownOptConvolution_M7(const T* rimmed, int side, T* inner, T* dx, T* dy) {
+  coverRow(hn::ScalableTag<T>(), side, [&](auto d, std::ptrdiff_t x) {
+    differentiateColumns(d, rimmed + 1 + x, side + 2, side, inner + x, dx + x, dy + x);
+  });
 }
 
 }  // namespace rvp::n8

@@ -438,6 +438,26 @@ TYPED_TEST(Flow, StaysWithinItsImages) {
   }
 }
 
+// Differences as large as they can be, and a window of more pixels than 32 bits of them can add up.
+TEST(FlowSums, AreExactForBlackAndWhite) {
+  const RvpiSize size = {430, 420};
+  Pyramid<std::uint8_t> one = pyramidOf<std::uint8_t>(size, 1, 0, 0), two = one;
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      const bool isWhite = (x / 5 + y / 7) % 2 == 0;
+      one.images[0].at(y, x) = isWhite ? 255 : 0;
+      two.images[0].at(y, x) = isWhite ? 0 : 255;
+    }
+  }
+  const Record<std::uint8_t, Guarded> record1(one, Placing{}), record2(two, Placing{});
+  for (const RvpiSize roi : {RvpiSize{1, 1}, {500, 500}}) {
+    const Settings settings = {roi, 401, 0, 2, 0.0f};
+    const std::vector<RvpiPoint32f> prev = {{215, 209}, {211.5f, 205.25f}};
+    expectSame<std::uint8_t>(Reference<std::uint8_t>::run(one, two, settings, prev, prev),
+                             track<std::uint8_t>(record1.record, record2.record, settings, prev, prev));
+  }
+}
+
 TYPED_TEST(Flow, FindsAKnownShift) {
   using T = TypeParam;
   const RvpiSize size = {160, 120};
