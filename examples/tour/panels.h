@@ -16,5 +16,6 @@ void addLabelPanels(const Subject& subject, Page& page);
 void addLinesPanels(const Subject& subject, Page& page);
 void addReconstructPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
+void addWatershedPanels(const Subject& subject, Page& page);
 
 }  // namespace tour
