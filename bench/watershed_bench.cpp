@@ -103,7 +103,7 @@ using SizeOf = RvpStatus (*)(RvpiSize, int*);
 cv::Mat scratchOf(SizeOf sizeOf, cv::Size size) {
   int bytes = 0;
   sizeOf({size.width, size.height}, &bytes);
-  return {1, bytes, CV_8U};
+  return cv::Mat(1, bytes, CV_8U);
 }
 
 // ---- Against cv::watershed
