@@ -17,5 +17,6 @@ void addLinesPanels(const Subject& subject, Page& page);
 void addMotionPanels(const Subject& subject, Page& page);
 void addReconstructPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
+void addWatershedPanels(const Subject& subject, Page& page);
 
 }  // namespace tour

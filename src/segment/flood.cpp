@@ -1,6 +1,6 @@
-// Flood fills: the connected region around a seed gets a new value. One engine explores horizontal spans from a
-// stack; what belongs to the region is told by a rule of flood_rules.h, and what a full stack does by
-// flood_stack.h.
+// Flood fills: the connected region around a seed gets a new value. One engine explores horizontal spans;
+// what belongs to the region is told by a rule of flood_rules.h, and the order of the spans, and what happens where
+// their memory is full, by flood_spans.h.
 //
 // A region by equality or by gradient does not depend on the order in which its spans are explored. A region by
 // range does: where more spans are pending than a quarter of the image's pixels, the pending ones are forgotten,
@@ -64,17 +64,17 @@ struct Extent {
 };
 
 // Explores spans until none is pending. With `margin` 1 spans are connected diagonally too.
-template <class Fill, class Stack>
-void explore(Fill& fill, Stack& stack, RvpiSize size, std::ptrdiff_t margin, Extent& extent) {
-  for (FloodSpan span; stack.pop(span);) {
+template <class Fill, class Pending>
+void explore(Fill& fill, Pending& pending, RvpiSize size, std::ptrdiff_t margin, Extent& extent) {
+  for (FloodSpan span; pending.pop(span);) {
     extent.include(span);
     const auto look = [&](std::ptrdiff_t y, std::int32_t dir, Columns window) {
       fill.findSpans(y, window, span, [&](Columns found) {
         extent.area += found.last - found.first;
         // The row that will be looked at first from there.
         if (y - dir >= 0 && y - dir < size.height) __builtin_prefetch(fill.at(y - dir, found.first));
-        stack.push({static_cast<std::int32_t>(y), static_cast<std::int32_t>(found.first),
-                    static_cast<std::int32_t>(found.last - 1), span.left, span.right, dir});
+        pending.push({static_cast<std::int32_t>(y), static_cast<std::int32_t>(found.first),
+                      static_cast<std::int32_t>(found.last - 1), span.left, span.right, dir});
       });
     };
     const std::ptrdiff_t first = std::max<std::ptrdiff_t>(span.left - margin, 0);
@@ -121,16 +121,16 @@ void report(const FloodCall<T>& call, const Extent& extent) {
   *call.pRegion = region;
 }
 
-// Fills the seed's span and, from a stack that makeStack() gives, all that is connected with it.
-template <int kChannels, class T, class Fill, class MakeStack>
-RvpStatus fillFrom(const FloodCall<T>& call, Fill fill, bool goesOn, const MakeStack& makeStack) {
+// Fills the seed's span and, with the spans that makePending() holds, all that is connected with it.
+template <int kChannels, class T, class Fill, class MakePending>
+RvpStatus fillFrom(const FloodCall<T>& call, Fill fill, bool goesOn, const MakePending& makePending) {
   const Columns seedSpan = fill.seedSpan(call.seed);
   const FloodSpan span = spanWithoutParent(call.seed.y, seedSpan.first, seedSpan.last - 1, call.roiSize.height);
   Extent extent = {seedSpan.last - seedSpan.first, span.left, span.y, span.right, span.y};
   if (goesOn && call.roiSize.height > 1) {
-    auto stack = makeStack();
-    stack.push(span);
-    explore(fill, stack, call.roiSize, call.margin, extent);
+    auto pending = makePending();
+    pending.push(span);
+    explore(fill, pending, call.roiSize, call.margin, extent);
   } else {
     fill.leave(span);
   }
@@ -139,7 +139,7 @@ RvpStatus fillFrom(const FloodCall<T>& call, Fill fill, bool goesOn, const MakeS
 }
 
 // The whole of the reported scratch, wherever it starts, but for `used` bytes at its aligned start.
-PatientStack patientStack(std::uint8_t* aligned, std::uint64_t bytes, std::ptrdiff_t used, RvpiSize size) {
+PatientQueue patientQueue(std::uint8_t* aligned, std::uint64_t bytes, std::ptrdiff_t used, RvpiSize size) {
   return {aligned + used, static_cast<std::ptrdiff_t>(bytes) - (kAlignment - 1) - used, size};
 }
 
@@ -156,7 +156,7 @@ RvpStatus plain(const FloodCall<T>& call) {
   if (RvpStatus fault = spansTooLarge(call.roiSize)) return fault;
   return fillFrom<kChannels>(
       call, valueFill<kChannels>(call, EqualTest<T, kChannels>{PatternOf<T, kChannels>(seed)}), true,
-      [&] { return patientStack(alignedUp(call.pBuffer, kAlignment), spanBytes(call.roiSize), 0, call.roiSize); });
+      [&] { return patientQueue(alignedUp(call.pBuffer, kAlignment), spanBytes(call.roiSize), 0, call.roiSize); });
 }
 
 template <int kChannels, class T>
@@ -187,7 +187,7 @@ RvpStatus range(const FloodCall<T>& call) {
   const std::ptrdiff_t capacity = static_cast<std::ptrdiff_t>(call.roiSize.width) * call.roiSize.height / 4;
   if (capacity == 0)  // never reached by a growing number of spans
     return fillFrom<kChannels>(call, fill, true,
-                               [&] { return patientStack(aligned, spanBytes(call.roiSize), 0, call.roiSize); });
+                               [&] { return patientQueue(aligned, spanBytes(call.roiSize), 0, call.roiSize); });
   return fillFrom<kChannels>(call, fill, capacity > 1, [&] { return ForgetfulStack(aligned, capacity); });
 }
 
@@ -214,7 +214,7 @@ RvpStatus gradient(const FloodCall<T>& call) {
       GradientFill<T, kChannels>(call.pImage, call.imageStep, call.roiSize.width, test, call.pNewValue, call.margin,
                                  VisitedMap(aligned, call.roiSize)),
       true, [&] {
-        return patientStack(aligned, gradientBytes(call.roiSize), VisitedMap::bytes(call.roiSize), call.roiSize);
+        return patientQueue(aligned, gradientBytes(call.roiSize), VisitedMap::bytes(call.roiSize), call.roiSize);
       });
 }
 

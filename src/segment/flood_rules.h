@@ -15,7 +15,7 @@
 
 #include "frame/views.h"
 #include "segment/flood_block.h"
-#include "segment/flood_stack.h"
+#include "segment/flood_spans.h"
 
 namespace rvp::n8 {
 

@@ -16,9 +16,8 @@ constexpr std::uint32_t roundedUp(std::uint32_t n, std::uint32_t multiple) {
 }
 
 // Both sizes wrap at 32 bits, which the interface cannot tell. The reported maximum covers both roads: with n =
-// width * height, the queue road's map (level_queue.h) takes 6 * n + 6 * height + 2 * width + 6 bytes for 8-bit
-// labels and 7 * n + 7 * height + 4 * width + 9 for 16-bit labels, and the distance road (watershed_distance.cpp)
-// 6 * n + height + 3, all below 16 * n + (width + 2) * (height + 2) * sizeof(Label) + 48.
+// width * height, the queue road's map (level_queue.h) takes 16 * n + 27 bytes at most, and the distance road
+// (watershed_distance.cpp) 6 * n + height + 3.
 template <class Label>
 std::int32_t queueBytes(std::uint64_t width, std::uint64_t height) {
   return static_cast<std::int32_t>(16 * width * height + (width + 2) * (height + 2) * sizeof(Label) + 48);

@@ -151,6 +151,7 @@ TEST(SegmentGradient, GrowsInTheOrderOfDifferences) {
     tryShape({150, 1, {}, 1, seed}, checkGrowth);
     tryShape({45, 37, {2, 1}, 2, seed}, checkGrowth);
   }
+  tryShape({129, 71, {1, 2}, 1, 7}, checkGrowth);  // queues of larger blocks
 }
 
 TEST(SegmentGradient, StaysWithinItsMemory) {

@@ -166,6 +166,9 @@ TEST(Watershed, QueueFloodsInTheOrderOfLevels) {
     tryShape({90, 1, {}, 1, seed}, checkQueue<std::uint16_t>);
     tryShape({61, 43, {3, 2}, 2, seed}, checkQueue<std::uint8_t>);
   }
+  // Queues of larger blocks.
+  tryShape({129, 71, {1, 2}, 1, 4}, checkQueue<std::uint8_t>);
+  tryShape({4, 17000, {}, 1, 5}, checkQueue<std::uint16_t>);
 }
 
 TEST(Watershed, QueueSettlesTies) {

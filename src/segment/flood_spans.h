@@ -1,10 +1,11 @@
-// The spans that a flood fill has found and not yet explored: last in, first out. Two stacks, which differ in what
-// they do when their memory is full.
+// The spans that a flood fill has found and not yet explored. Two containers, which differ in the order in which
+// they serve spans and in what they do when their memory is full.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "rvpcv/types.h"
 
@@ -28,7 +29,7 @@ inline FloodSpan spanWithoutParent(std::ptrdiff_t y, std::ptrdiff_t left, std::p
           static_cast<std::int32_t>(right + 1), static_cast<std::int32_t>(right), y == height - 1 ? -1 : 1};
 }
 
-// Forgets all it holds in the moment in which it is full.
+// Last in, first out. Forgets all it holds in the moment in which it is full.
 class ForgetfulStack {
  public:
   ForgetfulStack(std::uint8_t* memory, std::ptrdiff_t capacity)
@@ -51,34 +52,45 @@ class ForgetfulStack {
   std::ptrdiff_t count_ = 0;
 };
 
-// Forgets nothing: where it is full, a span is put down in a map with a byte for each pixel, and taken up again
-// when the stack is empty, without its parent. Two such spans that touch become one.
+// Forgets nothing, and serves spans in generations: those that were found from spans of one generation are the next
+// one, in the order in which they were found. The front so moves over the image evenly, and comes to what is next
+// to each other in the memory at about the same time.
+//
+// Where a generation has no more room, a span is put down in a map with a byte for each pixel, and taken up again
+// when no generation is left, without its parent. Two such spans that touch become one.
 //
 // The map costs nothing as long as it is not needed, and little when it is. It is searched from where the last span
-// was found, and from its start again only if a span was put down behind that place; for which the stack must have
-// become full since the last search began there, of spans that no one had found before.
-class PatientStack {
+// was found, and from its start again only if a span was put down behind that place; for which a generation must
+// have become full since the last search began there, of spans that no one had found before.
+class PatientQueue {
  public:
   // Bytes of the map, which lies behind the spans.
   static std::ptrdiff_t mapBytes(RvpiSize size) { return static_cast<std::ptrdiff_t>(size.width) * size.height; }
 
-  PatientStack(std::uint8_t* memory, std::ptrdiff_t bytes, RvpiSize size)
-      : spans_(reinterpret_cast<FloodSpan*>(memory)),
-        capacity_((bytes - mapBytes(size)) / static_cast<std::ptrdiff_t>(sizeof(FloodSpan))),
+  PatientQueue(std::uint8_t* memory, std::ptrdiff_t bytes, RvpiSize size)
+      : capacity_((bytes - mapBytes(size)) / (2 * static_cast<std::ptrdiff_t>(sizeof(FloodSpan)))),
+        present_(reinterpret_cast<FloodSpan*>(memory)),
+        next_(present_ + capacity_),
         map_(memory + bytes - mapBytes(size)),
         size_(size) {}
 
   void push(const FloodSpan& span) {
-    if (count_ == capacity_) [[unlikely]] {
+    if (nextCount_ == capacity_) [[unlikely]] {
       putDown(span);
     } else {
-      spans_[count_++] = span;
+      next_[nextCount_++] = span;
     }
   }
 
   bool pop(FloodSpan& span) {
-    if (count_ == 0) return pixelsInMap_ != 0 && takeUp(span);
-    span = spans_[--count_];
+    if (at_ == presentCount_) {
+      if (nextCount_ == 0) return pixelsInMap_ != 0 && takeUp(span);
+      std::swap(present_, next_);
+      presentCount_ = nextCount_;
+      nextCount_ = 0;
+      at_ = 0;
+    }
+    span = present_[at_++];
     return true;
   }
 
@@ -113,9 +125,12 @@ class PatientStack {
     return true;
   }
 
-  FloodSpan* spans_;
-  std::ptrdiff_t capacity_;
-  std::ptrdiff_t count_ = 0;
+  std::ptrdiff_t capacity_;  // of a generation
+  FloodSpan* present_;
+  FloodSpan* next_;
+  std::ptrdiff_t at_ = 0;
+  std::ptrdiff_t presentCount_ = 0;
+  std::ptrdiff_t nextCount_ = 0;
   std::uint8_t* map_;
   RvpiSize size_;
   bool isMapClear_ = false;
