@@ -53,8 +53,8 @@ extern "C" {
  * ::rvpWatershedFront is a front as that of fast marching: with `a <= b` the lesser level of the neighbours to the
  * left and right and that of the neighbours above and below, in one order or the other, the first term of the byte
  * image's level is `a + 64 - s(b - a)`, with `s(d) = 64 - (d + sqrt(2 * 64^2 - d^2)) / 2` rounded to nearest below
- * 64, and 0 from there on. The pixel belongs to its lowest
- * neighbour, of equal ones to the first of left, right, up, down. In a float image it is the same as
+ * 64, and 0 from there on. The pixel belongs to the neighbour from which its level came, as with the other kinds;
+ * of two neighbours that give it together, to the lower one. In a float image it is the same as
  * ::rvpWatershed4. A width of 1 makes every kind ::rvpWatershed4.
  *
  * Where neighbours offer a pixel the same level, it belongs to the one met first. Rows are swept downwards, each to

@@ -184,25 +184,6 @@ class Band {
     }
   }
 
-  // A front's level comes from its lowest neighbour, whichever that was when the pixel was reached.
-  void settleParents() {
-    for (std::ptrdiff_t y : rows_) {
-      const Level* levels = field_.levelsAt(y);
-      const Level* above = levelsAt(y - 1);
-      const Level* below = levelsAt(y + 1);
-      State* states = field_.statesAt(y);
-      for (std::ptrdiff_t x = 0; x < width_; ++x) {
-        if (states[x] == kMarker || states[x] == kUnreached) continue;
-        Offer lowest = {Ground::kNever, kUnreached};
-        if (x > 0) lowest.improve(levels[x - 1], kLeft);
-        if (x + 1 < width_) lowest.improve(levels[x + 1], kRight);
-        if (above != nullptr) lowest.improve(above[x], kUp);
-        if (below != nullptr) lowest.improve(below[x], kDown);
-        states[x] = lowest.parent;
-      }
-    }
-  }
-
   // Takes over the rows next to the band, and marks what they may lower. Returns whether there is any.
   bool exchange() {
     if (above_ != nullptr) takeOver(field_.levelsAt(rows_.first - 1), above_, rows_.first);
@@ -441,7 +422,6 @@ void flood(const Field<Ground>& field, Moves moves, Label* pMarker, int markerSt
     const int teamSize = rows.first == 0 && rows.last == field.height ? 1 : owncvGetNumThreads();
     if (teamSize == 1) {
       band.settle();
-      if constexpr (Moves::kIsFront) band.settleParents();
     } else {
       for (bool isQuiet = false; !isQuiet;) {
         band.settle();
@@ -449,10 +429,6 @@ void flood(const Field<Ground>& field, Moves moves, Label* pMarker, int markerSt
         isPending[rows.thread] = band.exchange();
         meetTeam();
         isQuiet = std::none_of(isPending, isPending + teamSize, [](bool pending) { return pending; });
-      }
-      if constexpr (Moves::kIsFront) {
-        band.settleParents();
-        meetTeam();
       }
       // Ways that leave a band do so at its first or last row. With these labelled, each band finds all its labels
       // within itself.
