@@ -116,6 +116,7 @@ int main(int argc, char** argv) {
     tour::addDistancePanels(subject, page);
     tour::addFloodPanels(subject, page);
     tour::addLabelPanels(subject, page);
+    tour::addMorphPanels(subject, page);
     tour::addReconstructPanels(subject, page);
     tour::addDetectPanels(subject, page);
     tour::addFacePanels(subject, page);
