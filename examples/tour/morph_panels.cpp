@@ -1,14 +1,12 @@
 // Morphology: what erosion and dilation do, what is made of the two, masks of any form, and images of bits.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "number.h"
 #include "panels.h"
 #include "rvpcv.h"
 #include "status.h"
