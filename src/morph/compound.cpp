@@ -110,6 +110,12 @@ struct Images<ExtendedImage<T, kChannels>> {
   static Source asSource(Target image, const Source& like) {
     return {image.first, image.step, like.size, like.border, like.value};
   }
+  static Source fromRow(const Source& image, std::ptrdiff_t y) {
+    Source rest = image;
+    rest.src = row(image.src, image.step, y);
+    return rest;
+  }
+  static Target fromRow(Target image, std::ptrdiff_t y) { return {row(image.first, image.step, y), image.step}; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     for (std::ptrdiff_t y = 0; y < a.size.height; ++y) {
@@ -144,6 +150,12 @@ struct Images<ExtendedBits> {
   static Source asSource(Target image, const Source& like) {
     return {{image.first, image.step, image.bit}, like.size, like.border, like.value};
   }
+  static Source fromRow(const Source& image, std::ptrdiff_t y) {
+    Source rest = image;
+    rest.image.first = image.image.at(y);
+    return rest;
+  }
+  static Target fromRow(Target image, std::ptrdiff_t y) { return {image.at(y), image.step, image.bit}; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     constexpr std::ptrdiff_t kWords = 32;  // A piece of a row.
@@ -178,7 +190,29 @@ struct Temporary {
   }
 };
 
-// First by the mask, then by the mask turned round.
+// Rows first to last - 1 of a stage; the others are in memory for them.
+template <class Op, class Source, class Target>
+void filterBand(const Source& src, Target dst, Slice rows, const RvpiMorphState& state, Workspace work) {
+  Source band = Images<Source>::fromRow(src, rows.first);
+  band.size.height = static_cast<int>(rows.count());
+  band.border.top |= rows.first > 0;
+  band.border.bottom |= rows.last < src.size.height;
+  filterStage<Op>(band, Images<Source>::fromRow(dst, rows.first), state, work);
+}
+
+// Rows of a band: several times as many as the mask has, since each band begins anew, and a multiple of its own
+// rows, which are worked on together. Source, destination and what lies between them should fit into the cache.
+std::ptrdiff_t bandRows(std::uint64_t rowBytes, const RvpiMorphState& state) {
+  constexpr std::uint64_t kBandBytes = std::uint64_t{1} << 19;
+  constexpr std::ptrdiff_t kMasks = 8;
+  const std::ptrdiff_t unit = std::max(state.boxHeight, 1);
+  const auto rows = static_cast<std::ptrdiff_t>(kBandBytes / (3 * rowBytes));
+  return std::max((rows + unit - 1) / unit, kMasks) * unit;
+}
+
+// First by the mask, then by the mask turned round, in bands from top to bottom: the second stage follows the first
+// as closely as its mask lets it. What it has written is not read any more, also where source and destination are
+// one image: the turned mask reaches as far down as the mask reaches up.
 template <class First, class Second, class Source, class Target>
 RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                     std::uint8_t* pBuffer) {
@@ -194,9 +228,19 @@ RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, co
   const Temporary<Source> between(width, height, isConstant ? state.constTempBytes : state.tempBytes, work);
   if (!between.fits) return rvpStatusBadSize;
   const Source wide = Images<Source>::grown(src, left, top, {static_cast<int>(width), static_cast<int>(height)});
-  filterStage<First>(wide, between.image, state.first(), work);
-  filterStage<Second>(Images<Source>::grown(Images<Source>::asSource(between.image, src), -left, -top, src.size),
-                      dst, second, work);
+  const Source filtered =
+      Images<Source>::grown(Images<Source>::asSource(between.image, src), -left, -top, src.size);
+  const std::ptrdiff_t band = bandRows(Images<Source>::rowBytes(static_cast<std::uint64_t>(width)), state.first());
+  const std::ptrdiff_t reach = top + second.maskHeight - second.anchorY - 1;
+  std::ptrdiff_t done = 0;
+  for (std::ptrdiff_t ready = 0; ready < height;) {
+    const Slice next = {ready, std::min<std::ptrdiff_t>(ready + band, height)};
+    filterBand<First>(wide, between.image, next, state.first(), work);
+    ready = next.last;
+    const Slice rest = {done, ready == height ? src.size.height : std::max(ready - reach, done)};
+    if (!rest.empty()) filterBand<Second>(filtered, dst, rest, second, work);
+    done = rest.last;
+  }
   return rvpStatusOk;
 }
 
