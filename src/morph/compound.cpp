@@ -212,10 +212,10 @@ std::ptrdiff_t bandRows(std::uint64_t rowBytes, const RvpiMorphState& state) {
 
 // First by the mask, then by the mask turned round, in bands from top to bottom: the second stage follows the first
 // as closely as its mask lets it. What it has written is not read any more, also where source and destination are
-// one image: the turned mask reaches as far down as the mask reaches up.
-template <class First, class Second, class Source, class Target>
+// one image: the turned mask reaches as far down as the mask reaches up. Calls finish(rows) for each band.
+template <class First, class Second, class Source, class Target, class Finish>
 RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
-                    std::uint8_t* pBuffer) {
+                    std::uint8_t* pBuffer, const Finish& finish) {
   const RvpiMorphState& second = state.second();
   if (second.maxRoiWidth < src.size.width) return rvpStatusBadSize;
   const std::int64_t left = src.border.left ? second.anchorX : 0;
@@ -238,35 +238,41 @@ RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, co
     filterBand<First>(wide, between.image, next, state.first(), work);
     ready = next.last;
     const Slice rest = {done, ready == height ? src.size.height : std::max(ready - reach, done)};
-    if (!rest.empty()) filterBand<Second>(filtered, dst, rest, second, work);
+    if (rest.empty()) continue;
+    filterBand<Second>(filtered, dst, rest, second, work);
+    finish(rest);
     done = rest.last;
   }
   return rvpStatusOk;
 }
 
-struct Opening {
-  template <class Source, class Target>
-  static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
-                       std::uint8_t* pBuffer) {
-    return twoStages<Erosion, Dilation>(src, dst, borderType, state, pBuffer);
-  }
-};
+// dst = a - b in these rows.
+template <class Source, class Target>
+void subtractBand(const Source& a, const Source& b, Target dst, Slice rows) {
+  using I = Images<Source>;
+  Source from = I::fromRow(a, rows.first);
+  from.size.height = static_cast<int>(rows.count());
+  I::subtract(from, I::fromRow(b, rows.first), I::fromRow(dst, rows.first));
+}
 
-struct Closing {
+template <class First, class Second>
+struct TwoStages {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    return twoStages<Dilation, Erosion>(src, dst, borderType, state, pBuffer);
+    return twoStages<First, Second>(src, dst, borderType, state, pBuffer, [](Slice) {});
   }
 };
+using Opening = TwoStages<Erosion, Dilation>;
+using Closing = TwoStages<Dilation, Erosion>;
 
 struct TopHat {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    if (RvpStatus fault = Opening::run(src, dst, borderType, state, pBuffer)) return fault;
-    Images<Source>::subtract(src, Images<Source>::asSource(dst, src), dst);
-    return rvpStatusOk;
+    const Source opened = Images<Source>::asSource(dst, src);
+    return twoStages<Erosion, Dilation>(src, dst, borderType, state, pBuffer,
+                                        [&](Slice rows) { subtractBand(src, opened, dst, rows); });
   }
 };
 
@@ -274,9 +280,9 @@ struct BlackHat {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    if (RvpStatus fault = Closing::run(src, dst, borderType, state, pBuffer)) return fault;
-    Images<Source>::subtract(Images<Source>::asSource(dst, src), src, dst);
-    return rvpStatusOk;
+    const Source closed = Images<Source>::asSource(dst, src);
+    return twoStages<Dilation, Erosion>(src, dst, borderType, state, pBuffer,
+                                        [&](Slice rows) { subtractBand(closed, src, dst, rows); });
   }
 };
 
@@ -288,9 +294,16 @@ struct Gradient {
     Workspace work(pBuffer, state.bufferSize);
     const Temporary<Source> eroded(src.size.width, src.size.height, state.tempBytes, work);
     if (!eroded.fits) return rvpStatusBadSize;
-    filterStage<Dilation>(src, dst, state.first(), work);
-    filterStage<Erosion>(src, eroded.image, state.first(), work);
-    Images<Source>::subtract(Images<Source>::asSource(dst, src), Images<Source>::asSource(eroded.image, src), dst);
+    const Source less = Images<Source>::asSource(eroded.image, src);
+    const Source dilated = Images<Source>::asSource(dst, src);
+    const std::ptrdiff_t band =
+        bandRows(Images<Source>::rowBytes(static_cast<std::uint64_t>(src.size.width)), state.first());
+    for (std::ptrdiff_t y = 0; y < src.size.height; y += band) {
+      const Slice rows = {y, std::min<std::ptrdiff_t>(y + band, src.size.height)};
+      filterBand<Dilation>(src, dst, rows, state.first(), work);
+      filterBand<Erosion>(src, eroded.image, rows, state.first(), work);
+      subtractBand(dilated, less, dst, rows);
+    }
     return rvpStatusOk;
   }
 };

@@ -207,7 +207,8 @@ TYPED_TEST(Compound, FollowsTheStages) {
 using Gray = FORM(std::uint8_t, 1, 8u_C1R);
 
 TEST(CompoundAlgebra, OpeningAndClosingAreIdempotentAndBoundTheirSource) {
-  constexpr RvpiSize kSize = {60, 50};
+  // More than a band, for work in place.
+  constexpr RvpiSize kSize = {3000, 150};
   for (const Mask& mask : {ellipse(7, 7), randomMask(6, 5, 4), rectangle(4, 9)}) {
     auto state = Gray::stateOf(kSize, mask, Cliff::behind);
     const auto image = randomPlane<std::uint8_t>(kSize.width, kSize.height, 9);
@@ -233,6 +234,20 @@ TEST(CompoundAlgebra, OpeningAndClosingAreIdempotentAndBoundTheirSource) {
       apply(inPlace, inPlace);
       ASSERT_TRUE(same(once, inPlace));
     }
+  }
+}
+
+// Images that are worked on in bands.
+TEST(CompoundBands, FollowTheStages) {
+  for (const RvpiBorderType border : {rvpBorderRepl + 0, rvpBorderConst | 64}) {
+    for (const Operation operation : {close, topHat, gradient}) {
+      tryShape({3000, 130, {3, 1}, 1, 5}, [&](const Shape& shape) {
+        check<Gray>(operation, shape, randomMask(3, 5, 3), border, {3000, 130}, Cliff::behind);
+      });
+    }
+    tryShape({60000, 50, {}, 1, 6}, [&](const Shape& shape) {
+      check<Bits>(open, shape, rectangle(2, 3), border, {60000, 50}, Cliff::before);
+    });
   }
 }
 
