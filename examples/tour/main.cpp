@@ -117,6 +117,7 @@ int main(int argc, char** argv) {
     tour::addFloodPanels(subject, page);
     tour::addLabelPanels(subject, page);
     tour::addWatershedPanels(subject, page);
+    tour::addMorphPanels(subject, page);
     tour::addReconstructPanels(subject, page);
     tour::addMotionPanels(subject, page);
     tour::addDetectPanels(subject, page);

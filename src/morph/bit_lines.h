@@ -10,6 +10,7 @@
 #include "frame/simd.h"
 #include "frame/team.h"
 #include "frame/views.h"
+#include "morph/lines.h"
 #include "rvpcv/types.h"
 
 namespace rvp::n8 {
@@ -80,23 +81,41 @@ struct BitImage {
   Byte* at(std::ptrdiff_t y) const { return row(first, step, y); }
 };
 
-template <class Operation>
+// Where a line, or a part of one, begins: bit `shift` of a word, 0 to 63.
+struct BitSpan {
+  const std::uint64_t* word;
+  int shift = 0;
+};
+
+template <class Op>
+struct BitLanes {
+  using Word = std::uint64_t;
+  using Span = BitSpan;
+  template <class D>
+  static HWY_INLINE hn::Vec<D> load(D d, BitSpan span, std::ptrdiff_t x) {
+    const auto low = hn::LoadU(d, span.word + x);
+    if (span.shift == 0) return low;
+    return hn::Or(hn::ShiftRightSame(low, span.shift),
+                  hn::ShiftLeftSame(hn::LoadU(d, span.word + x + 1), static_cast<int>(kWordBits) - span.shift));
+  }
+  template <class V>
+  static HWY_INLINE V of(V a, V b) {
+    return Op::ofBits(a, b);
+  }
+};
+
+template <class Op>
 class BitLines {
  public:
-  using Op = Operation;
+  using Lanes = BitLanes<Op>;
   using Word = std::uint64_t;
-  struct Span {
-    const Word* word;
-    int shift;  // 0 to 63.
-  };
+  using Span = BitSpan;
   static constexpr bool kRowsStay = false;
   static constexpr std::ptrdiff_t kStripUnit = kWordBits;
-  static constexpr hn::ScalableTag<Word> kTag = {};
-  static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kTag);
-  // A span may begin at any bit of its first word, and the bits of a word come from two words; two vectors, of up
-  // to four words, are worked on side by side.
-  static constexpr std::ptrdiff_t kPadding = 2 + 2 * 4;
-  static_assert(kLanes <= 4);
+  // A span may begin at any bit of its first word, and the bits of a word come from two words; beside that there is
+  // room for the widest vector. All variants keep the same.
+  static constexpr std::ptrdiff_t kPadding = 2 + 4;
+  static_assert(hn::MaxLanes(hn::ScalableTag<Word>()) <= 4);
 
   BitLines(BitImage<const std::uint8_t> src, RvpiSize size, const Border& border, bool value,
            BitImage<std::uint8_t> dst)
@@ -112,6 +131,7 @@ class BitLines {
     return {span.word + bit / kWordBits, static_cast<int>(bit % kWordBits)};
   }
   static Span at(const Word* line, std::ptrdiff_t columns) { return at(Span{line, 0}, columns); }
+  static Span below(Span span, std::ptrdiff_t words) { return {span.word + words, span.shift}; }
 
   // A row is read with its border, so there is nothing to widen.
   Slice core(std::ptrdiff_t first, std::ptrdiff_t last) const { return {first, last}; }
@@ -143,26 +163,15 @@ class BitLines {
   }
 
   static void combine(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
-    const auto word = [](Span span, std::ptrdiff_t i) HWY_ATTR {
-      const auto low = hn::LoadU(kTag, span.word + i);
-      if (span.shift == 0) return low;
-      return hn::Or(
-          hn::ShiftRightSame(low, span.shift),
-          hn::ShiftLeftSame(hn::LoadU(kTag, span.word + i + 1), static_cast<int>(kWordBits) - span.shift));
-    };
-    const std::ptrdiff_t words = wordsOf(columns);
-    for (std::ptrdiff_t i = 0; i < words; i += 2 * kLanes) {
-      auto v0 = word(spans[0], i), v1 = word(spans[0], i + kLanes);
-      for (std::ptrdiff_t k = 1; k < count; ++k) {
-        v0 = Op::ofBits(v0, word(spans[k], i));
-        v1 = Op::ofBits(v1, word(spans[k], i + kLanes));
-      }
-      hn::StoreU(v0, kTag, line + i);
-      hn::StoreU(v1, kTag, line + i + kLanes);
-    }
+    combineSpans<Lanes, LineEnd::padded>(spans, count, wordsOf(columns), line);
   }
-  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
-    combine(spans, count, columns, line);
+  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line,
+                           std::ptrdiff_t lines, std::ptrdiff_t step) {
+    combineSpans<Lanes, LineEnd::padded>(spans, count, (lines - 1) * step + wordsOf(columns), line);
+  }
+  static void slideRows(const Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs, std::ptrdiff_t columns,
+                        Word* lines, std::ptrdiff_t step) {
+    windowsOfRows<Lanes, LineEnd::padded>(rows, height, outputs, wordsOf(columns), lines, step);
   }
   void emit(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t columns, const Span* spans, std::ptrdiff_t count,
             Word* scratch) const {

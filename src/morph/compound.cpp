@@ -110,6 +110,12 @@ struct Images<ExtendedImage<T, kChannels>> {
   static Source asSource(Target image, const Source& like) {
     return {image.first, image.step, like.size, like.border, like.value};
   }
+  static Source fromRow(const Source& image, std::ptrdiff_t y) {
+    Source rest = image;
+    rest.src = row(image.src, image.step, y);
+    return rest;
+  }
+  static Target fromRow(Target image, std::ptrdiff_t y) { return {row(image.first, image.step, y), image.step}; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     for (std::ptrdiff_t y = 0; y < a.size.height; ++y) {
@@ -144,6 +150,12 @@ struct Images<ExtendedBits> {
   static Source asSource(Target image, const Source& like) {
     return {{image.first, image.step, image.bit}, like.size, like.border, like.value};
   }
+  static Source fromRow(const Source& image, std::ptrdiff_t y) {
+    Source rest = image;
+    rest.image.first = image.image.at(y);
+    return rest;
+  }
+  static Target fromRow(Target image, std::ptrdiff_t y) { return {image.at(y), image.step, image.bit}; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     constexpr std::ptrdiff_t kWords = 32;  // A piece of a row.
@@ -178,10 +190,32 @@ struct Temporary {
   }
 };
 
-// First by the mask, then by the mask turned round.
-template <class First, class Second, class Source, class Target>
+// Rows first to last - 1 of a stage; the others are in memory for them.
+template <class Op, class Source, class Target>
+void filterBand(const Source& src, Target dst, Slice rows, const RvpiMorphState& state, Workspace work) {
+  Source band = Images<Source>::fromRow(src, rows.first);
+  band.size.height = static_cast<int>(rows.count());
+  band.border.top |= rows.first > 0;
+  band.border.bottom |= rows.last < src.size.height;
+  filterStage<Op>(band, Images<Source>::fromRow(dst, rows.first), state, work);
+}
+
+// Rows of a band: several times as many as the mask has, since each band begins anew, and a multiple of its own
+// rows, which are worked on together. Source, destination and what lies between them should fit into the cache.
+std::ptrdiff_t bandRows(std::uint64_t rowBytes, const RvpiMorphState& state) {
+  constexpr std::uint64_t kBandBytes = std::uint64_t{1} << 19;
+  constexpr std::ptrdiff_t kMasks = 8;
+  const std::ptrdiff_t unit = std::max(state.boxHeight, 1);
+  const auto rows = static_cast<std::ptrdiff_t>(kBandBytes / (3 * rowBytes));
+  return std::max((rows + unit - 1) / unit, kMasks) * unit;
+}
+
+// First by the mask, then by the mask turned round, in bands from top to bottom: the second stage follows the first
+// as closely as its mask lets it. What it has written is not read any more, also where source and destination are
+// one image: the turned mask reaches as far down as the mask reaches up. Calls finish(rows) for each band.
+template <class First, class Second, class Source, class Target, class Finish>
 RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
-                    std::uint8_t* pBuffer) {
+                    std::uint8_t* pBuffer, const Finish& finish) {
   const RvpiMorphState& second = state.second();
   if (second.maxRoiWidth < src.size.width) return rvpStatusBadSize;
   const std::int64_t left = src.border.left ? second.anchorX : 0;
@@ -194,35 +228,51 @@ RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, co
   const Temporary<Source> between(width, height, isConstant ? state.constTempBytes : state.tempBytes, work);
   if (!between.fits) return rvpStatusBadSize;
   const Source wide = Images<Source>::grown(src, left, top, {static_cast<int>(width), static_cast<int>(height)});
-  filterStage<First>(wide, between.image, state.first(), work);
-  filterStage<Second>(Images<Source>::grown(Images<Source>::asSource(between.image, src), -left, -top, src.size),
-                      dst, second, work);
+  const Source filtered =
+      Images<Source>::grown(Images<Source>::asSource(between.image, src), -left, -top, src.size);
+  const std::ptrdiff_t band = bandRows(Images<Source>::rowBytes(static_cast<std::uint64_t>(width)), state.first());
+  const std::ptrdiff_t reach = top + second.maskHeight - second.anchorY - 1;
+  std::ptrdiff_t done = 0;
+  for (std::ptrdiff_t ready = 0; ready < height;) {
+    const Slice next = {ready, std::min<std::ptrdiff_t>(ready + band, height)};
+    filterBand<First>(wide, between.image, next, state.first(), work);
+    ready = next.last;
+    const Slice rest = {done, ready == height ? src.size.height : std::max(ready - reach, done)};
+    if (rest.empty()) continue;
+    filterBand<Second>(filtered, dst, rest, second, work);
+    finish(rest);
+    done = rest.last;
+  }
   return rvpStatusOk;
 }
 
-struct Opening {
-  template <class Source, class Target>
-  static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
-                       std::uint8_t* pBuffer) {
-    return twoStages<Erosion, Dilation>(src, dst, borderType, state, pBuffer);
-  }
-};
+// dst = a - b in these rows.
+template <class Source, class Target>
+void subtractBand(const Source& a, const Source& b, Target dst, Slice rows) {
+  using I = Images<Source>;
+  Source from = I::fromRow(a, rows.first);
+  from.size.height = static_cast<int>(rows.count());
+  I::subtract(from, I::fromRow(b, rows.first), I::fromRow(dst, rows.first));
+}
 
-struct Closing {
+template <class First, class Second>
+struct TwoStages {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    return twoStages<Dilation, Erosion>(src, dst, borderType, state, pBuffer);
+    return twoStages<First, Second>(src, dst, borderType, state, pBuffer, [](Slice) {});
   }
 };
+using Opening = TwoStages<Erosion, Dilation>;
+using Closing = TwoStages<Dilation, Erosion>;
 
 struct TopHat {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    if (RvpStatus fault = Opening::run(src, dst, borderType, state, pBuffer)) return fault;
-    Images<Source>::subtract(src, Images<Source>::asSource(dst, src), dst);
-    return rvpStatusOk;
+    const Source opened = Images<Source>::asSource(dst, src);
+    return twoStages<Erosion, Dilation>(src, dst, borderType, state, pBuffer,
+                                        [&](Slice rows) { subtractBand(src, opened, dst, rows); });
   }
 };
 
@@ -230,9 +280,9 @@ struct BlackHat {
   template <class Source, class Target>
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType borderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
-    if (RvpStatus fault = Closing::run(src, dst, borderType, state, pBuffer)) return fault;
-    Images<Source>::subtract(Images<Source>::asSource(dst, src), src, dst);
-    return rvpStatusOk;
+    const Source closed = Images<Source>::asSource(dst, src);
+    return twoStages<Dilation, Erosion>(src, dst, borderType, state, pBuffer,
+                                        [&](Slice rows) { subtractBand(closed, src, dst, rows); });
   }
 };
 
@@ -244,9 +294,16 @@ struct Gradient {
     Workspace work(pBuffer, state.bufferSize);
     const Temporary<Source> eroded(src.size.width, src.size.height, state.tempBytes, work);
     if (!eroded.fits) return rvpStatusBadSize;
-    filterStage<Dilation>(src, dst, state.first(), work);
-    filterStage<Erosion>(src, eroded.image, state.first(), work);
-    Images<Source>::subtract(Images<Source>::asSource(dst, src), Images<Source>::asSource(eroded.image, src), dst);
+    const Source less = Images<Source>::asSource(eroded.image, src);
+    const Source dilated = Images<Source>::asSource(dst, src);
+    const std::ptrdiff_t band =
+        bandRows(Images<Source>::rowBytes(static_cast<std::uint64_t>(src.size.width)), state.first());
+    for (std::ptrdiff_t y = 0; y < src.size.height; y += band) {
+      const Slice rows = {y, std::min<std::ptrdiff_t>(y + band, src.size.height)};
+      filterBand<Dilation>(src, dst, rows, state.first(), work);
+      filterBand<Erosion>(src, eroded.image, rows, state.first(), work);
+      subtractBand(dilated, less, dst, rows);
+    }
     return rvpStatusOk;
   }
 };

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "filter/border.h"
 #include "frame/simd.h"
@@ -41,7 +42,7 @@ struct Dilation {
   }
 };
 
-// How a line of n elements ends. `exact` touches nothing behind it: its last vector overlaps the one before, which
+// How a line of n words ends. `exact` touches nothing behind it: its last vector overlaps the one before, which
 // changes nothing as long as dst is none of the operands or the very first of them. `padded` reads and writes up to
 // a whole vector more, and dst may lie anywhere before its operands.
 enum class LineEnd { exact, padded };
@@ -49,38 +50,13 @@ enum class LineEnd { exact, padded };
 // Vectors that are worked on side by side, to hide the latency of a chain of minima.
 constexpr int kLineVectors = 4;
 
-// dst[x] = minimum or maximum of operands[i][x]. kCount is the number of operands, or 0 for `count` of them.
-template <class Op, LineEnd kEnd, int kCount, class T>
-void combineElements(const T* const* operands, std::ptrdiff_t count, std::ptrdiff_t n, T* dst) {
-  const hn::ScalableTag<T> d;
+// Calls group(x) for four vectors at a time, then one(tag, x) for one.
+template <LineEnd kEnd, class Word, class Group, class One>
+HWY_INLINE void forLine(std::ptrdiff_t n, const Group& group, const One& one) {
+  const hn::ScalableTag<Word> d;
   constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
-  // Operands in registers: a store of bytes could change any pointer in memory.
-  const T* held[std::max(kCount, 1)];
-  std::copy_n(operands, kCount, held);
-  const T* const* const from = kCount == 0 ? operands : held;
-  const std::ptrdiff_t m = kCount == 0 ? count : kCount;
-  const auto one = [&](auto tag, std::ptrdiff_t x) {
-    auto v = hn::LoadU(tag, from[0] + x);
-    for (std::ptrdiff_t i = 1; i < m; ++i) v = Op::of(v, hn::LoadU(tag, from[i] + x));
-    hn::StoreU(v, tag, dst + x);
-  };
   std::ptrdiff_t x = 0;
-  for (; x + kLineVectors * kLanes <= n; x += kLineVectors * kLanes) {
-    const T* s = from[0] + x;
-    auto v0 = hn::LoadU(d, s), v1 = hn::LoadU(d, s + kLanes);
-    auto v2 = hn::LoadU(d, s + 2 * kLanes), v3 = hn::LoadU(d, s + 3 * kLanes);
-    for (std::ptrdiff_t i = 1; i < m; ++i) {
-      s = from[i] + x;
-      v0 = Op::of(v0, hn::LoadU(d, s));
-      v1 = Op::of(v1, hn::LoadU(d, s + kLanes));
-      v2 = Op::of(v2, hn::LoadU(d, s + 2 * kLanes));
-      v3 = Op::of(v3, hn::LoadU(d, s + 3 * kLanes));
-    }
-    hn::StoreU(v0, d, dst + x);
-    hn::StoreU(v1, d, dst + x + kLanes);
-    hn::StoreU(v2, d, dst + x + 2 * kLanes);
-    hn::StoreU(v3, d, dst + x + 3 * kLanes);
-  }
+  for (; x + kLineVectors * kLanes <= n; x += kLineVectors * kLanes) group(x);
   for (; x + kLanes <= n; x += kLanes) one(d, x);
   if (x == n) return;
   if constexpr (kEnd == LineEnd::padded) {
@@ -88,32 +64,151 @@ void combineElements(const T* const* operands, std::ptrdiff_t count, std::ptrdif
   } else if (n >= kLanes) {
     one(d, n - kLanes);
   } else {
-    forVectors<T>(x, n, one);
+    forVectors<Word>(x, n, one);
   }
 }
 
-template <class Op, LineEnd kEnd, class T>
-void combineElements(const T* const* operands, std::ptrdiff_t count, std::ptrdiff_t n, T* dst) {
+// Four vectors side by side. Lanes tells how a vector comes from a span, and how two are combined.
+template <class Lanes>
+struct LineGroup {
+  static constexpr hn::ScalableTag<typename Lanes::Word> kTag = {};
+  static constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(kTag));
+  using V = hn::Vec<hn::ScalableTag<typename Lanes::Word>>;
+  V v0, v1, v2, v3;
+
+  template <class Span>
+  static HWY_INLINE LineGroup load(Span span, std::ptrdiff_t x) {
+    return {Lanes::load(kTag, span, x), Lanes::load(kTag, span, x + kLanes),
+            Lanes::load(kTag, span, x + 2 * kLanes), Lanes::load(kTag, span, x + 3 * kLanes)};
+  }
+  HWY_INLINE void take(const LineGroup& other) {
+    v0 = Lanes::of(v0, other.v0);
+    v1 = Lanes::of(v1, other.v1);
+    v2 = Lanes::of(v2, other.v2);
+    v3 = Lanes::of(v3, other.v3);
+  }
+  HWY_INLINE void store(typename Lanes::Word* dst, std::ptrdiff_t x) const {
+    hn::StoreU(v0, kTag, dst + x);
+    hn::StoreU(v1, kTag, dst + x + kLanes);
+    hn::StoreU(v2, kTag, dst + x + 2 * kLanes);
+    hn::StoreU(v3, kTag, dst + x + 3 * kLanes);
+  }
+};
+
+// dst[x] = minimum or maximum of spans[x]. The spans are arguments of their own, so that they stay in registers: a
+// store of bytes could change any in memory.
+template <class Lanes, LineEnd kEnd, class Span, class... Spans>
+void combineFew(std::ptrdiff_t n, typename Lanes::Word* dst, Span first, Spans... others) {
+  forLine<kEnd, typename Lanes::Word>(
+      n,
+      [=](std::ptrdiff_t x) {
+        auto group = LineGroup<Lanes>::load(first, x);
+        (group.take(LineGroup<Lanes>::load(others, x)), ...);
+        group.store(dst, x);
+      },
+      [=](auto d, std::ptrdiff_t x) {
+        auto v = Lanes::load(d, first, x);
+        ((v = Lanes::of(v, Lanes::load(d, others, x))), ...);
+        hn::StoreU(v, d, dst + x);
+      });
+}
+
+// The same of `count` spans, of any number.
+template <class Lanes, LineEnd kEnd>
+void combineSpans(const typename Lanes::Span* spans, std::ptrdiff_t count, std::ptrdiff_t n,
+                  typename Lanes::Word* dst) {
   switch (count) {
     case 1:
-      return combineElements<Op, kEnd, 1>(operands, count, n, dst);
+      return combineFew<Lanes, kEnd>(n, dst, spans[0]);
     case 2:
-      return combineElements<Op, kEnd, 2>(operands, count, n, dst);
+      return combineFew<Lanes, kEnd>(n, dst, spans[0], spans[1]);
     case 3:
-      return combineElements<Op, kEnd, 3>(operands, count, n, dst);
+      return combineFew<Lanes, kEnd>(n, dst, spans[0], spans[1], spans[2]);
     case 4:
-      return combineElements<Op, kEnd, 4>(operands, count, n, dst);
+      return combineFew<Lanes, kEnd>(n, dst, spans[0], spans[1], spans[2], spans[3]);
     case 5:
-      return combineElements<Op, kEnd, 5>(operands, count, n, dst);
+      return combineFew<Lanes, kEnd>(n, dst, spans[0], spans[1], spans[2], spans[3], spans[4]);
     default:
-      return combineElements<Op, kEnd, 0>(operands, count, n, dst);
+      break;
   }
+  forLine<kEnd, typename Lanes::Word>(
+      n,
+      [&](std::ptrdiff_t x) {
+        auto group = LineGroup<Lanes>::load(spans[0], x);
+        for (std::ptrdiff_t i = 1; i < count; ++i) group.take(LineGroup<Lanes>::load(spans[i], x));
+        group.store(dst, x);
+      },
+      [&](auto d, std::ptrdiff_t x) {
+        auto v = Lanes::load(d, spans[0], x);
+        for (std::ptrdiff_t i = 1; i < count; ++i) v = Lanes::of(v, Lanes::load(d, spans[i], x));
+        hn::StoreU(v, d, dst + x);
+      });
 }
 
-template <class Operation, class T, int kChannels>
+// The windows of `height` rows that begin at rows 0 to `outputs` - 1, at most `height` of them, after van Herk: the
+// minima from each row down to row height - 1, and then those with the running minimum of the rows behind it.
+// Window i goes to line i of `lines`, which are `step` words apart and none of the rows.
+template <class Lanes, LineEnd kEnd>
+void windowsOfRows(const typename Lanes::Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs,
+                   std::ptrdiff_t n, typename Lanes::Word* lines, std::ptrdiff_t step) {
+  using Word = typename Lanes::Word;
+  forLine<kEnd, Word>(
+      n,
+      [&](std::ptrdiff_t x) {
+        using Group = LineGroup<Lanes>;
+        auto suffix = Group::load(rows[height - 1], x);
+        suffix.store(lines + (height - 1) * step, x);
+        for (std::ptrdiff_t i = height - 2; i >= 0; --i) {
+          suffix.take(Group::load(rows[i], x));
+          suffix.store(lines + i * step, x);
+        }
+        if (outputs == 1) return;
+        auto prefix = Group::load(rows[height], x);
+        for (std::ptrdiff_t i = 1;; ++i) {
+          Word* line = lines + i * step;
+          auto window = Group::load(typename Lanes::Span{line}, x);
+          window.take(prefix);
+          window.store(line, x);
+          if (i == outputs - 1) return;
+          prefix.take(Group::load(rows[height + i], x));
+        }
+      },
+      [&](auto d, std::ptrdiff_t x) {
+        auto suffix = Lanes::load(d, rows[height - 1], x);
+        hn::StoreU(suffix, d, lines + (height - 1) * step + x);
+        for (std::ptrdiff_t i = height - 2; i >= 0; --i) {
+          suffix = Lanes::of(suffix, Lanes::load(d, rows[i], x));
+          hn::StoreU(suffix, d, lines + i * step + x);
+        }
+        if (outputs == 1) return;
+        auto prefix = Lanes::load(d, rows[height], x);
+        for (std::ptrdiff_t i = 1;; ++i) {
+          Word* line = lines + i * step + x;
+          hn::StoreU(Lanes::of(hn::LoadU(d, line), prefix), d, line);
+          if (i == outputs - 1) return;
+          prefix = Lanes::of(prefix, Lanes::load(d, rows[height + i], x));
+        }
+      });
+}
+
+template <class Op, class T>
+struct PixelLanes {
+  using Word = T;
+  using Span = const T*;
+  template <class D>
+  static HWY_INLINE hn::Vec<D> load(D d, const T* span, std::ptrdiff_t x) {
+    return hn::LoadU(d, span + x);
+  }
+  template <class V>
+  static HWY_INLINE V of(V a, V b) {
+    return Op::of(a, b);
+  }
+};
+
+template <class Op, class T, int kChannels>
 class PixelLines {
  public:
-  using Op = Operation;
+  using Lanes = PixelLanes<Op, T>;
   using Word = T;
   using Span = const T*;
   // A row that is read stays where it is, unless it is made of border.
@@ -135,6 +230,7 @@ class PixelLines {
   // The most columns of a line of so many words; may be negative.
   static constexpr std::ptrdiff_t columnsIn(std::ptrdiff_t words) { return (words - kPadding) / kChannels; }
   static Span at(Span span, std::ptrdiff_t columns) { return span + columns * kChannels; }
+  static Span below(Span span, std::ptrdiff_t words) { return span + words; }
 
   static Word* place(Word* line, std::ptrdiff_t columns) { return line + columns * kChannels; }
 
@@ -149,6 +245,10 @@ class PixelLines {
   }
   void widen(Word* line, std::ptrdiff_t first, std::ptrdiff_t last) const {
     const Slice own = core(first, last);
+    if constexpr (kPixelBytes <= 8 && (kPixelBytes & (kPixelBytes - 1)) == 0) {
+      if (border().mode != rvpBorderMirror)
+        return repeatEnds(line, own.first - first, own.last - first, last - first);
+    }
     Border sides = border();
     sides.top = sides.bottom = true;
     const ExtendedImage<T, kChannels> row = {line - first * kChannels, 0, {size().width, 1}, sides, image_.value};
@@ -157,11 +257,18 @@ class PixelLines {
   }
 
   static void combine(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
-    combineElements<Op, LineEnd::exact>(spans, count, columns * kChannels, line);
+    combineSpans<Lanes, LineEnd::exact>(spans, count, columns * kChannels, line);
   }
-  // For spans of padded lines, behind or at `line`.
-  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
-    combineElements<Op, LineEnd::padded>(spans, count, columns * kChannels, line);
+  // For spans of padded lines, behind or at `line`, and of as many lines behind it, `step` words apart. What lies
+  // between those is spoilt.
+  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line,
+                           std::ptrdiff_t lines, std::ptrdiff_t step) {
+    combineSpans<Lanes, LineEnd::padded>(spans, count, (lines - 1) * step + columns * kChannels, line);
+  }
+  // See windowsOfRows.
+  static void slideRows(const Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs, std::ptrdiff_t columns,
+                        Word* lines, std::ptrdiff_t step) {
+    windowsOfRows<Lanes, LineEnd::exact>(rows, height, outputs, columns * kChannels, lines, step);
   }
   // Into the destination, from column x of row y on.
   void emit(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t columns, const Span* spans, std::ptrdiff_t count,
@@ -170,6 +277,33 @@ class PixelLines {
   }
 
  private:
+  static constexpr std::size_t kPixelBytes = sizeof(T) * kChannels;
+
+  // Pixels before `first` and from `last` to `end` - 1 of a line, for the modes that fill them with one pixel each.
+  void repeatEnds(Word* line, std::ptrdiff_t first, std::ptrdiff_t last, std::ptrdiff_t end) const {
+    using Pixel = typename hwy::UnsignedFromSize<kPixelBytes>;
+    const hn::ScalableTag<Pixel> d;
+    constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+    auto* const pixels = reinterpret_cast<Pixel*>(line);
+    const auto like = [&](std::ptrdiff_t x) {
+      Pixel pixel = 0;
+      std::memcpy(&pixel, border().mode == rvpBorderConst ? image_.value : line + x * kChannels, sizeof pixel);
+      return hn::Set(d, pixel);
+    };
+    // The last vector of either end runs past it: behind the line there is room, and before it the line's own first
+    // pixels are put back.
+    if (first > 0) {
+      const auto own = hn::LoadU(d, pixels + first);
+      const auto pixel = like(first);
+      for (std::ptrdiff_t x = 0; x < first; x += kLanes) hn::StoreU(pixel, d, pixels + x);
+      hn::StoreU(own, d, pixels + first);
+    }
+    if (last < end) {
+      const auto pixel = like(last - 1);
+      for (std::ptrdiff_t x = last; x < end; x += kLanes) hn::StoreU(pixel, d, pixels + x);
+    }
+  }
+
   ExtendedImage<T, kChannels> image_;
   T* dst_;
   int dstStep_;

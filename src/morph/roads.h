@@ -55,16 +55,18 @@ class Workspace {
 // Spans that slide() leaves at most.
 constexpr std::ptrdiff_t kSlideSpans = 5;
 
-// Windows along a line: the windows of `window` columns that begin at columns 0 to `columns` - 1 of `from` are left
-// as the combination of a few spans. The line in which `from` lies is used up.
+// Windows along lines: the windows of `window` columns that begin at columns 0 to `columns` - 1 of `from` are left
+// as the combination of a few spans. `from` lies in the first of `lines` lines, `step` words apart, to all of which
+// the same is done. They are used up.
 template <class Lines>
 std::ptrdiff_t slide(typename Lines::Span from, typename Lines::Word* line, std::ptrdiff_t columns,
-                     std::ptrdiff_t window, typename Lines::Span* spans) {
+                     std::ptrdiff_t window, typename Lines::Span* spans, std::ptrdiff_t lines = 1,
+                     std::ptrdiff_t step = 0) {
   constexpr std::ptrdiff_t kAtOnce = 4;
   std::ptrdiff_t have = 1;
   while (window > kAtOnce * have && window > kSlideSpans) {
     for (std::ptrdiff_t i = 0; i < kAtOnce; ++i) spans[i] = Lines::at(from, i * have);
-    Lines::combineAhead(spans, kAtOnce, columns + window - kAtOnce * have, line);
+    Lines::combineAhead(spans, kAtOnce, columns + window - kAtOnce * have, line, lines, step);
     from = Lines::at(line, 0);
     have *= kAtOnce;
   }
@@ -81,94 +83,79 @@ class RectangleRoad {
   using Span = typename Lines::Span;
 
  public:
-  RectangleRoad(const Lines& lines, const Cells& box, Workspace work)
-      : lines_(lines),
+  RectangleRoad(const Lines& source, const Cells& box, Workspace work)
+      : source_(source),
         box_(box),
         first_(std::min<std::ptrdiff_t>(box.left, 0)),
-        last_(lines.size().width + std::max<std::ptrdiff_t>(box.right, 0)),
-        core_(lines.core(first_, last_)),
+        last_(source.size().width + std::max<std::ptrdiff_t>(box.right, 0)),
+        core_(source.core(first_, last_)),
         step_(Lines::lineWords(last_ - first_)),
-        direct_(box.height() <= (Lines::kRowsStay ? kDirectRows : 1)) {
-    ring_ = work.take<Word>(step_ * (direct_ ? 1 : box.height()));
-    forward_ = direct_ ? ring_ : work.take<Word>(step_);
-    scratch_ = work.take<Word>(step_);
+        group_(std::max<std::ptrdiff_t>(kGroupBytes / static_cast<std::ptrdiff_t>(sizeof(Word)) / step_, 1)) {
+    const std::ptrdiff_t height = box.height();
+    rows_ = work.take<Span>(2 * height);
+    lines_ = work.take<Word>(step_ * height);
+    read_ = work.take<Word>(Lines::kRowsStay ? step_ : 2 * height * step_);
+    scratch_ = Lines::kRowsStay ? read_ : work.take<Word>(step_);
   }
 
   bool hasRoom() const { return scratch_ != nullptr; }
 
+  // As many rows at a time as the mask has.
   void run() const {
-    for (std::ptrdiff_t y = 0; y < lines_.size().height; y += direct_ ? 1 : box_.height()) {
-      if (direct_) {
-        Span rows[kDirectRows];
-        for (std::ptrdiff_t i = 0; i < box_.height(); ++i) rows[i] = read(y + i, scratch_);
-        combineCore(rows, box_.height(), ring_);
-        finish(y, ring_);
-      } else {
-        block(y);
-      }
+    const std::ptrdiff_t rows = source_.size().height;
+    const std::ptrdiff_t height = box_.height();
+    for (std::ptrdiff_t y = 0; y < rows; y += height) {
+      const std::ptrdiff_t outputs = std::min(height, rows - y);
+      for (std::ptrdiff_t i = 0; i < height + outputs - 1; ++i) rows_[i] = read(y + i, i);
+      combineRows(outputs);
+      for (std::ptrdiff_t i = 0; i < outputs; i += group_)
+        finish(y + i, lines_ + i * step_, std::min(group_, outputs - i));
     }
   }
 
  private:
-  // Up to so many rows are combined as they are; from there on van Herk's way needs fewer reads.
+  // Up to so many rows are combined one by one; from there on van Herk's way needs fewer reads.
   static constexpr std::ptrdiff_t kDirectRows = 6;
+  // Lines that are finished together, to be as one long line: they should stay in the nearest cache.
+  static constexpr std::ptrdiff_t kGroupBytes = std::ptrdiff_t{1} << 14;
 
-  Word* line(std::ptrdiff_t i) const { return ring_ + i * step_; }
-  Span core(const Word* at) const { return Lines::at(at, core_.first - first_); }
-  // The row of the source under the mask's first row when its anchor is at row y.
-  Span read(std::ptrdiff_t y, Word* scratch) const {
-    return lines_.read(y + box_.top, core_.first, core_.last, scratch);
-  }
-  void combineCore(const Span* spans, std::ptrdiff_t count, Word* to) const {
-    Lines::combine(spans, count, core_.count(), Lines::place(to, core_.first - first_));
+  // The row of the source that is under the mask's first row when its anchor is at row y. All rows of border that
+  // have to be made are alike where other rows stay: then one line holds them.
+  Span read(std::ptrdiff_t y, std::ptrdiff_t i) const {
+    return source_.read(y + box_.top, core_.first, core_.last, Lines::kRowsStay ? read_ : read_ + i * step_);
   }
 
-  // As many rows as the mask has: line i holds the minimum of source rows i to the block's last; the running
-  // minimum of the rows behind the block makes it the window that begins at row i.
-  void block(std::ptrdiff_t y) const {
+  void combineRows(std::ptrdiff_t outputs) const {
     const std::ptrdiff_t height = box_.height();
-    const std::ptrdiff_t outputs = std::min(height, lines_.size().height - y);
-    const Span lastRow = read(y + height - 1, line(height - 1));
-    Span suffix = lastRow;
-    for (std::ptrdiff_t i = height - 2; i >= 0; --i) {
-      const Span pair[] = {read(y + i, scratch_), suffix};
-      combineCore(pair, 2, line(i));
-      suffix = core(line(i));
-    }
-    finish(y, line(0));
-    Span forward = {};
-    for (std::ptrdiff_t i = 1; i < outputs; ++i) {
-      if (i == 1) {
-        forward = read(y + height, forward_);
-      } else {
-        const Span grown[] = {forward, read(y + height + i - 1, scratch_)};
-        combineCore(grown, 2, forward_);
-        forward = core(forward_);
-      }
-      const Span pair[] = {i == height - 1 ? lastRow : core(line(i)), forward};
-      combineCore(pair, 2, line(i));
-      finish(y + i, line(i));
-    }
+    Word* const core = Lines::place(lines_, core_.first - first_);
+    if (height > kDirectRows) return Lines::slideRows(rows_, height, outputs, core_.count(), core, step_);
+    for (std::ptrdiff_t i = 0; i < outputs; ++i) Lines::combine(rows_ + i, height, core_.count(), core + i * step_);
   }
 
-  // From the vertical minima of a row to its pixels.
-  void finish(std::ptrdiff_t y, Word* at) const {
-    lines_.widen(at, first_, last_);
+  // From the vertical minima of rows to their pixels.
+  void finish(std::ptrdiff_t y, Word* line, std::ptrdiff_t lines) const {
+    for (std::ptrdiff_t i = 0; i < lines; ++i) source_.widen(line + i * step_, first_, last_);
+    const std::ptrdiff_t width = source_.size().width;
     Span spans[kSlideSpans];
     const std::ptrdiff_t count =
-        slide<Lines>(Lines::at(at, box_.left - first_), at, lines_.size().width, box_.width(), spans);
-    lines_.emit(y, 0, lines_.size().width, spans, count, scratch_);
+        slide<Lines>(Lines::at(Span{line}, box_.left - first_), line, width, box_.width(), spans, lines, step_);
+    for (std::ptrdiff_t i = 0; i < lines; ++i) {
+      Span below[kSlideSpans];
+      for (std::ptrdiff_t k = 0; k < count; ++k) below[k] = Lines::below(spans[k], i * step_);
+      source_.emit(y + i, 0, width, below, count, scratch_);
+    }
   }
 
-  const Lines& lines_;
+  const Lines& source_;
   const Cells& box_;
   std::ptrdiff_t first_;  // The columns of a line.
   std::ptrdiff_t last_;
   Slice core_;
   std::ptrdiff_t step_;
-  bool direct_;
-  Word* ring_;
-  Word* forward_;
+  std::ptrdiff_t group_;
+  Span* rows_;   // What is read for a block of rows,
+  Word* read_;   // where it is written if it has to be,
+  Word* lines_;  // and the minima of its columns.
   Word* scratch_;
 };
 

@@ -207,7 +207,8 @@ TYPED_TEST(Compound, FollowsTheStages) {
 using Gray = FORM(std::uint8_t, 1, 8u_C1R);
 
 TEST(CompoundAlgebra, OpeningAndClosingAreIdempotentAndBoundTheirSource) {
-  constexpr RvpiSize kSize = {60, 50};
+  // More than a band, for work in place.
+  constexpr RvpiSize kSize = {3000, 150};
   for (const Mask& mask : {ellipse(7, 7), randomMask(6, 5, 4), rectangle(4, 9)}) {
     auto state = Gray::stateOf(kSize, mask, Cliff::behind);
     const auto image = randomPlane<std::uint8_t>(kSize.width, kSize.height, 9);
@@ -232,6 +233,80 @@ TEST(CompoundAlgebra, OpeningAndClosingAreIdempotentAndBoundTheirSource) {
       auto inPlace = image;
       apply(inPlace, inPlace);
       ASSERT_TRUE(same(once, inPlace));
+    }
+  }
+}
+
+// Images that are worked on in bands.
+TEST(CompoundBands, FollowTheStages) {
+  for (const RvpiBorderType border : {rvpBorderRepl + 0, rvpBorderConst | 64}) {
+    for (const Operation operation : {close, topHat, gradient}) {
+      tryShape({3000, 130, {3, 1}, 1, 5}, [&](const Shape& shape) {
+        check<Gray>(operation, shape, randomMask(3, 5, 3), border, {3000, 130}, Cliff::behind);
+      });
+    }
+    tryShape({60000, 50, {}, 1, 6}, [&](const Shape& shape) {
+      check<Bits>(open, shape, rectangle(2, 3), border, {60000, 50}, Cliff::before);
+    });
+  }
+}
+
+// One call on the part of an image that begins at a pixel.
+Plane<std::uint8_t> applied(Operation operation, const Plane<std::uint8_t>& image, RvpiRect part, const Mask& mask,
+                            RvpiBorderType border) {
+  const RvpiSize size = {part.width, part.height};
+  auto state = Gray::stateOf(size, mask, Cliff::behind);
+  Plane<std::uint8_t> result(size.width, size.height);
+  EXPECT_EQ(Gray::kRun[operation](image.row(part.y) + part.x, image.width, &result.at(0, 0), size.width, size,
+                                  border, 90, state.spec(), state.buffer()),
+            rvpStatusOk);
+  return result;
+}
+
+Plane<std::uint8_t> complement(Plane<std::uint8_t> image) {
+  for (std::uint8_t& element : image.elements) element = static_cast<std::uint8_t>(~element);
+  return image;
+}
+
+// Dark and bright change places.
+TEST(CompoundAlgebra, OperationsAreDual) {
+  const auto image = randomPlane<std::uint8_t>(150, 70, 12);
+  for (const Mask& mask : {ellipse(9, 7), randomMask(6, 5, 4), rectangle(31, 17), rectangle(2, 12)}) {
+    const auto on = [&](const Plane<std::uint8_t>& plane, Operation operation) {
+      return applied(operation, plane, {0, 0, 150, 70}, mask, rvpBorderRepl);
+    };
+    const auto turned = complement(image);
+    EXPECT_TRUE(same(on(image, close), complement(on(turned, open))));
+    EXPECT_TRUE(same(on(image, open), complement(on(turned, close))));
+    EXPECT_TRUE(same(on(image, blackHat), on(turned, topHat)));
+    EXPECT_TRUE(same(on(image, gradient), on(turned, gradient)));
+  }
+}
+
+// Tiles that find their neighbours in memory make what one call on the whole makes; and so does a part inside of it
+// whose sides are all in memory.
+TEST(CompoundAlgebra, TilesMakeTheWhole) {
+  constexpr RvpiRect kWhole = {0, 0, 150, 70};
+  constexpr RvpiRect kInside = {41, 37, 67, 5};
+  const auto image = randomPlane<std::uint8_t>(kWhole.width, kWhole.height, 13);
+  for (const Mask& mask : {ellipse(9, 7), randomMask(6, 5, 4), rectangle(31, 17), rectangle(2, 12)}) {
+    for (const RvpiBorderType border : {rvpBorderRepl, rvpBorderConst}) {
+      for (const Operation operation : kOperations) {
+        const auto whole = applied(operation, image, kWhole, mask, border);
+        Plane<std::uint8_t> tiled(kWhole.width, kWhole.height);
+        const auto put = [&](RvpiRect part, RvpiBorderType sides) {
+          const auto tile = applied(operation, image, part, mask, sides);
+          for (int y = 0; y < part.height; ++y) std::copy_n(tile.row(y), part.width, &tiled.at(part.y + y, part.x));
+        };
+        for (const int x : {0, 75}) {
+          for (const int y : {0, 35})
+            put({x, y, 75, 35}, border | (x == 0 ? rvpBorderInMemRight : rvpBorderInMemLeft) |
+                                    (y == 0 ? rvpBorderInMemBottom : rvpBorderInMemTop));
+        }
+        ASSERT_TRUE(same(whole, tiled)) << "operation " << operation << ", border " << border;
+        put(kInside, rvpBorderInMem);
+        ASSERT_TRUE(same(whole, tiled)) << "operation " << operation;
+      }
     }
   }
 }
