@@ -30,7 +30,8 @@ extern "C" {
  * constant; in the other modes the flagged column is read in the row that the mode chooses. `borderValue` is the
  * constant: one value, or a pointer to one a channel. It is used by ::rvpBorderConst alone; the pointer may be null
  * elsewhere, and where all four sides are flagged. Pixels in memory are read as far as the mask's selected cells
- * reach.
+ * reach. Where the mask reaches from one side beyond the other, a mirror goes on into the memory beside a flagged
+ * other side, as far as the mask itself reaches there, so that tiles fit together however narrow they are.
  *
  * **Bits.** `1u` images hold eight pixels a byte, the least significant bit first. The bit offsets tell the first
  * pixel's bit, counted from the byte at the pointer on; steps are in bytes. Bits outside the region stay as they

@@ -179,9 +179,11 @@ struct Temporary {
   typename Images<Source>::Target image;
   bool fits;
 
-  Temporary(std::int64_t width, std::int64_t height, std::int64_t most, Workspace& work) {
+  // `padding` counts the columns and rows that the formulas have beyond that.
+  Temporary(std::int64_t width, std::int64_t height, RvpiSize padding, std::int64_t most, Workspace& work) {
     const auto columns = static_cast<std::uint64_t>(width);
-    fits = tempStep(columns, Images<Source>::kPixelBytes) <= static_cast<std::uint64_t>(most / height);
+    fits = tempStep(columns + static_cast<std::uint64_t>(padding.width), Images<Source>::kPixelBytes) <=
+           static_cast<std::uint64_t>(most / (height + padding.height));
     if (!fits) return;
     const auto step = static_cast<std::int64_t>(tempStep(Images<Source>::rowBytes(columns), 1));
     std::uint8_t* block = work.take<std::uint8_t>(step * height);
@@ -225,7 +227,13 @@ RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, co
       src.size.height + top + (src.border.bottom ? second.maskHeight - second.anchorY - 1 : 0);
   const bool isConstant = (borderType & kBorderModeBits) == rvpBorderConst;
   Workspace work(pBuffer, state.bufferSize);
-  const Temporary<Source> between(width, height, isConstant ? state.constTempBytes : state.tempBytes, work);
+  // With a constant, pixels are measured as with a mask of odd size.
+  RvpiSize padding = {};
+  if (isConstant && !std::is_same_v<Source, ExtendedBits>) {
+    padding = {src.border.right ? 1 - second.maskWidth % 2 : 0, src.border.bottom ? 1 - second.maskHeight % 2 : 0};
+  }
+  const Temporary<Source> between(width, height, padding, isConstant ? state.constTempBytes : state.tempBytes,
+                                  work);
   if (!between.fits) return rvpStatusBadSize;
   const Source wide = Images<Source>::grown(src, left, top, {static_cast<int>(width), static_cast<int>(height)});
   const Source filtered =
@@ -292,7 +300,7 @@ struct Gradient {
                        std::uint8_t* pBuffer) {
     if (state.first().maxRoiWidth < src.size.width) return rvpStatusBadSize;
     Workspace work(pBuffer, state.bufferSize);
-    const Temporary<Source> eroded(src.size.width, src.size.height, state.tempBytes, work);
+    const Temporary<Source> eroded(src.size.width, src.size.height, {}, state.tempBytes, work);
     if (!eroded.fits) return rvpStatusBadSize;
     const Source less = Images<Source>::asSource(eroded.image, src);
     const Source dilated = Images<Source>::asSource(dst, src);

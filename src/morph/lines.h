@@ -20,10 +20,20 @@
 
 namespace rvp::n8 {
 
+// SSSE3 has no minimum and maximum of these; two instructions make one.
+template <class V>
+constexpr bool isUnsigned16() {
+  return HWY_TARGET > HWY_SSE4 && std::is_same_v<hn::TFromV<V>, std::uint16_t>;
+}
+
 struct Erosion {
   template <class V>
   static HWY_INLINE V of(V a, V b) {
-    return hn::Min(a, b);
+    if constexpr (isUnsigned16<V>()) {
+      return hn::Sub(a, hn::SaturatedSub(a, b));
+    } else {
+      return hn::Min(a, b);
+    }
   }
   template <class V>
   static HWY_INLINE V ofBits(V a, V b) {
@@ -34,7 +44,11 @@ struct Erosion {
 struct Dilation {
   template <class V>
   static HWY_INLINE V of(V a, V b) {
-    return hn::Max(a, b);
+    if constexpr (isUnsigned16<V>()) {
+      return hn::Add(b, hn::SaturatedSub(a, b));
+    } else {
+      return hn::Max(a, b);
+    }
   }
   template <class V>
   static HWY_INLINE V ofBits(V a, V b) {

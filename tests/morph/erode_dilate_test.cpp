@@ -84,7 +84,11 @@ struct ErodeDilate : testing::Test {
   static void check(const Shape& shape, const Mask& mask, RvpiBorderType border, RvpiSize largest, Cliff cliff) {
     SCOPED_TRACE("mask " + std::to_string(mask.width) + " x " + std::to_string(mask.height) + ", border " +
                  std::to_string(border));
-    const Bordered<Pixels> image = randomImage(shape.width, shape.height, mask.reach(), border, shape.seed);
+    Bordered<Pixels> image = randomImage(shape.width, shape.height, mask.reach(), border, shape.seed);
+    if ((border & 15) == rvpBorderMirror) {
+      image.turn = {mask.anchorX(), mask.anchorY(), mask.width - 1 - mask.anchorX(),
+                    mask.height - 1 - mask.anchorY()};
+    }
     OnlyFlaggedSides<Pixels> src(image, cliff);
     State state(Form::kGetSize, Form::kInit, largest, mask, cliff);
     for (const bool erodes : {true, false}) {

@@ -27,6 +27,10 @@ struct Bordered {
   int margin;
   RvpiBorderType border;
   T value;
+  // How many pixels on a side in memory a mirror on the opposite side may turn to.
+  struct {
+    int left = 0, top = 0, right = 0, bottom = 0;
+  } turn = {};
 
   int width() const { return memory.width - 2 * margin; }
   int height() const { return memory.height - 2 * margin; }
@@ -34,9 +38,11 @@ struct Bordered {
   bool inMemory(int flag) const { return (border & 15) == rvpBorderInMem || (border & flag) != 0; }
 
   // The coordinate that is read in one direction.
-  int place(int i, int n, int flagBefore, int flagBehind) const {
+  int place(int i, int n, int flagBefore, int flagBehind, int turnBefore, int turnBehind) const {
     if ((i < 0 && inMemory(flagBefore)) || (i >= n && inMemory(flagBehind))) return i;
-    return standIn(border & 15, i, n);
+    const int before = inMemory(flagBefore) ? turnBefore : 0;
+    const int behind = inMemory(flagBehind) ? turnBehind : 0;
+    return standIn(border & 15, i + before, before + n + behind) - before;
   }
 
   T at(int x, int y) const {
@@ -45,8 +51,8 @@ struct Bordered {
     const bool outsideY =
         (y < 0 && !inMemory(rvpBorderInMemTop)) || (y >= height() && !inMemory(rvpBorderInMemBottom));
     if ((border & 15) == rvpBorderConst && (outsideX || outsideY)) return value;
-    return memory.at(place(y, height(), rvpBorderInMemTop, rvpBorderInMemBottom) + margin,
-                     place(x, width(), rvpBorderInMemLeft, rvpBorderInMemRight) + margin);
+    return memory.at(place(y, height(), rvpBorderInMemTop, rvpBorderInMemBottom, turn.top, turn.bottom) + margin,
+                     place(x, width(), rvpBorderInMemLeft, rvpBorderInMemRight, turn.left, turn.right) + margin);
   }
 };
 
