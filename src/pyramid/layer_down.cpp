@@ -306,18 +306,19 @@ template <class T, int kChannels>
 RvpStatus layerDown(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstStep, RvpiSize dstRoi,
                     const RvpiPyramidDownState* pState) {
   if (RvpStatus fault = badCall<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState)) return fault;
+  const LayerState& state = headerOf(pState);
   bool listed = false;
-  if (!sameSize(expectedSize(*pState, srcRoi, listed), dstRoi)) return rvpStatusBadSize;
-  if ((!listed && pState->ready != 1) || pState->dataType != kDataType<T>) return rvpStatusBadArgument;
+  if (!sameSize(expectedSize(state, srcRoi, listed), dstRoi)) return rvpStatusBadSize;
+  if ((!listed && state.ready != 1) || state.dataType != kDataType<T>) return rvpStatusBadArgument;
 
-  const Job<T> job = {pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState};
+  const Job<T> job = {pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, &state};
   const Group<T, kChannels> group(job);
-  const std::int64_t groups = pState->workBytes / group.bytes();
+  const std::int64_t groups = state.workBytes / group.bytes();
   if (groups < 1) return rvpStatusBadSize;
-  withSums<T>(*pState, [&](const auto& sums) {
+  withSums<T>(state, [&](const auto& sums) {
     const auto work = [&](Slice slice) {
       Worker<kChannels, std::remove_cvref_t<decltype(sums)>> worker(job, group, sums,
-                                                                    pState->pWork + slice.thread * group.bytes());
+                                                                    state.pWork + slice.thread * group.bytes());
       worker.run(slice);
     };
     const std::int64_t pixels = std::int64_t{srcRoi.width} * srcRoi.height;
@@ -386,7 +387,7 @@ RvpStatus initDown(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate,
   }
   // Whatever team the size was asked for, there is room for one thread.
   const int bytes = downBytes<T, kChannels>(roiSize, kerSize, levels, 1);
-  auto* state = layOutState<T, RvpiPyramidDownState>(pMem, bytes, roiSize, rate, kerSize, large ? levels + 1 : 0);
+  LayerState* const state = layOutState<T>(pMem, bytes, roiSize, rate, kerSize, large ? levels + 1 : 0);
   if (large) {
     std::memcpy(state->pLevels, pBuffer, (static_cast<std::size_t>(levels) + 1) * sizeof(RvpiSize));
     state->levelCount = levels;
@@ -400,7 +401,7 @@ RvpStatus initDown(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate,
       return sum == 0 ? k : static_cast<K>((std::int64_t{k} * (1 << 14) / sum) >> 1);
     }
   });
-  *ppState = state;
+  *ppState = reinterpret_cast<RvpiPyramidDownState*>(pMem);
   return status;
 }
 
