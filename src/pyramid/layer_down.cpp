@@ -18,6 +18,7 @@
 #include "pyramid/layer_state.h"
 #include "pyramid/layer_sums.h"
 #include "pyramid/levels.h"
+#include "pyramid/pixel_pairs.h"
 #include "rvpcv/pyramid_layer.h"
 
 namespace rvp::n8 {
@@ -58,15 +59,14 @@ struct Group {
     ringStep = layout.bytes();  // The ring begins the group; this was its first row.
     layout.take(slots - 1, ringStep);
     lines = layout.take(job.state->kerSize, sizeof(void*));
-    source = layout.take(extended * kChannels, sizeof(T));
+    source = layout.take(extended * kChannels + kPairSlack, sizeof(T));
     if (halving) {
-      even = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
-      odd = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
+      pairs = layout.take(extended * kChannels + kPairSlack, sizeof(Row));
     } else {
-      filtered = layout.take(srcElements, sizeof(Row));
+      filtered = layout.take(srcElements + kPairSlack, sizeof(Row));
       places = layout.take(job.dstRoi.width, sizeof(std::int32_t));
       fractions = layout.take(job.dstRoi.width, sizeof(float));
-      for (std::int64_t& at : sampled) at = layout.take(dstElements, sizeof(float));
+      for (std::int64_t& at : sampled) at = layout.take(dstElements + kPairSlack, sizeof(float));
     }
   }
 
@@ -81,22 +81,12 @@ struct Group {
   std::int64_t ringStep = 0;
   std::int64_t lines = 0;
   std::int64_t source = 0;
-  std::int64_t even = 0;
-  std::int64_t odd = 0;
+  std::int64_t pairs = 0;
   std::int64_t filtered = 0;
   std::int64_t places = 0;
   std::int64_t fractions = 0;
   std::int64_t sampled[2] = {};
 };
-
-// Copies the pixels of even number, from 0 on, to one row and the others to another.
-template <int kChannels, class T>
-void splitPixels(const T* src, std::ptrdiff_t pixels, T* even, T* odd) {
-  for (std::ptrdiff_t i = 0; i < pixels; ++i) {
-    T* dst = (i % 2 == 0 ? even : odd) + i / 2 * kChannels;
-    for (int c = 0; c < kChannels; ++c) dst[c] = src[i * kChannels + c];
-  }
-}
 
 // A place between two samples, of which there are `extent`.
 struct Sample {
@@ -159,7 +149,6 @@ class Worker {
   // Filters source row y along the row.
   void filterRow(std::ptrdiff_t y) const {
     const std::ptrdiff_t width = job_.srcRoi.width;
-    const std::ptrdiff_t extended = width + 2 * group_.centre;
     const T* source = image_.findRow(y, -group_.centre, width + group_.centre, part<T>(group_.source));
     Row* const dst = ringRow(y);
     if (!group_.halving) {
@@ -167,13 +156,8 @@ class Worker {
           group_.srcElements, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; }, dst);
       return;
     }
-    T* const even = part<T>(group_.even);
-    T* const odd = part<T>(group_.odd);
-    splitPixels<kChannels>(source, extended, even, odd);
     const std::ptrdiff_t there = std::min<std::ptrdiff_t>((width + 1) / 2, job_.dstRoi.width);
-    sums_.rows(
-        there * kChannels, [=](int i) { return (i % 2 == 0 ? even : odd) + std::ptrdiff_t{i / 2} * kChannels; },
-        dst);
+    sums_.template halvedRow<kChannels>(source, there, part<Row>(group_.pairs), dst);
     // Rates just below 2 go one pixel beyond the row, where the last one counts.
     for (std::ptrdiff_t x = there; x < job_.dstRoi.width; ++x)
       sums_.rows(
@@ -211,37 +195,80 @@ class Worker {
     Work* const filtered = part<Work>(group_.filtered);
     filterColumns(y, group_.srcElements,
                   [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
+    resample(filtered, dst);
+    return dst;
+  }
+
+  // The value at a fraction of the way from one sample to the next; integers are truncated.
+  template <class D>
+  static hn::Vec<D> blend(D d, hn::Vec<D> fraction, hn::Vec<D> here, hn::Vec<D> next) {
+    const auto value = hn::Add(hn::Mul(fraction, next), hn::Mul(hn::Sub(hn::Set(d, 1.0F), fraction), here));
+    return std::is_same_v<Work, float> ? value : hn::ConvertTo(d, truncatedInt(value));
+  }
+  template <class D, class V>
+  static hn::Vec<D> asFloat(D d, V v) {
+    if constexpr (std::is_same_v<Work, float>) {
+      return v;
+    } else if constexpr (sizeof(Work) == 2) {
+      return hn::ConvertTo(d, hn::PromoteTo(hn::Rebind<std::int32_t, D>(), v));
+    } else {
+      return hn::ConvertTo(d, v);
+    }
+  }
+
+  void resample(const Work* filtered, float* dst) const {
     const std::int32_t* const places = part<std::int32_t>(group_.places);
     const float* const fractions = part<float>(group_.fractions);
-    for (std::ptrdiff_t x = 0; x < job_.dstRoi.width; ++x) {
-      const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
-      for (int c = 0; c < kChannels; ++c) {
-        const auto here = static_cast<float>(at[c]);
-        if (x >= betweenCount_) {
-          dst[x * kChannels + c] = here;
-          continue;
-        }
-        const float value = fractions[x] * static_cast<float>(at[c + kChannels]) + (1 - fractions[x]) * here;
-        dst[x * kChannels + c] =
-            std::is_same_v<Work, float> ? value : static_cast<float>(static_cast<std::int32_t>(value));
+    if constexpr (kChannels == 3) {
+      // Three lanes of four; the fourth is written over by the next pixel.
+      const hn::CappedTag<float, 4> d;
+      const hn::Rebind<Work, decltype(d)> dWork;
+      for (std::ptrdiff_t x = 0; x < betweenCount_; ++x) {
+        const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
+        hn::StoreU(blend(d, hn::Set(d, fractions[x]), asFloat(d, hn::LoadU(dWork, at)),
+                         asFloat(d, hn::LoadU(dWork, at + kChannels))),
+                   d, dst + kChannels * x);
       }
+    } else if constexpr (sizeof(Work) == 2) {
+      // Both samples in one 32-bit word, the earlier one below.
+      for (std::ptrdiff_t x = 0; x < betweenCount_; ++x)
+        std::memcpy(dst + x, filtered + places[x], 2 * sizeof(Work));
+      forVectors<float>(0, betweenCount_, [&](auto d, std::ptrdiff_t x) {
+        const hn::RebindToSigned<decltype(d)> d32;
+        const auto both = hn::BitCast(d32, hn::LoadU(d, dst + x));
+        const auto here = hn::ConvertTo(d, hn::ShiftRight<16>(hn::ShiftLeft<16>(both)));
+        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), here, hn::ConvertTo(d, hn::ShiftRight<16>(both))), d,
+                   dst + x);
+      });
+    } else {
+      coverWithVectors<float>(betweenCount_, [&](auto d, std::ptrdiff_t x) {
+        const hn::RebindToSigned<decltype(d)> d32;
+        const hn::Rebind<Work, decltype(d)> dWork;
+        const auto at = hn::LoadU(d32, places + x);
+        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, hn::GatherIndex(dWork, filtered, at)),
+                         asFloat(d, hn::GatherIndex(dWork, filtered + 1, at))),
+                   d, dst + x);
+      });
     }
-    return dst;
+    for (std::ptrdiff_t i = betweenCount_ * kChannels; i < group_.dstElements; ++i)
+      dst[i] = static_cast<float>(filtered[std::ptrdiff_t{places[i / kChannels]} * kChannels + i % kChannels]);
   }
 
   // A destination row between two resampled ones. A fraction of 0 with the same row twice copies it.
   void blendRows(const float* first, const float* second, float fraction, T* dst) const {
     const bool copies = first == second;
-    forVectors<float>(0, group_.dstElements, [&](auto d, std::ptrdiff_t x) {
-      auto value = hn::LoadU(d, first + x);
-      if (!copies)
-        value = hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
-                        hn::Mul(hn::Set(d, 1 - fraction), value));
+    const auto valueAt = [=](auto d, std::ptrdiff_t x) {
+      const auto here = hn::LoadU(d, first + x);
+      return copies ? here
+                    : hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
+                              hn::Mul(hn::Set(d, 1 - fraction), here));
+    };
+    coverWithVectors<float>(group_.dstElements, [&](auto d, std::ptrdiff_t x) {
+      const auto value = valueAt(d, x);
       if constexpr (std::is_same_v<T, float>) {
         storePixels(d, value, dst + x);
       } else {
-        const hn::RebindToSigned<decltype(d)> d32;
-        const auto whole = hn::ConvertTo(d32, value);
+        const auto whole = truncatedInt(value);
         const hn::Rebind<Work, decltype(d)> dWork;
         if constexpr (sizeof(Work) == 2) {
           storePixels(dWork, hn::DemoteTo(dWork, whole), dst + x);
@@ -276,7 +303,7 @@ void withSums(const LayerState& state, const Run& run) {
     }
   };
   if constexpr (std::is_same_v<T, std::uint8_t>) {
-    if (BinomialSums::fits(kernel, state.kerSize)) return run(BinomialSums());
+    if (isBinomial(state)) return run(BinomialSums());
   }
   switch (state.kerSize) {
     case 3:

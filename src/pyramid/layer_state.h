@@ -81,6 +81,19 @@ inline RvpStatus badLayer(RvpiSize roiSize, float rate, int kerSize) {
 // Differences, sums and weights up to this, the least normal number, count as none.
 constexpr float kNegligible = std::numeric_limits<float>::min();
 
+// What a sum is multiplied by, given the sum of its weights, which are coefficients of type K.
+template <class K>
+float inverse(float weights) {
+  constexpr float kOne = std::is_same_v<K, float> ? 1.0F : 32768.0F;
+  return std::abs(weights) > kNegligible ? kOne / weights : weights;
+}
+
+// Whether a state's kernel of integers is 1 4 6 4 1; 2 8 12 8 2 is, once it is normalised.
+inline bool isBinomial(const LayerState& state) {
+  const auto* kernel = static_cast<const std::int16_t*>(state.pKernel);
+  return state.kerSize == 5 && kernel[0] == 512 && kernel[1] == 2048 && kernel[2] == 3072;
+}
+
 // The sum of the kernel whose left half is given; exact for integers.
 template <class K>
 auto kernelSum(const K* kernel, int centre) {

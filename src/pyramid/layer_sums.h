@@ -1,11 +1,13 @@
 // Sums of lines of samples with the coefficients of a symmetric kernel: the arithmetic of a down layer.
 //
 // Line i of the column pass is a filtered row; in the row pass it is the extended source row, moved on by i pixels.
-// Where only every second pixel is wanted, lines are rows of the even or the odd pixels. So both passes are
+// So both passes are
 //
 //   out[x] = kernel[0] * line(0)[x] + kernel[1] * line(1)[x] + ...
 //
-// `emit` gets the tag, the lanes and the place of each vector of results.
+// `emit` gets the tag, the lanes and the place of each vector of results, some of them twice. halvedRow makes every
+// second pixel of the row pass: bytes as sums of neighbouring products, everything else from lines of the even and
+// the odd pixels. It gets the extended row and as much scratch as that row has elements, each with kPairSlack more.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +16,9 @@
 #include <type_traits>
 
 #include "filter/separable.h"
+#include "frame/scaling.h"
 #include "frame/simd.h"
+#include "pyramid/pixel_pairs.h"
 
 namespace rvp::n8 {
 
@@ -46,6 +50,30 @@ void storePixels(D d, hn::Vec<D> value, T* dst) {
   }
 }
 
+// Pairs of bytes of neighbouring pixels: where they stand, or in the scratch.
+template <int kChannels>
+const std::uint8_t* bytePairs(const std::uint8_t* source, std::ptrdiff_t pairs, void* scratch) {
+  if constexpr (kChannels == 1) {
+    return source;
+  } else {
+    auto* const dst = static_cast<std::uint8_t*>(scratch);
+    pairBytes(source, pairs, dst);
+    return dst;
+  }
+}
+
+// Lines of even and odd pixels, with which `sums` makes a row of every second pixel.
+template <int kChannels, class Sums, class T, class Row>
+void halvedRowOfLines(const Sums& sums, int centre, const T* source, std::ptrdiff_t pixels, Row* scratch,
+                      Row* dst) {
+  Row* const even = scratch;
+  Row* const odd = scratch + (pixels + centre) * kChannels + kPairSlack / 2;
+  splitPixels<kChannels>(source, pixels + centre, even, odd);
+  sums.rows(
+      pixels * kChannels, [=](int i) { return (i % 2 == 0 ? even : odd) + std::ptrdiff_t{i / 2} * kChannels; },
+      dst);
+}
+
 // Bytes with any kernel: products of 16-bit integers, whose 32-bit sums wrap, shifted and saturated to 16 bits.
 template <int kTaps>
 struct ByteSums {
@@ -66,6 +94,36 @@ struct ByteSums {
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
     sums<kColumnShift>(count, lines, emit);
   }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, Row* scratch, Row* dst) const {
+    const Src* const pairs = bytePairs<kChannels>(source, pixels + taps.centre(), scratch);
+    coverWithVectors<std::int16_t>(pixels * kChannels, [&](auto d, std::ptrdiff_t x) {
+      using D = decltype(d);
+      const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+      if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::RepartitionToWide<D> d32;
+        auto low = hn::Zero(d32);
+        auto high = low;
+        for (int i = 0; i < taps.size(); i += 2) {
+          const Src* const at = pairs + 2 * x + i * kChannels;
+          const auto both = hn::BitCast(d, hn::Set(d32, pair(i)));
+          auto unused = hn::Zero(d32);
+          low = hn::ReorderWidenMulAccumulate(d32, loadAs(d, at), both, low, unused);
+          high = hn::ReorderWidenMulAccumulate(d32, loadAs(d, at + lanes), both, high, unused);
+        }
+        hn::StoreU(narrowPair<Row>(hn::ShiftRight<kRowShift>(low), hn::ShiftRight<kRowShift>(high)), d, dst + x);
+      } else {
+        for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
+          std::uint32_t sum = 0;
+          for (int i = 0; i < taps.size(); ++i) {
+            const int sample = pairs[2 * (x + lane) + (i - i % 2) * kChannels + i % 2];
+            sum += static_cast<std::uint32_t>(sample * kernel[i]);
+          }
+          dst[x + lane] = saturate<Row>(static_cast<std::int32_t>(sum) >> kRowShift);
+        }
+      }
+    });
+  }
 
  private:
   // Coefficients i and i + 1 in one; behind the last there is a zero.
@@ -77,7 +135,7 @@ struct ByteSums {
 
   template <int kShift, class Lines, class Emit>
   void sums(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<std::int16_t>(count, [&](auto d, std::ptrdiff_t x) {
       using D = decltype(d);
       if constexpr (hn::MaxLanes(D()) >= 8) {
         const hn::RepartitionToWide<D> d32;
@@ -115,20 +173,30 @@ struct BinomialSums {
   using Row = std::int16_t;
   using Work = std::int16_t;
 
-  // Whether a normalised kernel is this one; 2 8 12 8 2 is as well.
-  static bool fits(const std::int16_t* kernel, int kerSize) {
-    return kerSize == 5 && kernel[0] == 512 && kernel[1] == 2048 && kernel[2] == 3072;
-  }
-
   template <class Lines>
   void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) { hn::StoreU(sum(d, lines, x), d, dst + x); });
+    coverWithVectors<std::int16_t>(count,
+                                   [&](auto d, std::ptrdiff_t x) { hn::StoreU(sum(d, lines, x), d, dst + x); });
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<std::int16_t>(count, [&](auto d, std::ptrdiff_t x) {
       const hn::RebindToUnsigned<decltype(d)> du;
       emit(d, hn::BitCast(d, hn::ShiftRight<5>(hn::BitCast(du, sum(d, lines, x)))), x);
+    });
+  }
+  template <int kChannels>
+  static void halvedRow(const Src* source, std::ptrdiff_t pixels, Row* scratch, Row* dst) {
+    const Src* const pairs = bytePairs<kChannels>(source, pixels + 2, scratch);
+    coverWithVectors<std::int16_t>(pixels * kChannels, [&](auto d, std::ptrdiff_t x) {
+      const hn::Repartition<std::uint8_t, decltype(d)> dSrc;
+      const hn::Repartition<std::int8_t, decltype(d)> dWeights;
+      const auto term = [&](int i, std::int16_t weights) {
+        return multipliedBytePairs(d, hn::LoadU(dSrc, pairs + 2 * (x + i * kChannels)),
+                                   hn::BitCast(dWeights, hn::Set(d, weights)));
+      };
+      // The weights 1 and 4, 6 and 4, 1 and 0, the first of each in the lower byte.
+      hn::StoreU(hn::Add(hn::Add(term(0, 0x0401), term(1, 0x0406)), term(2, 0x0001)), d, dst + x);
     });
   }
 
@@ -155,7 +223,7 @@ struct WordSums {
 
   template <class Lines>
   void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    forVectors<std::int32_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<std::int32_t>(count, [&](auto d, std::ptrdiff_t x) {
       const int c = taps.centre();
       auto sum = hn::Mul(loadAs(d, lines(c) + x), hn::Set(d, std::int32_t{kernel[c]}));
       for (int i = 0; i < c; ++i) {
@@ -168,7 +236,7 @@ struct WordSums {
 
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<double>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<double>(count, [&](auto d, std::ptrdiff_t x) {
       const hn::Rebind<std::int32_t, decltype(d)> d32;
       const int c = taps.centre();
       const auto term = [&](hn::Vec<decltype(d32)> samples, int i) {
@@ -185,6 +253,10 @@ struct WordSums {
       const auto positive = hn::DemoteTo(d32, hn::Add(limited, hn::Set(d, kLimit)));
       emit(d32, hn::Sub(positive, hn::Set(d32, 1 << 30)), x);
     });
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, Row* scratch, Row* dst) const {
+    halvedRowOfLines<kChannels>(*this, taps.centre(), source, pixels, scratch, dst);
   }
 };
 
@@ -204,7 +276,7 @@ struct FloatSums {
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<float>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<float>(count, [&](auto d, std::ptrdiff_t x) {
       const int c = taps.centre();
       auto sum = hn::Mul(hn::LoadU(d, lines(c) + x), hn::Set(d, kernel[c]));
       for (int i = c - 1; i >= 0; --i) {
@@ -213,6 +285,10 @@ struct FloatSums {
       }
       emit(d, sum, x);
     });
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, Row* scratch, Row* dst) const {
+    halvedRowOfLines<kChannels>(*this, taps.centre(), source, pixels, scratch, dst);
   }
 };
 

@@ -15,6 +15,7 @@
 #include "frame/checks.h"
 #include "frame/simd.h"
 #include "frame/views.h"
+#include "pyramid/layer_double.h"
 #include "pyramid/layer_state.h"
 #include "pyramid/levels.h"
 #include "rvpcv/pyramid_layer.h"
@@ -75,13 +76,6 @@ struct Spread {
     return place.fraction * static_cast<float>(kernel[i - 1]) + (1 - place.fraction) * here;
   }
 };
-
-// What a sum is multiplied by, given the sum of the weights.
-template <class K>
-float inverse(float weights) {
-  constexpr float kOne = std::is_same_v<K, float> ? 1.0F : 32768.0F;
-  return std::abs(weights) > kNegligible ? kOne / weights : weights;
-}
 
 // The source samples whose terms go to one destination sample after the other. The first and the last of them never
 // step back.
@@ -327,6 +321,11 @@ RvpStatus layerUp(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstS
   };
   if (outside(srcRoi.height, dstRoi.height) || outside(srcRoi.width, dstRoi.width)) return rvpStatusBadSize;
   if (state.dataType != kDataType<T>) return rvpStatusBadArgument;
+  const Doubler<T, kChannels> doubler(pSrc, srcStep, srcRoi, dstRoi, state);
+  if (doubler.serves()) {
+    doubler.run(pDst, dstStep);
+    return rvpStatusOk;
+  }
   Expander<T, kChannels> expander(pSrc, srcStep, srcRoi, dstRoi, state);
   if (expander.bytes() > state.workBytes) return rvpStatusBadSize;
   expander.run(pDst, dstStep);
