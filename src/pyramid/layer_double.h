@@ -9,6 +9,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -27,27 +28,33 @@ struct Phase {
   int count;
 };
 
-// Floats with any kernel, added up in ascending order.
+// Floats, added up in ascending order: with kernels of 5 taps, or where kTaps is 0 with any.
+template <int kTaps>
 class FloatDoubling {
  public:
   using Lane = float;
+  // Lines for one sample where the compiler should know their number, else 0.
+  template <int kParity>
+  static constexpr int kLines = kTaps == 0 ? 0 : kTaps / 2 + 1 - kParity;
+  static_assert(kTaps == 0 || kTaps == 5);
 
-  static bool fits(const LayerState&) { return true; }
+  static bool fits(const LayerState& state) {
+    return kTaps == 0 || (state.kerSize == kTaps && static_cast<const float*>(state.pKernel)[0] != 0);
+  }
   static std::int64_t weightCount(const LayerState& state) { return std::int64_t{state.kerSize} + 1; }
 
-  FloatDoubling(const LayerState& state, float* weights) {
+  FloatDoubling(const LayerState& state, float* memory) {
     const auto* kernel = static_cast<const float*>(state.pKernel);
     const int centre = state.kerSize / 2;
     const int reach = kernel[0] == 0 ? centre - 1 : centre;
     phases_[0] = {-(reach / 2), reach / 2 * 2 + 1};
     phases_[1] = {1 - (reach + 1) / 2, (reach + 1) / 2 * 2};
     for (const int p : {0, 1}) {
+      if constexpr (kTaps == 0) weights_[p] = memory + p * phases_[0].count;
       float sum = 0;
       for (int i = 0; i < phases_[p].count; ++i)
-        sum += weights[i] = kernel[centre + p - 2 * (phases_[p].first + i)];
-      weights_[p] = weights;
+        sum += weights_[p][i] = kernel[centre + p - 2 * (phases_[p].first + i)];
       inverses_[p] = inverse<float>(sum);
-      weights += phases_[p].count;
     }
   }
 
@@ -56,9 +63,9 @@ class FloatDoubling {
   // A sample of parity kParity, expanded or finished; load(i) gives the lanes of line i.
   template <int kParity, class D, class Load>
   hn::Vec<D> expanded(D d, const Load& load) const {
+    const int count = kTaps == 0 ? phases_[kParity].count : kLines<kParity>;
     auto sum = hn::Zero(d);
-    for (int i = 0; i < phases_[kParity].count; ++i)
-      sum = hn::Add(sum, hn::Mul(hn::Set(d, weights_[kParity][i]), load(i)));
+    for (int i = 0; i < count; ++i) sum = hn::Add(sum, hn::Mul(hn::Set(d, weights_[kParity][i]), load(i)));
     return hn::Mul(sum, hn::Set(d, inverses_[kParity]));
   }
   template <int kParity, class D, class Load>
@@ -68,7 +75,7 @@ class FloatDoubling {
 
  private:
   Phase phases_[2];
-  const float* weights_[2];
+  std::conditional_t<kTaps == 0, float*, std::array<float, 3>> weights_[2];
   float inverses_[2];
 };
 
@@ -82,6 +89,8 @@ template <class T>
 class BinomialDoubling {
  public:
   using Lane = std::conditional_t<std::is_same_v<T, std::uint8_t>, std::int16_t, std::int32_t>;
+  template <int kParity>
+  static constexpr int kLines = 3 - kParity;
 
   static bool fits(const LayerState& state) { return isBinomial(state); }
   static std::int64_t weightCount(const LayerState&) { return 0; }
@@ -107,9 +116,8 @@ class BinomialDoubling {
   }
 };
 
-template <class T, int kChannels>
+template <class T, int kChannels, class Arithmetic>
 class Doubler {
-  using Arithmetic = std::conditional_t<std::is_same_v<T, float>, FloatDoubling, BinomialDoubling<T>>;
   using Lane = typename Arithmetic::Lane;
 
   // Up to here positions are exact in float.
@@ -150,19 +158,12 @@ class Doubler {
     for (std::int64_t y = 0; y < dstRoi_.height; ++y) {
       for (const std::int64_t last = std::min(y / 2 + beyond_, height - 1); next <= last; ++next)
         expandRow(arithmetic, next);
-      const Phase phase = arithmetic.phase(static_cast<int>(y % 2));
-      const auto** const rows = part<const Lane*>(rows_);
-      for (int i = 0; i < phase.count; ++i)
-        rows[i] = ringRow(borderIndex(rvpBorderMirror, y / 2 + phase.first + i, height));
       T* const to = row(dst, dstStep, y);
-      coverWithVectors<Lane>(rowElements(dstRoi_.width, kChannels), [&](auto d, std::ptrdiff_t x) {
-        const auto load = [&](int i) { return hn::LoadU(d, rows[i] + x); };
-        if (y % 2 == 0) {
-          arithmetic.template finish<0>(d, load, to + x);
-        } else {
-          arithmetic.template finish<1>(d, load, to + x);
-        }
-      });
+      if (y % 2 == 0) {
+        sumRows<0>(arithmetic, y / 2, to);
+      } else {
+        sumRows<1>(arithmetic, y / 2, to);
+      }
     }
   }
 
@@ -173,13 +174,39 @@ class Doubler {
   }
   Lane* ringRow(std::int64_t y) const { return part<Lane>(ring_ + y % slots_ * ringStep_); }
 
+  // Arithmetic and lines go by value to where they are used for vector after vector: stores could change them
+  // elsewhere, for all that the compiler knows.
+  template <int kParity>
+  void sumRows(const Arithmetic& arithmetic, std::int64_t j, T* dst) const {
+    const Phase phase = arithmetic.phase(kParity);
+    const auto find = [&](auto* lines) {
+      for (int i = 0; i < phase.count; ++i)
+        lines[i] = ringRow(borderIndex(rvpBorderMirror, j + phase.first + i, image_.size.height));
+    };
+    const auto finish = [&](auto lines) {
+      coverWithVectors<Lane>(rowElements(dstRoi_.width, kChannels), [=](auto d, std::ptrdiff_t x) {
+        arithmetic.template finish<kParity>(
+            d, [&](int i) { return hn::LoadU(d, lines[i] + x); }, dst + x);
+      });
+    };
+    if constexpr (Arithmetic::template kLines<kParity> == 0) {
+      find(part<const Lane*>(rows_));
+      finish(part<const Lane*>(rows_));
+    } else {
+      std::array<const Lane*, Arithmetic::template kLines<kParity>> lines;
+      find(lines.data());
+      finish(lines);
+    }
+  }
+
   void expandRow(const Arithmetic& arithmetic, std::int64_t y) const {
     T* const source = part<T>(source_);
     image_.readRow(y, -beyond_, image_.size.width + beyond_, source);
     const T* const even = source + (beyond_ + arithmetic.phase(0).first) * kChannels;
     const T* const odd = source + (beyond_ + arithmetic.phase(1).first) * kChannels;
     Lane* const dst = ringRow(y);
-    coverWithVectors<Lane>(elements_, [&](auto d, std::ptrdiff_t x) {
+    Lane* const planes[] = {part<Lane>(planes_[0]), part<Lane>(planes_[1])};
+    coverWithVectors<Lane>(elements_, [=](auto d, std::ptrdiff_t x) {
       const auto valueOf = [&](auto parity, const T* line) {
         return arithmetic.template expanded<decltype(parity)::value>(
             d, [&](int i) { return loadAs(d, line + x + std::ptrdiff_t{i} * kChannels); });
@@ -189,15 +216,15 @@ class Doubler {
       if constexpr (kChannels == 1) {
         hn::StoreInterleaved2(first, second, d, dst + 2 * x);
       } else {
-        hn::StoreU(first, d, part<Lane>(planes_[0]) + x);
-        hn::StoreU(second, d, part<Lane>(planes_[1]) + x);
+        hn::StoreU(first, d, planes[0] + x);
+        hn::StoreU(second, d, planes[1] + x);
       }
     });
     if constexpr (kChannels == 3) {
       const hn::CappedTag<Lane, 4> d;
       for (std::ptrdiff_t x = 0; x < elements_; x += kChannels) {
-        hn::StoreU(hn::LoadU(d, part<Lane>(planes_[0]) + x), d, dst + 2 * x);
-        hn::StoreU(hn::LoadU(d, part<Lane>(planes_[1]) + x), d, dst + 2 * x + kChannels);
+        hn::StoreU(hn::LoadU(d, planes[0] + x), d, dst + 2 * x);
+        hn::StoreU(hn::LoadU(d, planes[1] + x), d, dst + 2 * x + kChannels);
       }
     }
   }
@@ -216,5 +243,22 @@ class Doubler {
   std::int64_t ring_ = 0;
   std::int64_t ringStep_ = 0;
 };
+
+// Doubles an image if this is a case for it, and the state has the memory.
+template <class T, int kChannels>
+bool doubled(const T* src, int srcStep, RvpiSize srcRoi, T* dst, int dstStep, RvpiSize dstRoi,
+             const LayerState& state) {
+  const auto ran = [&](auto doubler) {
+    if (!doubler.serves()) return false;
+    doubler.run(dst, dstStep);
+    return true;
+  };
+  if constexpr (std::is_same_v<T, float>) {
+    return ran(Doubler<T, kChannels, FloatDoubling<5>>(src, srcStep, srcRoi, dstRoi, state)) ||
+           ran(Doubler<T, kChannels, FloatDoubling<0>>(src, srcStep, srcRoi, dstRoi, state));
+  } else {
+    return ran(Doubler<T, kChannels, BinomialDoubling<T>>(src, srcStep, srcRoi, dstRoi, state));
+  }
+}
 
 }  // namespace rvp::n8

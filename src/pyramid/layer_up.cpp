@@ -321,11 +321,7 @@ RvpStatus layerUp(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstS
   };
   if (outside(srcRoi.height, dstRoi.height) || outside(srcRoi.width, dstRoi.width)) return rvpStatusBadSize;
   if (state.dataType != kDataType<T>) return rvpStatusBadArgument;
-  const Doubler<T, kChannels> doubler(pSrc, srcStep, srcRoi, dstRoi, state);
-  if (doubler.serves()) {
-    doubler.run(pDst, dstStep);
-    return rvpStatusOk;
-  }
+  if (doubled<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, state)) return rvpStatusOk;
   Expander<T, kChannels> expander(pSrc, srcStep, srcRoi, dstRoi, state);
   if (expander.bytes() > state.workBytes) return rvpStatusBadSize;
   expander.run(pDst, dstStep);

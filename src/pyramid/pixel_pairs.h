@@ -1,5 +1,4 @@
-// Pixels of even and of odd number, counted from 0: taken apart, side by side, and put together. All of this writes
-// and reads up to kPairSlack elements behind a row.
+// Every second pixel of a row, and pixels side by side.
 #pragma once
 
 #include <cstddef>
@@ -10,49 +9,59 @@
 
 namespace rvp::n8 {
 
+// All of this reads and writes up to so many elements behind a row.
 constexpr std::ptrdiff_t kPairSlack = 16;
 
-// Copies pixels of even number, as many as said, to one row, and those that follow each to another: 16-bit words as
-// 32-bit integers, floats as they are.
-template <int kChannels, class T, class Lane>
-void splitPixels(const T* src, std::ptrdiff_t pairs, Lane* even, Lane* odd) {
-  static_assert(sizeof(Lane) == 4);
-  if constexpr (kChannels == 3) {
-    const hn::CappedTag<Lane, 4> d;
-    const hn::Rebind<T, decltype(d)> dSrc;
-    const auto widened = [&](const T* at) {
-      if constexpr (std::is_same_v<T, Lane>) {
-        return hn::LoadU(d, at);
-      } else {
-        return hn::PromoteTo(d, hn::LoadU(dSrc, at));
-      }
-    };
-    for (std::ptrdiff_t i = 0; i < pairs; ++i) {
-      hn::StoreU(widened(src + 6 * i), d, even + 3 * i);
-      hn::StoreU(widened(src + 6 * i + 3), d, odd + 3 * i);
-    }
-  } else if constexpr (std::is_same_v<T, float>) {
-    const hn::ScalableTag<float> d;
-    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    std::ptrdiff_t i = 0;
-    for (; i + lanes <= pairs; i += lanes) {
-      const auto low = hn::LoadU(d, src + 2 * i);
-      const auto high = hn::LoadU(d, src + 2 * i + lanes);
-      hn::StoreU(hn::ConcatEven(d, high, low), d, even + i);
-      hn::StoreU(hn::ConcatOdd(d, high, low), d, odd + i);
-    }
-    for (; i < pairs; ++i) {
-      even[i] = src[2 * i];
-      odd[i] = src[2 * i + 1];
-    }
+// A whole vector is one or two parts of 16 bytes.
+template <class D>
+constexpr std::ptrdiff_t kPartsOf = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) / 16;
+
+// The vector of which part(i) gives part i.
+template <class D, class Part>
+hn::Vec<D> joined(D d, const Part& part) {
+  if constexpr (kPartsOf<D> == 2) {
+    return hn::Combine(d, part(1), part(0));
   } else {
-    forVectors<std::uint32_t>(0, pairs, [&](auto d, std::ptrdiff_t i) {
-      const hn::Repartition<T, decltype(d)> dSrc;
-      const hn::RebindToSigned<decltype(d)> dLane;
-      const auto both = hn::BitCast(d, hn::LoadU(dSrc, src + 2 * i));
-      hn::StoreU(hn::BitCast(dLane, hn::And(both, hn::Set(d, 0xFFFF))), dLane, even + i);
-      hn::StoreU(hn::BitCast(dLane, hn::ShiftRight<16>(both)), dLane, odd + i);
-    });
+    return part(0);
+  }
+}
+
+// Stores part i of a vector at place(i).
+template <class D, class Place>
+void storeParts(D, hn::Vec<D> v, const Place& place) {
+  if constexpr (kPartsOf<D> == 2) {
+    const hn::Half<D> dPart;
+    hn::StoreU(hn::LowerHalf(dPart, v), dPart, place(0));
+    hn::StoreU(hn::UpperHalf(dPart, v), dPart, place(1));
+  } else {
+    hn::StoreU(v, D(), place(0));
+  }
+}
+
+// Elements 0, 2, 4 and so on: words as 32-bit integers; floats as they are, but in an order of their own.
+template <class D>
+hn::Vec<D> everySecond(D d, const std::uint16_t* src) {
+  const auto both = hn::BitCast(d, hn::LoadU(hn::Repartition<std::uint16_t, D>(), src));
+  return hn::And(both, hn::Set(d, 0xFFFF));
+}
+template <class D>
+hn::Vec<D> everySecond(D d, const float* src) {
+  if constexpr (hn::MaxLanes(D()) == 1) {
+    return hn::LoadU(d, src);
+  } else {
+    // Even lanes take the first half of them, odd ones the second.
+    return hn::OddEven(hn::LoadU(d, src + hn::Lanes(d) - 1), hn::LoadU(d, src));
+  }
+}
+
+// What was made of such lanes, brought in order.
+template <class D>
+hn::Vec<D> inOrder(D d, hn::Vec<D> lanes) {
+  if constexpr (hn::MaxLanes(D()) == 1 || !std::is_floating_point_v<hn::TFromD<D>>) {
+    return lanes;
+  } else {
+    alignas(32) static constexpr std::int32_t kOrder[2][8] = {{0, 2, 1, 3}, {0, 2, 4, 6, 1, 3, 5, 7}};
+    return hn::TableLookupLanes(lanes, hn::SetTableIndices(d, kOrder[hn::MaxLanes(D()) / 8]));
   }
 }
 

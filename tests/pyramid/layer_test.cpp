@@ -340,9 +340,9 @@ TYPED_TEST(PyramidLayer, DownDoesNotDependOnTheTeam) {
   for (const int threads : {1, 2, 3, 8}) {
     for (const float rate : {1.7F, 2.0F, 3.3F}) {
       for (const Kernel& kernel : {kKernels[1], kKernels[9]})
-        tryShape({509, 259, {5, 1}, threads, 11}, [&](const Shape& shape) {
-          checkDown<TypeParam>(shape, rate, kernel, {509, 259});
-        });
+        for (const RvpiSize size : {RvpiSize{509, 259}, {4500, 30}})
+          tryShape({size.width, size.height, {5, 1}, threads, 11},
+                   [&](const Shape& shape) { checkDown<TypeParam>(shape, rate, kernel, size); });
     }
   }
 }
