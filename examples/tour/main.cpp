@@ -117,6 +117,7 @@ int main(int argc, char** argv) {
     tour::addFloodPanels(subject, page);
     tour::addLabelPanels(subject, page);
     tour::addReconstructPanels(subject, page);
+    tour::addPyramidPanels(subject, page);
     tour::addDetectPanels(subject, page);
     tour::addFacePanels(subject, page);
   }

@@ -14,6 +14,7 @@ void addFeaturesPanels(const Subject& subject, Page& page);
 void addFloodPanels(const Subject& subject, Page& page);
 void addLabelPanels(const Subject& subject, Page& page);
 void addLinesPanels(const Subject& subject, Page& page);
+void addPyramidPanels(const Subject& subject, Page& page);
 void addReconstructPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
 
