@@ -50,10 +50,10 @@ class FloatDoubling {
     phases_[0] = {-(reach / 2), reach / 2 * 2 + 1};
     phases_[1] = {1 - (reach + 1) / 2, (reach + 1) / 2 * 2};
     for (const int p : {0, 1}) {
-      if constexpr (kTaps == 0) weights_[p] = memory + p * phases_[0].count;
+      if constexpr (kTaps == 0) weights_[p] = memory + std::ptrdiff_t{p} * phases_[0].count;
       float sum = 0;
       for (int i = 0; i < phases_[p].count; ++i)
-        sum += weights_[p][i] = kernel[centre + p - 2 * (phases_[p].first + i)];
+        sum += weights_[p][static_cast<std::size_t>(i)] = kernel[centre + p - 2 * (phases_[p].first + i)];
       inverses_[p] = inverse<float>(sum);
     }
   }
@@ -65,7 +65,8 @@ class FloatDoubling {
   hn::Vec<D> expanded(D d, const Load& load) const {
     const int count = kTaps == 0 ? phases_[kParity].count : kLines<kParity>;
     auto sum = hn::Zero(d);
-    for (int i = 0; i < count; ++i) sum = hn::Add(sum, hn::Mul(hn::Set(d, weights_[kParity][i]), load(i)));
+    for (int i = 0; i < count; ++i)
+      sum = hn::Add(sum, hn::Mul(hn::Set(d, weights_[kParity][static_cast<std::size_t>(i)]), load(i)));
     return hn::Mul(sum, hn::Set(d, inverses_[kParity]));
   }
   template <int kParity, class D, class Load>
@@ -186,7 +187,7 @@ class Doubler {
     const auto finish = [&](auto lines) {
       coverWithVectors<Lane>(rowElements(dstRoi_.width, kChannels), [=](auto d, std::ptrdiff_t x) {
         arithmetic.template finish<kParity>(
-            d, [&](int i) { return hn::LoadU(d, lines[i] + x); }, dst + x);
+            d, [&](int i) { return hn::LoadU(d, lines[static_cast<std::size_t>(i)] + x); }, dst + x);
       });
     };
     if constexpr (Arithmetic::template kLines<kParity> == 0) {

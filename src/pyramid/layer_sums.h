@@ -159,7 +159,7 @@ struct ByteSums {
         auto low = hn::Zero(d32);
         auto high = low;
         for (int i = 0; i < taps.size(); i += 2) {
-          const Src* const at = pairs + 2 * x + i * kChannels;
+          const Src* const at = pairs + 2 * x + std::ptrdiff_t{i} * kChannels;
           const auto both = hn::BitCast(d, hn::Set(d32, pair(i)));
           auto unused = hn::Zero(d32);
           low = hn::ReorderWidenMulAccumulate(d32, loadAs(d, at), both, low, unused);
@@ -170,7 +170,7 @@ struct ByteSums {
         for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
           std::uint32_t sum = 0;
           for (int i = 0; i < taps.size(); ++i) {
-            const int sample = pairs[2 * (x + lane) + (i - i % 2) * kChannels + i % 2];
+            const int sample = pairs[2 * (x + lane) + std::ptrdiff_t{i - i % 2} * kChannels + i % 2];
             sum += static_cast<std::uint32_t>(sample * kernel[i]);
           }
           dst[x + lane] = saturate<Row>(static_cast<std::int32_t>(sum) >> kRowShift);
@@ -303,7 +303,7 @@ struct WordSums {
   template <int kChannels>
   void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
     halvedRowOfLanes<kTaps, kChannels>(source, pixels, dst,
-                                       [*this](auto d, const auto& line) { return rowSum(d, line); });
+                                       [sums = *this](auto d, const auto& line) { return sums.rowSum(d, line); });
   }
 
   template <class Lines, class Emit>
