@@ -120,6 +120,7 @@ int main(int argc, char** argv) {
     tour::addMorphPanels(subject, page);
     tour::addReconstructPanels(subject, page);
     tour::addMotionPanels(subject, page);
+    tour::addPyramidPanels(subject, page);
     tour::addDetectPanels(subject, page);
     tour::addFacePanels(subject, page);
   }

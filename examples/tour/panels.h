@@ -16,6 +16,7 @@ void addLabelPanels(const Subject& subject, Page& page);
 void addLinesPanels(const Subject& subject, Page& page);
 void addMotionPanels(const Subject& subject, Page& page);
 void addMorphPanels(const Subject& subject, Page& page);
+void addPyramidPanels(const Subject& subject, Page& page);
 void addReconstructPanels(const Subject& subject, Page& page);
 void addStatsPanels(const Subject& subject, Page& page);
 void addWatershedPanels(const Subject& subject, Page& page);

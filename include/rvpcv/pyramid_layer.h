@@ -133,7 +133,7 @@ RVP_API RvpStatus rvpiPyramidLayerDownGetSize_32f_C3R(RvpiSize roiSize, int kerS
  * @param pKernel The kernel; not needed after the call.
  * @param kerSize Length of the kernel; odd, and at least 3.
  * @param mode ::rvpiPyramidLinear.
- * @param pMem Memory of the size that `GetSize` tells, at an address that suits a pointer.
+ * @param pMem Memory of the size that `GetSize` tells, at any address.
  * @param pBuffer Scratch memory of the size that `GetSize` tells, at any address. Free for other use after the
  * call; may be null if the image is not larger than the kernel in both directions.
  * @return ::rvpStatusOk, ::rvpStatusKernelNotSymmetric or the first of the errors below.
@@ -262,7 +262,7 @@ RVP_API RvpStatus rvpiPyramidLayerUpGetSize_32f_C3R(RvpiSize roiSize, int kerSiz
  * @param pKernel The kernel; not needed after the call.
  * @param kerSize Length of the kernel; odd, and at least 3.
  * @param mode ::rvpiPyramidLinear.
- * @param pMem Memory of the size that `GetSize` tells, at an address that suits a pointer.
+ * @param pMem Memory of the size that `GetSize` tells, at any address.
  * @return ::rvpStatusOk, ::rvpStatusKernelNotSymmetric or the first of the errors below.
  * @retval rvpStatusKernelNotSymmetric Warning: the kernel's halves differ (in 32f by more than 1.1754944e-38). The
  * state is complete, with the right half rebuilt from the left.

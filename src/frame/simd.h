@@ -38,6 +38,18 @@ void forVectors(std::ptrdiff_t first, std::ptrdiff_t last, const Body& body) {
   whole(hn::CappedTag<T, 1>());
 }
 
+// Calls body(d, x) for vectors that cover the elements 0 to count - 1, the last one overlapping the one before;
+// where not even one vector fits, as forVectors does. For bodies that may see an element twice.
+template <class T, class Body>
+void coverWithVectors(std::ptrdiff_t count, const Body& body) {
+  const hn::ScalableTag<T> d;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  if (count < lanes) return forVectors<T>(0, count, body);
+  std::ptrdiff_t x = 0;
+  for (; x + lanes <= count; x += lanes) body(d, x);
+  if (x < count) body(d, count - lanes);
+}
+
 // The nearest integers, ties to even, of floats below 2^31; what lies below -2^31 gives -2^31. Highway's NearestInt
 // has no upper limit, at several times the cost.
 template <class V>
@@ -47,6 +59,27 @@ HWY_INLINE auto nearestInt(V v) {
     return Result{_mm256_cvtps_epi32(v.raw)};
   } else {
     return Result{_mm_cvtps_epi32(v.raw)};
+  }
+}
+
+// Floats below 2^31 in magnitude rounded toward zero; all others give -2^31.
+template <class V>
+HWY_INLINE auto truncatedInt(V v) {
+  using Result = hn::Vec<hn::RebindToSigned<hn::DFromV<V>>>;
+  if constexpr (sizeof(v.raw) == 32) {
+    return Result{_mm256_cvttps_epi32(v.raw)};
+  } else {
+    return Result{_mm_cvttps_epi32(v.raw)};
+  }
+}
+
+// Sums of the products of neighbouring bytes, unsigned ones and signed ones, saturated to the 16-bit lanes of d.
+template <class D, class U, class I>
+HWY_INLINE hn::Vec<D> multipliedBytePairs(D, U bytes, I factors) {
+  if constexpr (sizeof(bytes.raw) == 32) {
+    return hn::Vec<D>{_mm256_maddubs_epi16(bytes.raw, factors.raw)};
+  } else {
+    return hn::Vec<D>{_mm_maddubs_epi16(bytes.raw, factors.raw)};
   }
 }
 

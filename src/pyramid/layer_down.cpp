@@ -5,6 +5,7 @@
 // number, and of these even columns only, from the beginning on; else all columns of the two rows around each
 // destination row, of which it keeps the resampled ones.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include "pyramid/layer_state.h"
 #include "pyramid/layer_sums.h"
 #include "pyramid/levels.h"
+#include "pyramid/pixel_pairs.h"
 #include "rvpcv/pyramid_layer.h"
 
 namespace rvp::n8 {
@@ -25,6 +27,9 @@ namespace {
 
 // From this many source pixels on the rows are worth a team.
 constexpr int kTeamPixels = 1 << 17;
+
+// Rows of fewer bytes are copied as a whole, which costs less than it does to filter their ends apart.
+constexpr std::ptrdiff_t kShortRow = 2048;
 
 // Rates that take every second sample.
 bool halves(float rate) { return rate >= 1.99998F && rate <= 2.00002F; }
@@ -54,19 +59,19 @@ struct Group {
         dstElements(rowElements(job.dstRoi.width, kChannels)),
         halving(halves(job.state->rate)) {
     const std::int64_t extended = job.srcRoi.width + 2 * centre;
-    layout.take(halving ? dstElements : srcElements, sizeof(Row));
+    layout.take(halving ? dstElements + kPairSlack : srcElements, sizeof(Row));
     ringStep = layout.bytes();  // The ring begins the group; this was its first row.
     layout.take(slots - 1, ringStep);
     lines = layout.take(job.state->kerSize, sizeof(void*));
-    source = layout.take(extended * kChannels, sizeof(T));
+    source = layout.take(extended * kChannels + kPairSlack, sizeof(T));
     if (halving) {
-      even = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
-      odd = layout.take((extended + 1) / 2 * kChannels, sizeof(T));
+      if (sizeof(T) == 1 && kChannels > 1) pairs = layout.take(extended * kChannels + kPairSlack, sizeof(T));
     } else {
-      filtered = layout.take(srcElements, sizeof(Row));
+      filtered = layout.take(srcElements + kPairSlack, sizeof(Row));
       places = layout.take(job.dstRoi.width, sizeof(std::int32_t));
+      if (sizeof(T) == 1 && kChannels == 1) turns = layout.take(job.dstRoi.width, sizeof(std::int32_t));
       fractions = layout.take(job.dstRoi.width, sizeof(float));
-      for (std::int64_t& at : sampled) at = layout.take(dstElements, sizeof(float));
+      for (std::int64_t& at : sampled) at = layout.take(dstElements + kPairSlack, sizeof(float));
     }
   }
 
@@ -81,22 +86,13 @@ struct Group {
   std::int64_t ringStep = 0;
   std::int64_t lines = 0;
   std::int64_t source = 0;
-  std::int64_t even = 0;
-  std::int64_t odd = 0;
+  std::int64_t pairs = 0;
   std::int64_t filtered = 0;
   std::int64_t places = 0;
+  std::int64_t turns = 0;
   std::int64_t fractions = 0;
   std::int64_t sampled[2] = {};
 };
-
-// Copies the pixels of even number, from 0 on, to one row and the others to another.
-template <int kChannels, class T>
-void splitPixels(const T* src, std::ptrdiff_t pixels, T* even, T* odd) {
-  for (std::ptrdiff_t i = 0; i < pixels; ++i) {
-    T* dst = (i % 2 == 0 ? even : odd) + i / 2 * kChannels;
-    for (int c = 0; c < kChannels; ++c) dst[c] = src[i * kChannels + c];
-  }
-}
 
 // A place between two samples, of which there are `extent`.
 struct Sample {
@@ -156,28 +152,62 @@ class Worker {
   }
   Row* ringRow(std::ptrdiff_t y) const { return part<Row>(y % group_.slots * group_.ringStep); }
 
-  // Filters source row y along the row.
+  // Filters source row y along the row: what takes outside pixels from a copy with its border, and of long rows the
+  // rest where it stands.
   void filterRow(std::ptrdiff_t y) const {
     const std::ptrdiff_t width = job_.srcRoi.width;
-    const std::ptrdiff_t extended = width + 2 * group_.centre;
-    const T* source = image_.findRow(y, -group_.centre, width + group_.centre, part<T>(group_.source));
-    Row* const dst = ringRow(y);
-    if (!group_.halving) {
-      sums_.rows(
-          group_.srcElements, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; }, dst);
-      return;
+    const std::ptrdiff_t c = group_.centre;
+    const std::ptrdiff_t pace = group_.halving ? 2 : 1;
+    const std::ptrdiff_t count =
+        group_.halving ? std::min<std::ptrdiff_t>((width + 1) / 2, job_.dstRoi.width) : width;
+    const auto filterCopied = [&](std::ptrdiff_t first, std::ptrdiff_t last) {
+      T* const copy = part<T>(group_.source);
+      copyRow(y, pace * first - c, std::min(pace * last + c, width + c), copy);
+      filterPixels(copy, first, last - first, ringRow(y));
+    };
+    const std::ptrdiff_t first = (c + pace - 1) / pace;
+    const std::ptrdiff_t last = (width - c - kPairSlack) / pace;
+    if (width * kChannels * std::ptrdiff_t{sizeof(T)} < kShortRow || first >= last) {
+      filterCopied(0, count);
+    } else {
+      filterCopied(0, first);
+      filterPixels(row(job_.src, job_.srcStep, y) + (pace * first - c) * kChannels, first, last - first,
+                   ringRow(y));
+      filterCopied(last, count);
     }
-    T* const even = part<T>(group_.even);
-    T* const odd = part<T>(group_.odd);
-    splitPixels<kChannels>(source, extended, even, odd);
-    const std::ptrdiff_t there = std::min<std::ptrdiff_t>((width + 1) / 2, job_.dstRoi.width);
-    sums_.rows(
-        there * kChannels, [=](int i) { return (i % 2 == 0 ? even : odd) + std::ptrdiff_t{i / 2} * kChannels; },
-        dst);
     // Rates just below 2 go one pixel beyond the row, where the last one counts.
-    for (std::ptrdiff_t x = there; x < job_.dstRoi.width; ++x)
-      sums_.rows(
-          kChannels, [=](int i) { return source + (width - 1 + i) * kChannels; }, dst + x * kChannels);
+    if (count < job_.dstRoi.width && group_.halving) {
+      T* const copy = part<T>(group_.source);
+      copyRow(y, width - 1 - c, width + c, copy);
+      for (std::ptrdiff_t x = count; x < job_.dstRoi.width; ++x)
+        sums_.template rows<kChannels>(copy, kChannels, ringRow(y) + x * kChannels);
+    }
+  }
+
+  // Copies pixels `from` to `to` - 1 of row y, of which at least one lies inside. This takes a third of the time of
+  // a narrow image, so the usual case, where no end is mirrored twice, has its own code.
+  void copyRow(std::ptrdiff_t y, std::ptrdiff_t from, std::ptrdiff_t to, T* copy) const {
+    const std::ptrdiff_t width = job_.srcRoi.width;
+    if (width <= group_.centre) return image_.readRow(y, from, to, copy);
+    const T* const source = row(job_.src, job_.srcStep, y);
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(from, 0);
+    const std::ptrdiff_t last = std::min(to, width);
+    const auto copyPixels = [=](std::ptrdiff_t at, std::ptrdiff_t x, std::ptrdiff_t count) {
+      std::memcpy(copy + (at - from) * kChannels, source + x * kChannels,
+                  static_cast<std::size_t>(count * kChannels) * sizeof(T));
+    };
+    copyPixels(first, first, last - first);
+    for (std::ptrdiff_t x = from; x < first; ++x) copyPixels(x, -x, 1);
+    for (std::ptrdiff_t x = last; x < to; ++x) copyPixels(x, 2 * (width - 1) - x, 1);
+  }
+
+  // Filters `count` pixels, from pixel `first` of the ring's row on; the source begins with that one's first tap.
+  void filterPixels(const T* source, std::ptrdiff_t first, std::ptrdiff_t count, Row* dst) const {
+    if (group_.halving) {
+      sums_.template halvedRow<kChannels>(source, count, memory_ + group_.pairs, dst + first * kChannels);
+    } else {
+      sums_.template rows<kChannels>(source, count * kChannels, dst + first * kChannels);
+    }
   }
 
   // Filters row y down the columns. Rows are asked for in ascending order. All rows that it takes, mirrored ones
@@ -190,8 +220,16 @@ class Worker {
     const auto** const lines = part<const Row*>(group_.lines);
     for (std::ptrdiff_t i = 0; i <= 2 * group_.centre; ++i)
       lines[i] = ringRow(borderIndex(rvpBorderMirror, y + i - group_.centre, job_.srcRoi.height));
-    sums_.columns(
-        count, [=](int i) { return lines[i]; }, emit);
+    // Stores could change what lies in memory, for all that the compiler knows, but not a copy.
+    if constexpr (Sums::kLines == 0) {
+      sums_.columns(
+          count, [=](int i) { return lines[i]; }, emit);
+    } else {
+      std::array<const Row*, Sums::kLines> copies;
+      std::copy_n(lines, Sums::kLines, copies.begin());
+      sums_.columns(
+          count, [=](int i) { return copies[static_cast<std::size_t>(i)]; }, emit);
+    }
   }
 
   void placeSamples() {
@@ -200,6 +238,22 @@ class Worker {
       part<std::int32_t>(group_.places)[x] = static_cast<std::int32_t>(sample.index);
       part<float>(group_.fractions)[x] = sample.fraction;
       if (sample.between) betweenCount_ = x + 1;
+    }
+    if constexpr (sizeof(Work) == 2 && kChannels == 1) placeTurns();
+  }
+
+  // For every kTurned pixels, which bytes from the first one's on are their samples and the next ones; up to the
+  // first that lie too far apart, as they do from a rate of 2 on.
+  void placeTurns() {
+    const std::int32_t* const places = part<std::int32_t>(group_.places);
+    std::uint8_t* turns = part<std::uint8_t>(group_.turns);
+    for (std::ptrdiff_t x = 0; x + kTurned <= betweenCount_; x += kTurned) {
+      if (places[x + kTurned - 1] - places[x] > 6) return;  // It and the next are among eight samples.
+      for (std::ptrdiff_t i = 0; i < kTurned; ++i) {
+        for (int byte = 0; byte < 4; ++byte)
+          *turns++ = static_cast<std::uint8_t>(2 * (places[x + i] - places[x]) + byte);
+      }
+      turnedCount_ = x + kTurned;
     }
   }
 
@@ -211,37 +265,122 @@ class Worker {
     Work* const filtered = part<Work>(group_.filtered);
     filterColumns(y, group_.srcElements,
                   [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
+    resample(filtered, dst);
+    return dst;
+  }
+
+  // The value at a fraction of the way from one sample to the next; integers are truncated.
+  template <class D>
+  static hn::Vec<D> blend(D d, hn::Vec<D> fraction, hn::Vec<D> here, hn::Vec<D> next) {
+    const auto value = hn::Add(hn::Mul(fraction, next), hn::Mul(hn::Sub(hn::Set(d, 1.0F), fraction), here));
+    return std::is_same_v<Work, float> ? value : hn::ConvertTo(d, truncatedInt(value));
+  }
+  template <class D, class V>
+  static hn::Vec<D> asFloat(D d, V v) {
+    if constexpr (std::is_same_v<Work, float>) {
+      return v;
+    } else if constexpr (sizeof(Work) == 2) {
+      return hn::ConvertTo(d, hn::PromoteTo(hn::Rebind<std::int32_t, D>(), v));
+    } else {
+      return hn::ConvertTo(d, v);
+    }
+  }
+
+  // The same where each lane has both 16-bit samples, the earlier one below.
+  template <class D, class V>
+  static hn::Vec<D> blendPairs(D d, hn::Vec<D> fraction, V pairs) {
+    const hn::RebindToSigned<D> d32;
+    const auto both = hn::BitCast(d32, pairs);
+    return blend(d, fraction, hn::ConvertTo(d, hn::ShiftRight<16>(hn::ShiftLeft<16>(both))),
+                 hn::ConvertTo(d, hn::ShiftRight<16>(both)));
+  }
+
+  // Resamples 16-bit samples by vectors as far as they go, and answers how many pixels that are. The samples of a
+  // vector of 16 bytes, which are those of one pixel or of kTurned, are put in pairs by one shuffle.
+  std::ptrdiff_t resamplePairs(const std::int16_t* filtered, float* dst) const {
     const std::int32_t* const places = part<std::int32_t>(group_.places);
     const float* const fractions = part<float>(group_.fractions);
-    for (std::ptrdiff_t x = 0; x < job_.dstRoi.width; ++x) {
-      const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
-      for (int c = 0; c < kChannels; ++c) {
-        const auto here = static_cast<float>(at[c]);
-        if (x >= betweenCount_) {
-          dst[x * kChannels + c] = here;
-          continue;
-        }
-        const float value = fractions[x] * static_cast<float>(at[c + kChannels]) + (1 - fractions[x]) * here;
-        dst[x * kChannels + c] =
-            std::is_same_v<Work, float> ? value : static_cast<float>(static_cast<std::int32_t>(value));
+    const hn::ScalableTag<float> d;
+    const hn::Repartition<std::int16_t, decltype(d)> d16;
+    const hn::Repartition<std::uint8_t, decltype(d)> d8;
+    const hn::FixedTag<std::int16_t, 8> dPart;
+    constexpr std::ptrdiff_t kParts = kPartsOf<decltype(d)>;
+    constexpr std::ptrdiff_t kPixels = kChannels == 1 ? kTurned : 1;  // of each part
+    const auto samplesOf = [=](std::ptrdiff_t x) {
+      return hn::BitCast(d8, joined(d16, [=](std::ptrdiff_t i) {
+                           return hn::LoadU(dPart, filtered + std::ptrdiff_t{places[x + i * kPixels]} * kChannels);
+                         }));
+    };
+    std::ptrdiff_t x = 0;
+    if constexpr (kChannels == 1) {
+      const std::uint8_t* const turns = part<std::uint8_t>(group_.turns);
+      for (; x + kParts * kTurned <= turnedCount_; x += kParts * kTurned) {
+        const auto pairs = hn::TableLookupBytes(samplesOf(x), hn::LoadU(d8, turns + 4 * x));
+        hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), pairs), d, dst + x);
+      }
+    } else {
+      alignas(16) static constexpr std::uint8_t kTurns[16] = {0, 1, 6, 7, 2, 3, 8, 9, 4, 5, 10, 11, 4, 5, 10, 11};
+      const auto turns = hn::LoadDup128(d8, kTurns);
+      const hn::FixedTag<float, 4> dPixel;
+      for (; x + kParts <= betweenCount_; x += kParts) {
+        const auto pairs = hn::TableLookupBytes(samplesOf(x), turns);
+        const auto fraction = joined(d, [=](std::ptrdiff_t i) { return hn::Set(dPixel, fractions[x + i]); });
+        storeParts(d, blendPairs(d, fraction, pairs), [=](std::ptrdiff_t i) { return dst + (x + i) * kChannels; });
       }
     }
-    return dst;
+    return x;
+  }
+
+  void resample(const Work* filtered, float* dst) const {
+    const std::int32_t* const places = part<std::int32_t>(group_.places);
+    const float* const fractions = part<float>(group_.fractions);
+    std::ptrdiff_t first = 0;
+    if constexpr (sizeof(Work) == 2) first = resamplePairs(filtered, dst);
+    if constexpr (kChannels == 3) {
+      // Three lanes of four; the fourth is written over by the next pixel.
+      const hn::CappedTag<float, 4> d;
+      const hn::Rebind<Work, decltype(d)> dWork;
+      for (std::ptrdiff_t x = first; x < betweenCount_; ++x) {
+        const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
+        hn::StoreU(blend(d, hn::Set(d, fractions[x]), asFloat(d, hn::LoadU(dWork, at)),
+                         asFloat(d, hn::LoadU(dWork, at + kChannels))),
+                   d, dst + kChannels * x);
+      }
+    } else if constexpr (sizeof(Work) == 2) {
+      for (std::ptrdiff_t x = first; x < betweenCount_; ++x)
+        std::memcpy(dst + x, filtered + places[x], 2 * sizeof(Work));
+      forVectors<float>(first, betweenCount_, [&](auto d, std::ptrdiff_t x) {
+        hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), hn::LoadU(d, dst + x)), d, dst + x);
+      });
+    } else {
+      coverWithVectors<float>(betweenCount_, [&](auto d, std::ptrdiff_t x) {
+        const hn::RebindToSigned<decltype(d)> d32;
+        const hn::Rebind<Work, decltype(d)> dWork;
+        const auto at = hn::LoadU(d32, places + x);
+        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, hn::GatherIndex(dWork, filtered, at)),
+                         asFloat(d, hn::GatherIndex(dWork, filtered + 1, at))),
+                   d, dst + x);
+      });
+    }
+    for (std::ptrdiff_t i = betweenCount_ * kChannels; i < group_.dstElements; ++i)
+      dst[i] = static_cast<float>(filtered[std::ptrdiff_t{places[i / kChannels]} * kChannels + i % kChannels]);
   }
 
   // A destination row between two resampled ones. A fraction of 0 with the same row twice copies it.
   void blendRows(const float* first, const float* second, float fraction, T* dst) const {
     const bool copies = first == second;
-    forVectors<float>(0, group_.dstElements, [&](auto d, std::ptrdiff_t x) {
-      auto value = hn::LoadU(d, first + x);
-      if (!copies)
-        value = hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
-                        hn::Mul(hn::Set(d, 1 - fraction), value));
+    const auto valueAt = [=](auto d, std::ptrdiff_t x) {
+      const auto here = hn::LoadU(d, first + x);
+      return copies ? here
+                    : hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
+                              hn::Mul(hn::Set(d, 1 - fraction), here));
+    };
+    coverWithVectors<float>(group_.dstElements, [&](auto d, std::ptrdiff_t x) {
+      const auto value = valueAt(d, x);
       if constexpr (std::is_same_v<T, float>) {
         storePixels(d, value, dst + x);
       } else {
-        const hn::RebindToSigned<decltype(d)> d32;
-        const auto whole = hn::ConvertTo(d32, value);
+        const auto whole = truncatedInt(value);
         const hn::Rebind<Work, decltype(d)> dWork;
         if constexpr (sizeof(Work) == 2) {
           storePixels(dWork, hn::DemoteTo(dWork, whole), dst + x);
@@ -252,6 +391,8 @@ class Worker {
     });
   }
 
+  static constexpr std::ptrdiff_t kTurned = 4;
+
   const Job<T>& job_;
   const Group<T, kChannels>& group_;
   const Sums& sums_;
@@ -259,6 +400,7 @@ class Worker {
   ExtendedImage<T, kChannels> image_;
   std::ptrdiff_t nextRow_ = 0;
   std::ptrdiff_t betweenCount_ = 0;
+  std::ptrdiff_t turnedCount_ = 0;
   std::ptrdiff_t sampledNumber_[2] = {-1, -1};
 };
 
@@ -276,7 +418,7 @@ void withSums(const LayerState& state, const Run& run) {
     }
   };
   if constexpr (std::is_same_v<T, std::uint8_t>) {
-    if (BinomialSums::fits(kernel, state.kerSize)) return run(BinomialSums());
+    if (isBinomial(state)) return run(BinomialSums());
   }
   switch (state.kerSize) {
     case 3:
@@ -306,18 +448,19 @@ template <class T, int kChannels>
 RvpStatus layerDown(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstStep, RvpiSize dstRoi,
                     const RvpiPyramidDownState* pState) {
   if (RvpStatus fault = badCall<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState)) return fault;
+  const LayerState& state = headerOf(pState);
   bool listed = false;
-  if (!sameSize(expectedSize(*pState, srcRoi, listed), dstRoi)) return rvpStatusBadSize;
-  if ((!listed && pState->ready != 1) || pState->dataType != kDataType<T>) return rvpStatusBadArgument;
+  if (!sameSize(expectedSize(state, srcRoi, listed), dstRoi)) return rvpStatusBadSize;
+  if ((!listed && state.ready != 1) || state.dataType != kDataType<T>) return rvpStatusBadArgument;
 
-  const Job<T> job = {pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState};
+  const Job<T> job = {pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, &state};
   const Group<T, kChannels> group(job);
-  const std::int64_t groups = pState->workBytes / group.bytes();
+  const std::int64_t groups = state.workBytes / group.bytes();
   if (groups < 1) return rvpStatusBadSize;
-  withSums<T>(*pState, [&](const auto& sums) {
+  withSums<T>(state, [&](const auto& sums) {
     const auto work = [&](Slice slice) {
       Worker<kChannels, std::remove_cvref_t<decltype(sums)>> worker(job, group, sums,
-                                                                    pState->pWork + slice.thread * group.bytes());
+                                                                    state.pWork + slice.thread * group.bytes());
       worker.run(slice);
     };
     const std::int64_t pixels = std::int64_t{srcRoi.width} * srcRoi.height;
@@ -386,7 +529,7 @@ RvpStatus initDown(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate,
   }
   // Whatever team the size was asked for, there is room for one thread.
   const int bytes = downBytes<T, kChannels>(roiSize, kerSize, levels, 1);
-  auto* state = layOutState<T, RvpiPyramidDownState>(pMem, bytes, roiSize, rate, kerSize, large ? levels + 1 : 0);
+  LayerState* const state = layOutState<T>(pMem, bytes, roiSize, rate, kerSize, large ? levels + 1 : 0);
   if (large) {
     std::memcpy(state->pLevels, pBuffer, (static_cast<std::size_t>(levels) + 1) * sizeof(RvpiSize));
     state->levelCount = levels;
@@ -400,7 +543,7 @@ RvpStatus initDown(RvpiPyramidDownState** ppState, RvpiSize roiSize, float rate,
       return sum == 0 ? k : static_cast<K>((std::int64_t{k} * (1 << 14) / sum) >> 1);
     }
   });
-  *ppState = state;
+  *ppState = reinterpret_cast<RvpiPyramidDownState*>(pMem);
   return status;
 }
 

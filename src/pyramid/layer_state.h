@@ -1,5 +1,6 @@
 // The block that holds the state of a layer: a header, the normalised kernel, the sizes of a pyramid's levels, and
-// the memory in which a call works. Pointers in it are absolute.
+// the memory in which a call works. Pointers in it are absolute. A block may begin at any address: the pointer that
+// a caller has is to its first byte, and the header lies at the first place from there on that suits it.
 #pragma once
 
 #include <algorithm>
@@ -80,6 +81,19 @@ inline RvpStatus badLayer(RvpiSize roiSize, float rate, int kerSize) {
 // Differences, sums and weights up to this, the least normal number, count as none.
 constexpr float kNegligible = std::numeric_limits<float>::min();
 
+// What a sum is multiplied by, given the sum of its weights, which are coefficients of type K.
+template <class K>
+float inverse(float weights) {
+  constexpr float kOne = std::is_same_v<K, float> ? 1.0F : 32768.0F;
+  return std::abs(weights) > kNegligible ? kOne / weights : weights;
+}
+
+// Whether a state's kernel of integers is 1 4 6 4 1; 2 8 12 8 2 is, once it is normalised.
+inline bool isBinomial(const LayerState& state) {
+  const auto* kernel = static_cast<const std::int16_t*>(state.pKernel);
+  return state.kerSize == 5 && kernel[0] == 512 && kernel[1] == 2048 && kernel[2] == 3072;
+}
+
 // The sum of the kernel whose left half is given; exact for integers.
 template <class K>
 auto kernelSum(const K* kernel, int centre) {
@@ -108,15 +122,25 @@ RvpStatus storeKernel(const K* kernel, int kerSize, K* stored, const Normalise& 
   return symmetric ? rvpStatusOk : rvpStatusKernelNotSymmetric;
 }
 
+// The header in a caller's block.
+template <class Block>
+LayerState& headerOf(Block* block) {
+  return *reinterpret_cast<LayerState*>(alignedUp(reinterpret_cast<std::uint8_t*>(block), alignof(LayerState)));
+}
+template <class Block>
+const LayerState& headerOf(const Block* block) {
+  return headerOf(const_cast<Block*>(block));
+}
+
 // Lays out a block of `bytes` bytes, but for the levels, which follow the kernel, and fills in all that both layers
 // have; the work begins behind `levels` entries.
-template <class T, class State>
-State* layOutState(std::uint8_t* block, int bytes, RvpiSize roiSize, float rate, int kerSize, int levels) {
-  auto* state = reinterpret_cast<State*>(block);
+template <class T>
+LayerState* layOutState(std::uint8_t* block, int bytes, RvpiSize roiSize, float rate, int kerSize, int levels) {
+  LayerState* const state = &headerOf(block);
   const auto after = [](void* array, std::ptrdiff_t count, std::size_t size) {
     return alignedUp(static_cast<std::uint8_t*>(array) + count * static_cast<std::ptrdiff_t>(size), kWorkAlignment);
   };
-  state->pKernel = after(block, 1, sizeof(State));
+  state->pKernel = after(state, 1, sizeof(LayerState));
   std::uint8_t* const behindKernel = after(state->pKernel, std::ptrdiff_t{kerSize} + 1, sizeof(KernelElement<T>));
   state->pLevels = levels == 0 ? nullptr : reinterpret_cast<RvpiSize*>(behindKernel);
   state->pWork = after(behindKernel, levels, sizeof(RvpiSize));
@@ -141,12 +165,9 @@ RvpStatus badCall(const T* pSrc, int srcStep, RvpiSize srcRoi, const T* pDst, in
                                    shortStep<T, kChannels>(srcRoi.width, srcStep),
                                    shortStep<T, kChannels>(dstRoi.width, dstStep)))
     return fault;
-  return firstFault(oddStep<T>(srcStep, dstStep), badRate(pState->rate));
+  return firstFault(oddStep<T>(srcStep, dstStep), badRate(headerOf(pState).rate));
 }
 
 inline bool sameSize(RvpiSize a, RvpiSize b) { return a.width == b.width && a.height == b.height; }
 
 }  // namespace rvp::n8
-
-struct RvpiPyramidDownState : rvp::n8::LayerState {};
-struct RvpiPyramidUpState : rvp::n8::LayerState {};

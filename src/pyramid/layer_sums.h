@@ -1,20 +1,28 @@
 // Sums of lines of samples with the coefficients of a symmetric kernel: the arithmetic of a down layer.
 //
 // Line i of the column pass is a filtered row; in the row pass it is the extended source row, moved on by i pixels.
-// Where only every second pixel is wanted, lines are rows of the even or the odd pixels. So both passes are
+// So both passes are
 //
 //   out[x] = kernel[0] * line(0)[x] + kernel[1] * line(1)[x] + ...
 //
-// `emit` gets the tag, the lanes and the place of each vector of results.
+// `emit` gets the tag, the lanes and the place of each vector of results, some of them twice. kLines is the number
+// of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes as
+// sums of neighbouring products, everything else as lines of every second pixel. It may read up to kPairSlack
+// elements behind what it needs of the source and write as many behind the row; pixels of several bytes take
+// scratch for as many bytes as the source has.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
 
 #include "filter/separable.h"
+#include "frame/scaling.h"
 #include "frame/simd.h"
+#include "pyramid/pixel_pairs.h"
 
 namespace rvp::n8 {
 
@@ -46,25 +54,129 @@ void storePixels(D d, hn::Vec<D> value, T* dst) {
   }
 }
 
+// Pairs of bytes of neighbouring pixels: where they stand, or in the scratch.
+template <int kChannels>
+const std::uint8_t* bytePairs(const std::uint8_t* source, std::ptrdiff_t pairs, std::uint8_t* scratch) {
+  if constexpr (kChannels == 1) return source;
+  pairBytes(source, pairs, scratch);
+  return scratch;
+}
+
+// Every second pixel of a row pass, where sum(d, line) is the sum of lines whose lanes line(i) gives. A pixel of
+// three elements is three lanes of four; the fourth is written over by the next pixel.
+template <int kTaps, int kChannels, class Row, class T, class Sum>
+void halvedRowOfPixels(const T* source, std::ptrdiff_t pixels, Row* dst, const Sum& sum) {
+  const hn::FixedTag<Row, 4> d;
+  std::ptrdiff_t x = 0;
+  if constexpr (kTaps != 0) {
+    // A vector has pixels x and, where there is room, x + part; they move on together, and only the last two lines
+    // are new.
+    const hn::ScalableTag<Row> dParts;
+    constexpr std::ptrdiff_t kParts = kPartsOf<decltype(dParts)>;
+    const std::ptrdiff_t part = pixels / kParts;
+    const auto lineAt = [=](std::ptrdiff_t pixel) {
+      return joined(dParts,
+                    [=](std::ptrdiff_t i) { return loadAs(d, source + (pixel + 2 * i * part) * kChannels); });
+    };
+    std::array<hn::Vec<decltype(dParts)>, kTaps> lines;
+    for (std::size_t i = 2; i < kTaps; ++i) lines[i] = lineAt(static_cast<std::ptrdiff_t>(i) - 2);
+    for (; x < part; ++x) {
+      for (std::size_t i = 0; i + 2 < kTaps; ++i) lines[i] = lines[i + 2];
+      lines[kTaps - 2] = lineAt(2 * x + kTaps - 2);
+      lines[kTaps - 1] = lineAt(2 * x + kTaps - 1);
+      const auto sums = sum(dParts, [&](int i) { return lines[static_cast<std::size_t>(i)]; });
+      storeParts(dParts, sums, [=](std::ptrdiff_t i) { return dst + (x + i * part) * kChannels; });
+    }
+    if (kParts == 2 && part > 0) {
+      // The last pixel of the first part wrote over this element.
+      const hn::FixedTag<Row, 1> d1;
+      const T* const at = source + 2 * part * kChannels;
+      hn::StoreU(sum(d1, [=](int i) { return loadAs(d1, at + std::ptrdiff_t{i} * kChannels); }), d1,
+                 dst + part * kChannels);
+    }
+    x = kParts * part;
+  }
+  for (; x < pixels; ++x)
+    hn::StoreU(sum(d, [=](int i) { return loadAs(d, source + (2 * x + i) * kChannels); }), d, dst + x * kChannels);
+}
+
+template <int kTaps, int kChannels, class Row, class T, class Sum>
+void halvedRowOfLanes(const T* source, std::ptrdiff_t pixels, Row* dst, const Sum& sum) {
+  if constexpr (kChannels > 1) {
+    halvedRowOfPixels<kTaps, kChannels>(source, pixels, dst, sum);
+  } else {
+    coverWithVectors<Row>(pixels, [=](auto d, std::ptrdiff_t x) {
+      const auto line = [=](int i) { return everySecond(d, source + 2 * x + i); };
+      hn::StoreU(inOrder(d, sum(d, line)), d, dst + x);
+    });
+  }
+}
+
+// The left half and the centre of a kernel: copies, where the compiler knows how many, as stores could change what
+// they were copied from, for all that it knows.
+template <int kTaps, class K>
+auto halfKernel(const K* kernel) {
+  if constexpr (kTaps == 0) {
+    return kernel;
+  } else {
+    std::array<K, kTaps / 2 + 1> half;
+    std::copy_n(kernel, half.size(), half.begin());
+    return half;
+  }
+}
+
 // Bytes with any kernel: products of 16-bit integers, whose 32-bit sums wrap, shifted and saturated to 16 bits.
 template <int kTaps>
 struct ByteSums {
   using Src = std::uint8_t;
   using Row = std::int16_t;
   using Work = std::int16_t;
+  static constexpr int kLines = kTaps;
   static constexpr int kRowShift = 8;
   static constexpr int kColumnShift = 15;
 
   const std::int16_t* kernel;
   Taps<kTaps> taps;
 
-  template <class Lines>
-  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    sums<kRowShift>(count, lines, [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
+  template <int kChannels>
+  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+    sums<kRowShift>(
+        count, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; },
+        [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
     sums<kColumnShift>(count, lines, emit);
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) const {
+    const Src* const pairs = bytePairs<kChannels>(source, pixels + taps.centre(), scratch);
+    coverWithVectors<std::int16_t>(pixels * kChannels, [&](auto d, std::ptrdiff_t x) {
+      using D = decltype(d);
+      const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+      if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::RepartitionToWide<D> d32;
+        auto low = hn::Zero(d32);
+        auto high = low;
+        for (int i = 0; i < taps.size(); i += 2) {
+          const Src* const at = pairs + 2 * x + std::ptrdiff_t{i} * kChannels;
+          const auto both = hn::BitCast(d, hn::Set(d32, pair(i)));
+          auto unused = hn::Zero(d32);
+          low = hn::ReorderWidenMulAccumulate(d32, loadAs(d, at), both, low, unused);
+          high = hn::ReorderWidenMulAccumulate(d32, loadAs(d, at + lanes), both, high, unused);
+        }
+        hn::StoreU(narrowPair<Row>(hn::ShiftRight<kRowShift>(low), hn::ShiftRight<kRowShift>(high)), d, dst + x);
+      } else {
+        for (std::ptrdiff_t lane = 0; lane < lanes; ++lane) {
+          std::uint32_t sum = 0;
+          for (int i = 0; i < taps.size(); ++i) {
+            const int sample = pairs[2 * (x + lane) + std::ptrdiff_t{i - i % 2} * kChannels + i % 2];
+            sum += static_cast<std::uint32_t>(sample * kernel[i]);
+          }
+          dst[x + lane] = saturate<Row>(static_cast<std::int32_t>(sum) >> kRowShift);
+        }
+      }
+    });
   }
 
  private:
@@ -77,7 +189,7 @@ struct ByteSums {
 
   template <int kShift, class Lines, class Emit>
   void sums(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<std::int16_t>(count, [&](auto d, std::ptrdiff_t x) {
       using D = decltype(d);
       if constexpr (hn::MaxLanes(D()) >= 8) {
         const hn::RepartitionToWide<D> d32;
@@ -114,25 +226,52 @@ struct BinomialSums {
   using Src = std::uint8_t;
   using Row = std::int16_t;
   using Work = std::int16_t;
+  static constexpr int kLines = 5;
 
-  // Whether a normalised kernel is this one; 2 8 12 8 2 is as well.
-  static bool fits(const std::int16_t* kernel, int kerSize) {
-    return kerSize == 5 && kernel[0] == 512 && kernel[1] == 2048 && kernel[2] == 3072;
-  }
-
-  template <class Lines>
-  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) { hn::StoreU(sum(d, lines, x), d, dst + x); });
+  template <int kChannels>
+  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+    const hn::ScalableTag<Row> d;
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    if (kChannels > 1 || count < 2 * lanes) {
+      const auto line = [=](int i) { return source + std::ptrdiff_t{i} * kChannels; };
+      coverWithVectors<Row>(count,
+                            [=](auto dRow, std::ptrdiff_t x) { hn::StoreU(sum(dRow, line, x), dRow, dst + x); });
+      return;
+    }
+    for (std::ptrdiff_t x = 0; x < count; x += 2 * lanes) {
+      const std::ptrdiff_t at = std::min(x, count - 2 * lanes);
+      hn::StoreInterleaved2(pairSum<1>(d, source + at), pairSum<1>(d, source + at + 1), d, dst + at);
+    }
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<std::int16_t>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<std::int16_t>(count, [&](auto d, std::ptrdiff_t x) {
       const hn::RebindToUnsigned<decltype(d)> du;
       emit(d, hn::BitCast(d, hn::ShiftRight<5>(hn::BitCast(du, sum(d, lines, x)))), x);
     });
   }
+  template <int kChannels>
+  static void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) {
+    const Src* const pairs = bytePairs<kChannels>(source, pixels + 2, scratch);
+    coverWithVectors<Row>(pixels * kChannels, [=](auto d, std::ptrdiff_t x) {
+      hn::StoreU(pairSum<kChannels>(d, pairs + 2 * x), d, dst + x);
+    });
+  }
 
  private:
+  // A sum along the row, of pairs of bytes.
+  template <int kChannels, class D>
+  static hn::Vec<D> pairSum(D d, const Src* pairs) {
+    const hn::Repartition<std::uint8_t, D> dSrc;
+    const hn::Repartition<std::int8_t, D> dWeights;
+    const auto term = [&](int i, std::int16_t weights) {
+      return multipliedBytePairs(d, hn::LoadU(dSrc, pairs + std::ptrdiff_t{2} * i * kChannels),
+                                 hn::BitCast(dWeights, hn::Set(d, weights)));
+    };
+    // The weights 1 and 4, 6 and 4, 1 and 0, the first of each in the lower byte.
+    return hn::Add(hn::Add(term(0, 0x0401), term(1, 0x0406)), term(2, 0x0001));
+  }
+
   // Wraps as a signed number where T passes 2^15.
   template <class D, class Lines>
   static hn::Vec<D> sum(D d, const Lines& lines, std::ptrdiff_t x) {
@@ -149,26 +288,27 @@ struct WordSums {
   using Src = std::uint16_t;
   using Row = std::int32_t;
   using Work = std::int32_t;
+  static constexpr int kLines = kTaps;
 
   const std::int16_t* kernel;
   Taps<kTaps> taps;
 
-  template <class Lines>
-  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    forVectors<std::int32_t>(0, count, [&](auto d, std::ptrdiff_t x) {
-      const int c = taps.centre();
-      auto sum = hn::Mul(loadAs(d, lines(c) + x), hn::Set(d, std::int32_t{kernel[c]}));
-      for (int i = 0; i < c; ++i) {
-        const auto both = hn::Add(loadAs(d, lines(i) + x), loadAs(d, lines(2 * c - i) + x));
-        sum = hn::Add(sum, hn::Mul(both, hn::Set(d, std::int32_t{kernel[i]})));
-      }
-      hn::StoreU(hn::ShiftRight<10>(sum), d, dst + x);
+  template <int kChannels>
+  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+    coverWithVectors<std::int32_t>(count, [&](auto d, std::ptrdiff_t x) {
+      hn::StoreU(rowSum(d, [&](int i) { return loadAs(d, source + x + std::ptrdiff_t{i} * kChannels); }), d,
+                 dst + x);
     });
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    halvedRowOfLanes<kTaps, kChannels>(source, pixels, dst,
+                                       [sums = *this](auto d, const auto& line) { return sums.rowSum(d, line); });
   }
 
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<double>(0, count, [&](auto d, std::ptrdiff_t x) {
+    coverWithVectors<double>(count, [&](auto d, std::ptrdiff_t x) {
       const hn::Rebind<std::int32_t, decltype(d)> d32;
       const int c = taps.centre();
       const auto term = [&](hn::Vec<decltype(d32)> samples, int i) {
@@ -186,6 +326,16 @@ struct WordSums {
       emit(d32, hn::Sub(positive, hn::Set(d32, 1 << 30)), x);
     });
   }
+
+ private:
+  template <class D, class Line>
+  hn::Vec<D> rowSum(D d, const Line& line) const {
+    const int c = taps.centre();
+    auto sum = hn::Mul(line(c), hn::Set(d, std::int32_t{kernel[c]}));
+    for (int i = 0; i < c; ++i)
+      sum = hn::Add(sum, hn::Mul(hn::Add(line(i), line(2 * c - i)), hn::Set(d, std::int32_t{kernel[i]})));
+    return hn::ShiftRight<10>(sum);
+  }
 };
 
 // Floats, from the centre outwards.
@@ -194,25 +344,38 @@ struct FloatSums {
   using Src = float;
   using Row = float;
   using Work = float;
+  static constexpr int kLines = kTaps;
 
   const float* kernel;
   Taps<kTaps> taps;
 
-  template <class Lines>
-  void rows(std::ptrdiff_t count, const Lines& lines, Row* dst) const {
-    columns(count, lines, [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
+  template <int kChannels>
+  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+    columns(
+        count, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; },
+        [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    forVectors<float>(0, count, [&](auto d, std::ptrdiff_t x) {
-      const int c = taps.centre();
-      auto sum = hn::Mul(hn::LoadU(d, lines(c) + x), hn::Set(d, kernel[c]));
-      for (int i = c - 1; i >= 0; --i) {
-        const auto both = hn::Add(hn::LoadU(d, lines(i) + x), hn::LoadU(d, lines(2 * c - i) + x));
-        sum = hn::Add(sum, hn::Mul(both, hn::Set(d, kernel[i])));
-      }
-      emit(d, sum, x);
+    coverWithVectors<float>(count, [=, sum = sumOf()](auto d, std::ptrdiff_t x) {
+      emit(d, sum(d, [&](int i) { return hn::LoadU(d, lines(i) + x); }), x);
     });
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    halvedRowOfLanes<kTaps, kChannels>(source, pixels, dst, sumOf());
+  }
+
+ private:
+  auto sumOf() const {
+    return [half = halfKernel<kTaps>(kernel), count = taps](auto d, const auto& line) {
+      const int c = count.centre();
+      auto sum = hn::Mul(line(c), hn::Set(d, half[static_cast<std::size_t>(c)]));
+      for (int i = c - 1; i >= 0; --i)
+        sum =
+            hn::Add(sum, hn::Mul(hn::Add(line(i), line(2 * c - i)), hn::Set(d, half[static_cast<std::size_t>(i)])));
+      return sum;
+    };
   }
 };
 

@@ -15,6 +15,7 @@
 #include "frame/checks.h"
 #include "frame/simd.h"
 #include "frame/views.h"
+#include "pyramid/layer_double.h"
 #include "pyramid/layer_state.h"
 #include "pyramid/levels.h"
 #include "rvpcv/pyramid_layer.h"
@@ -75,13 +76,6 @@ struct Spread {
     return place.fraction * static_cast<float>(kernel[i - 1]) + (1 - place.fraction) * here;
   }
 };
-
-// What a sum is multiplied by, given the sum of the weights.
-template <class K>
-float inverse(float weights) {
-  constexpr float kOne = std::is_same_v<K, float> ? 1.0F : 32768.0F;
-  return std::abs(weights) > kNegligible ? kOne / weights : weights;
-}
 
 // The source samples whose terms go to one destination sample after the other. The first and the last of them never
 // step back.
@@ -320,14 +314,16 @@ template <class T, int kChannels>
 RvpStatus layerUp(const T* pSrc, int srcStep, RvpiSize srcRoi, T* pDst, int dstStep, RvpiSize dstRoi,
                   const RvpiPyramidUpState* pState) {
   if (RvpStatus fault = badCall<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, pState)) return fault;
+  const LayerState& state = headerOf(pState);
   const auto outside = [&](std::int32_t n, std::int32_t above) {
-    const ExtentRange range = extentsAbove(n, pState->rate);
+    const ExtentRange range = extentsAbove(n, state.rate);
     return above < range.least || above > range.most;
   };
   if (outside(srcRoi.height, dstRoi.height) || outside(srcRoi.width, dstRoi.width)) return rvpStatusBadSize;
-  if (pState->dataType != kDataType<T>) return rvpStatusBadArgument;
-  Expander<T, kChannels> expander(pSrc, srcStep, srcRoi, dstRoi, *pState);
-  if (expander.bytes() > pState->workBytes) return rvpStatusBadSize;
+  if (state.dataType != kDataType<T>) return rvpStatusBadArgument;
+  if (doubled<T, kChannels>(pSrc, srcStep, srcRoi, pDst, dstStep, dstRoi, state)) return rvpStatusOk;
+  Expander<T, kChannels> expander(pSrc, srcStep, srcRoi, dstRoi, state);
+  if (expander.bytes() > state.workBytes) return rvpStatusBadSize;
   expander.run(pDst, dstStep);
   return rvpStatusOk;
 }
@@ -369,8 +365,8 @@ RvpStatus initUp(RvpiPyramidUpState** ppState, RvpiSize roiSize, float rate, con
           firstFault(faultIf(mode != rvpiPyramidLinear, rvpStatusBadArgument), nullPointer(ppState, pKernel),
                      nullPointer(pMem), badLayer(roiSize, rate, kerSize)))
     return fault;
-  auto* state =
-      layOutState<T, RvpiPyramidUpState>(pMem, upBytes<T, kChannels>(roiSize, kerSize), roiSize, rate, kerSize, 0);
+  LayerState* const state =
+      layOutState<T>(pMem, upBytes<T, kChannels>(roiSize, kerSize), roiSize, rate, kerSize, 0);
   const auto sum = kernelSum(pKernel, kerSize / 2);
   const RvpStatus status = storeKernel(pKernel, kerSize, static_cast<K*>(state->pKernel), [&](K k) {
     if constexpr (std::is_same_v<K, float>) {
@@ -383,7 +379,7 @@ RvpStatus initUp(RvpiPyramidUpState** ppState, RvpiSize roiSize, float rate, con
       return static_cast<K>(static_cast<K>(static_cast<std::int32_t>(value)) >> 1);
     }
   });
-  *ppState = state;
+  *ppState = reinterpret_cast<RvpiPyramidUpState*>(pMem);
   return status;
 }
 
