@@ -201,6 +201,70 @@ Row harrisRow(const std::string& name, Harris* harris, int window) {
   return {name + ", window " + std::to_string(window), make, false, kFullHd};
 }
 
+// ---- Line suppression
+
+// The structure tensor without rounding: ours must be right wherever the two sides are apart by more than `kClose`
+// of the larger. Running sums and scaled derivatives make the peer wrong now and then where the image is flat.
+std::string compareSuppression(const cv::Mat& src, int window, double threshold, const cv::Mat& ours,
+                               const cv::Mat& peer) {
+  constexpr double kClose = 1e-5;
+  constexpr double kMostDiffering = 0.02;  // of all pixels
+  cv::Mat dx;
+  cv::Mat dy;
+  cv::Sobel(src, dx, CV_64F, 1, 0, 3, 1, 0, cv::BORDER_REPLICATE);
+  cv::Sobel(src, dy, CV_64F, 0, 1, 3, 1, 0, cv::BORDER_REPLICATE);
+  const auto sums = [&](const cv::Mat& product) {
+    cv::Mat sum;
+    cv::boxFilter(product, sum, CV_64F, {window, window}, {-1, -1}, false, cv::BORDER_REPLICATE);
+    return sum;
+  };
+  const cv::Mat a = sums(dx.mul(dx));
+  const cv::Mat b = sums(dx.mul(dy));
+  const cv::Mat c = sums(dy.mul(dy));
+  const cv::Mat corner = threshold * (a.mul(c) - b.mul(b));
+  const cv::Mat trace = a + c;
+  const cv::Mat line = trace.mul(trace);
+  const cv::Mat clear = cv::abs(corner - line) > kClose * cv::max(corner, line);
+  const int wrong = cv::countNonZero(((ours != 0) != (corner >= line)) & clear);
+  if (wrong != 0) return std::to_string(wrong) + " pixels of ours are wrong";
+  const int differing = cv::countNonZero(ours != peer);
+  if (differing <= kMostDiffering * static_cast<double>(ours.total())) return "";
+  return std::to_string(differing) + " pixels differ";
+}
+
+// det * threshold >= trace^2 is what OpenCV's corner response, det - k * trace^2 with k = 1 / threshold, has where
+// it is not negative.
+Row suppressionRow(int window) {
+  const auto make = [=](cv::Size size) {
+    constexpr float kThreshold = 10.0f;
+    const cv::Mat src = sourceOf<std::uint8_t>(size);
+    const cv::Mat feature(size, CV_8U, cv::Scalar(64));
+    const cv::Mat dst(size, CV_8U, cv::Scalar(1));
+    const cv::Mat scratch = scratchOf(
+        [&](int* bytes) { return rvpiLineSuppressionGetBufferSize(regionSize(src), 33, window, rvp8u, 1, bytes); });
+    Contest contest;
+    contest.ours = [=] {
+      return rvpiLineSuppression_8u_C1R(src.data, step(src), feature.data, step(feature), dst.data, step(dst),
+                                        regionSize(src), rvpFilterSobel, 33, window, kThreshold, rvpBorderRepl, 0,
+                                        scratch.data);
+    };
+    contest.peerName = "cv::cornerHarris, copyTo";
+    const cv::Mat response(size, CV_32F);
+    contest.peer = [=] {
+      cv::cornerHarris(src, cv::Mat(response), window, 3, 1.0 / static_cast<double>(kThreshold),
+                       cv::BORDER_REPLICATE);
+      cv::Mat(dst).setTo(0);
+      feature.copyTo(cv::Mat(dst), response >= 0);
+    };
+    contest.results = {dst};
+    contest.difference = [=](const std::vector<cv::Mat>& ours, const std::vector<cv::Mat>& peer) {
+      return compareSuppression(src, window, static_cast<double>(kThreshold), ours[0], peer[0]);
+    };
+    return contest;
+  };
+  return {"LineSuppression_8u, window " + std::to_string(window), make, false, kFullHd};
+}
+
 // ---- Peaks
 
 template <class T>
@@ -227,10 +291,10 @@ int plainPeaks(const cv::Mat& src, T threshold, RvpiPoint* peaks) {
 template <class T, class Find>
 Row peaksRow(const std::string& name, Find* find, T threshold) {
   const auto make = [=](cv::Size size) {
-    // A response of corners, with many weak maxima and minima.
+    // A response of corners, of which a thousandth of the strongest passes.
     cv::Mat response;
     cv::cornerHarris(sourceOf<std::uint8_t>(size), response, 3, 3, 0.04);
-    cv::normalize(response, response, -1e6, 1e6, cv::NORM_MINMAX);
+    cv::normalize(response, response, 1e6, 0, cv::NORM_INF);
     cv::Mat src;
     response.convertTo(src, cv::DataType<T>::type);
     const cv::Mat peaks(1, size.area(), CV_32SC2, cv::Scalar::all(0));
@@ -299,6 +363,7 @@ std::vector<Row> rows() {
     all.push_back(eigenRow<float>("EigenValsVecs_32f", rvpiEigenValsVecs_32f_C1R,
                                   rvpiEigenValsVecsGetBufferSize_32f_C1R, window, true));
   }
+  for (const int window : {3, 5}) all.push_back(suppressionRow(window));
   for (const int window : {3, 5, 15}) {
     all.push_back(harrisRow<std::uint8_t>("HarrisCorner_8u32f", rvpiHarrisCorner_8u32f_C1R, window));
     all.push_back(harrisRow<float>("HarrisCorner_32f", rvpiHarrisCorner_32f_C1R, window));

@@ -1,13 +1,14 @@
 // Edges by the method of Canny: gradients, thinning to the local maxima along the gradient, and hysteresis between
 // two thresholds.
 //
-// Row by row, the gradient gives a magnitude, which is 0 unless it passes the low threshold, and the sector of its
-// direction. Three rows of magnitudes are enough to thin the one in the middle. Sectors and then marks stand in the
-// edge map, a byte a pixel with a frame of zeros around the image. A strong mark is on the map and on the stack,
-// from where the marks spread to all weak ones that touch them; what is strong in the end is an edge.
+// Row by row, the gradient gives a magnitude, which is 0 unless it passes the low threshold. Three rows of
+// magnitudes are enough to thin the one in the middle along the directions of its gradients, into weak and strong
+// marks in the edge map, a byte a pixel with a frame of zeros around the image. As soon as the rows around a row
+// are thinned, its weak marks that touch strong ones become strong, and so do from there all weak ones that can be
+// reached; what is strong in the end is an edge.
 //
 // The three sources differ in how a magnitude is compared with the low threshold and in how the tangents of the
-// sectors' borders are rounded.
+// directions' borders are rounded.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -23,12 +24,7 @@
 namespace rvp::n8 {
 namespace {
 
-// The gradient's direction, and with it the neighbours of a pixel along it, the first and the second:
-constexpr std::int32_t kAcross = 1;   // left, right
-constexpr std::int32_t kRising = 2;   // above right, below left: dx and dy of opposite sign
-constexpr std::int32_t kDown = 3;     // above, below
-constexpr std::int32_t kFalling = 4;  // above left, below right: dx and dy of the same sign
-// Marks in the edge map, apart from all sectors. No mark or sector but the weak one has its bit.
+// Marks in the edge map.
 constexpr std::uint8_t kWeak = 128;
 constexpr std::uint8_t kStrong = 64;
 
@@ -37,17 +33,6 @@ constexpr float kLowTangent = 0.41421357F;
 constexpr float kHighTangent = 2.4142137F;
 constexpr double kLowTangentExact = 0.41421356237309503;
 constexpr double kHighTangentExact = 2.414213562373095;
-
-// Sectors of a group of lanes from |dx|, |dy|, the two products of |dx| with the tangents, and whether the signs of
-// dx and dy differ. The steep sector is tested first; a gradient of zero falls to a diagonal.
-template <class D, class V, class M>
-void storeSectors(D /*d*/, V ay, V low, V high, M opposite, std::uint8_t* sectors) {
-  const hn::RebindToSigned<D> di;
-  const auto diagonal = hn::IfThenElse(hn::RebindMask(di, opposite), hn::Set(di, kRising), hn::Set(di, kFalling));
-  const auto flat = hn::IfThenElse(hn::RebindMask(di, hn::Lt(ay, low)), hn::Set(di, kAcross), diagonal);
-  const auto sector = hn::IfThenElse(hn::RebindMask(di, hn::Lt(high, ay)), hn::Set(di, kDown), flat);
-  hn::StoreU(hn::DemoteTo(hn::Rebind<std::uint8_t, D>(), sector), hn::Rebind<std::uint8_t, D>(), sectors);
-}
 
 // Derivatives as float lanes.
 template <class D>
@@ -67,21 +52,59 @@ hn::MFromD<D> oppositeSigns(D d, V a, V b) {
   return hn::RebindMask(d, hn::Lt(hn::Xor(hn::BitCast(di, a), hn::BitCast(di, b)), hn::Zero(di)));
 }
 
-// Magnitudes of n pixels and, where any of a group is not 0, their sectors. magnitude(d, x) gives a group's
-// magnitudes, and sectors(d, x) stores the sectors of a group of float lanes.
-template <class M, class Magnitude, class Sectors>
-void storeGradients(std::ptrdiff_t n, M* magnitudes, std::uint8_t* codes, const Magnitude& magnitude,
-                    const Sectors& sectors) {
-  forVectors<M>(0, n, [&](auto d, std::ptrdiff_t x) {
-    const auto m = magnitude(d, x);
-    hn::StoreU(m, d, magnitudes + x);
-    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    if (hn::AllTrue(d, hn::Eq(m, hn::Zero(d)))) {
-      std::memset(codes + x, 0, static_cast<std::size_t>(lanes));
+// The neighbours of a pixel along its gradient, the first and the second. Where no mask is set, they are those
+// above left and below right: dx and dy have the same sign. A gradient of zero has none of the first two set.
+template <class D>
+struct Directions {
+  hn::MFromD<D> across;  // left, right
+  hn::MFromD<D> down;    // above, below
+  hn::MFromD<D> rising;  // above right, below left: dx and dy of opposite sign; only looked at behind the others
+};
+
+struct RoundedTangents {
+  template <class D, class V>
+  static V high(D d, V ax, V /*lowProduct*/) {
+    return hn::Mul(ax, hn::Set(d, kHighTangent));
+  }
+};
+
+// tan 67.5 degrees is 2 + tan 22.5 degrees.
+struct SummedTangents {
+  template <class D, class V>
+  static V high(D /*d*/, V ax, V lowProduct) {
+    return hn::Add(hn::Add(ax, ax), lowProduct);
+  }
+};
+
+// Directions for lanes of 32 or 16 bits.
+template <class Tangents, class D, class T>
+Directions<D> directionsOf(D d, const T* dx, const T* dy) {
+  if constexpr (sizeof(hn::TFromD<D>) == sizeof(float)) {
+    const hn::Rebind<float, D> df;
+    const auto vx = loadFloats(df, dx), vy = loadFloats(df, dy);
+    const auto ax = hn::Abs(vx), ay = hn::Abs(vy);
+    const auto low = hn::Mul(ax, hn::Set(df, kLowTangent));
+    return {hn::RebindMask(d, hn::Lt(ay, low)), hn::RebindMask(d, hn::Lt(Tangents::high(df, ax, low), ay)),
+            hn::RebindMask(d, oppositeSigns(df, vx, vy))};
+  } else {
+    const auto rising = hn::Lt(hn::Xor(hn::LoadU(d, dx), hn::LoadU(d, dy)), hn::Zero(d));
+    if constexpr (hn::MaxLanes(d) == hn::MaxLanes(hn::ScalableTag<std::int16_t>())) {
+      const hn::Repartition<std::int32_t, D> half;
+      const auto n = static_cast<std::ptrdiff_t>(hn::Lanes(half));
+      const auto lower = directionsOf<Tangents>(half, dx, dy), upper = directionsOf<Tangents>(half, dx + n, dy + n);
+      const auto both = [&](auto l, auto u) {
+        return hn::MaskFromVec(narrowPair<std::int16_t>(hn::VecFromMask(half, l), hn::VecFromMask(half, u)));
+      };
+      return {both(lower.across, upper.across), both(lower.down, upper.down), rising};
     } else {
-      forVectors<float>(x, x + lanes, sectors);
+      const hn::Rebind<std::int32_t, D> wide;
+      const auto directions = directionsOf<Tangents>(wide, dx, dy);
+      const auto narrowed = [&](auto mask) {
+        return hn::MaskFromVec(hn::DemoteTo(d, hn::VecFromMask(wide, mask)));
+      };
+      return {narrowed(directions.across), narrowed(directions.down), rising};
     }
-  });
+  }
 }
 
 // The largest threshold that can matter: no integer magnitude passes it. A threshold that is no number is never
@@ -94,6 +117,7 @@ std::int32_t truncated(float threshold) {
 
 struct FloatGradients {
   using Magnitude = float;
+  static constexpr bool kKeepsDerivatives = false;
   const float* dx;
   int dxStep;
   const float* dy;
@@ -102,24 +126,24 @@ struct FloatGradients {
   float low;
   float high;
 
-  void gradientRow(std::ptrdiff_t y, float* magnitudes, std::uint8_t* codes) const {
+  void magnitudeRow(std::ptrdiff_t y, float* magnitudes) const {
     const float* rowX = row(dx, dxStep, y);
     const float* rowY = row(dy, dyStep, y);
-    const auto magnitude = [&](auto d, std::ptrdiff_t x) {
+    forVectors<float>(0, size.width, [&](auto d, std::ptrdiff_t x) {
       const auto m = hn::Add(hn::Abs(hn::LoadU(d, rowX + x)), hn::Abs(hn::LoadU(d, rowY + x)));
-      return hn::IfThenZeroElse(hn::Lt(m, hn::Set(d, low)), m);
-    };
-    storeGradients(size.width, magnitudes, codes, magnitude, [&](auto d, std::ptrdiff_t x) {
-      const auto vx = hn::LoadU(d, rowX + x), vy = hn::LoadU(d, rowY + x);
-      const auto ax = hn::Abs(vx);
-      storeSectors(d, hn::Abs(vy), hn::Mul(ax, hn::Set(d, kLowTangent)), hn::Mul(ax, hn::Set(d, kHighTangent)),
-                   oppositeSigns(d, vx, vy), codes + x);
+      hn::StoreU(hn::IfThenZeroElse(hn::Lt(m, hn::Set(d, low)), m), d, magnitudes + x);
     });
+  }
+
+  template <class D>
+  Directions<D> directions(D d, std::ptrdiff_t y, std::ptrdiff_t x) const {
+    return directionsOf<RoundedTangents>(d, row(dx, dxStep, y) + x, row(dy, dyStep, y) + x);
   }
 };
 
 struct IntegerGradients {
   using Magnitude = std::int32_t;
+  static constexpr bool kKeepsDerivatives = false;
   const std::int16_t* dx;
   int dxStep;
   const std::int16_t* dy;
@@ -131,38 +155,35 @@ struct IntegerGradients {
   // Sums saturate at 65535 in whole blocks of eight columns from the row's start; the columns behind the last block
   // can reach 65536. The columns behind the last whole group of four see the tangents in double.
   static constexpr std::ptrdiff_t kBlock = 8;
-  static constexpr std::ptrdiff_t kGroup = 4;
 
-  void gradientRow(std::ptrdiff_t y, std::int32_t* magnitudes, std::uint8_t* codes) const {
+  void magnitudeRow(std::ptrdiff_t y, std::int32_t* magnitudes) const {
     const std::int16_t* rowX = row(dx, dxStep, y);
     const std::int16_t* rowY = row(dy, dyStep, y);
     const std::ptrdiff_t saturated = size.width / kBlock * kBlock;
-    const std::ptrdiff_t grouped = size.width / kGroup * kGroup;
-    const auto magnitude = [&](auto d, std::ptrdiff_t x) {
+    forVectors<std::int32_t>(0, size.width, [&](auto d, std::ptrdiff_t x) {
       const hn::Rebind<std::int16_t, decltype(d)> d16;
       const auto ax = hn::Abs(hn::PromoteTo(d, hn::LoadU(d16, rowX + x)));
       const auto ay = hn::Abs(hn::PromoteTo(d, hn::LoadU(d16, rowY + x)));
       const auto limit = hn::Set(d, x < saturated ? 65535 : 65536);
       const auto m = hn::Min(hn::Add(ax, ay), limit);
-      return hn::IfThenElseZero(hn::Gt(m, hn::Set(d, low)), m);
-    };
-    storeGradients(size.width, magnitudes, codes, magnitude, [&](auto d, std::ptrdiff_t x) {
-      if (x >= grouped) {
-        codes[x] = exactSector(rowX[x], rowY[x]);
-        return;
-      }
-      const auto vx = loadFloats(d, rowX + x), vy = loadFloats(d, rowY + x);
-      const auto ax = hn::Abs(vx);
-      storeSectors(d, hn::Abs(vy), hn::Mul(ax, hn::Set(d, kLowTangent)), hn::Mul(ax, hn::Set(d, kHighTangent)),
-                   oppositeSigns(d, vx, vy), codes + x);
+      hn::StoreU(hn::IfThenElseZero(hn::Gt(m, hn::Set(d, low)), m), d, magnitudes + x);
     });
   }
 
-  static std::uint8_t exactSector(int dx, int dy) {
+  template <class D>
+  Directions<D> directions(D d, std::ptrdiff_t y, std::ptrdiff_t x) const {
+    const std::int16_t* atX = row(dx, dxStep, y) + x;
+    const std::int16_t* atY = row(dy, dyStep, y) + x;
+    // One lane is behind the last whole group.
+    if constexpr (hn::MaxLanes(d) == 1) return exactDirections(d, *atX, *atY);
+    return directionsOf<RoundedTangents>(d, atX, atY);
+  }
+
+  template <class D>
+  static Directions<D> exactDirections(D d, int dx, int dy) {
     const double ax = std::abs(dx), ay = std::abs(dy);
-    if (kHighTangentExact * ax < ay) return kDown;
-    if (ay < kLowTangentExact * ax) return kAcross;
-    return (dx < 0) == (dy < 0) ? kFalling : kRising;
+    const auto mask = [&](bool set) { return hn::Ne(hn::Set(d, set ? 1 : 0), hn::Zero(d)); };
+    return {mask(ay < kLowTangentExact * ax), mask(kHighTangentExact * ax < ay), mask((dx < 0) != (dy < 0))};
   }
 };
 
@@ -193,72 +214,73 @@ struct RootNorm {
 template <class Kernel, class Norm>
 struct ImageGradients {
   using Magnitude = typename Norm::Magnitude;
+  static constexpr bool kKeepsDerivatives = true;
   ExtendedImage<std::uint8_t, 1> image;
   RvpiSize size;
   Magnitude low;
   Magnitude high;
+  // Two rows of dx and of dy, which take turns.
+  std::int16_t* derivatives = nullptr;
 
-  void gradientRow(std::ptrdiff_t y, Magnitude* magnitudes, std::uint8_t* codes) const {
-    std::int16_t dx[kStretch];
-    std::int16_t dy[kStretch];
-    forStretches(0, size.width, [&](std::ptrdiff_t x0, std::ptrdiff_t n) {
-      derivativeRow<Kernel>(image, y, x0, x0 + n, dx, dy);
-      std::uint8_t* to = codes + x0;
-      const auto magnitude = [&](auto d, std::ptrdiff_t x) {
-        const auto m = Norm::magnitude(d, dx + x, dy + x);
-        return hn::IfThenElseZero(hn::Gt(m, hn::Set(d, low)), m);
-      };
-      storeGradients(n, magnitudes + x0, to, magnitude, [&](auto d, std::ptrdiff_t x) {
-        const auto vx = loadFloats(d, dx + x), vy = loadFloats(d, dy + x);
-        const auto ax = hn::Abs(vx);
-        const auto lowProduct = hn::Mul(ax, hn::Set(d, kLowTangent));
-        storeSectors(d, hn::Abs(vy), lowProduct, hn::Add(hn::Add(ax, ax), lowProduct), oppositeSigns(d, vx, vy),
-                     to + x);
-      });
+  std::int16_t* dxRow(std::ptrdiff_t y) const { return derivatives + y % 2 * size.width; }
+  std::int16_t* dyRow(std::ptrdiff_t y) const { return dxRow(y) + std::ptrdiff_t{2} * size.width; }
+
+  void magnitudeRow(std::ptrdiff_t y, Magnitude* magnitudes) const {
+    std::int16_t* dx = dxRow(y);
+    std::int16_t* dy = dyRow(y);
+    derivativeRow<Kernel>(image, y, 0, size.width, dx, dy);
+    forVectors<Magnitude>(0, size.width, [&](auto d, std::ptrdiff_t x) {
+      const auto m = Norm::magnitude(d, dx + x, dy + x);
+      hn::StoreU(hn::IfThenElseZero(hn::Gt(m, hn::Set(d, low)), m), d, magnitudes + x);
     });
+  }
+
+  template <class D>
+  Directions<D> directions(D d, std::ptrdiff_t y, std::ptrdiff_t x) const {
+    return directionsOf<SummedTangents>(d, dxRow(y) + x, dyRow(y) + x);
   }
 };
 
-// The edge map and the stack of strong marks whose neighbours are still to be looked at. An entry is a place in the
-// map: with the sizes that fit a caller's scratch the map has less than 2^31 bytes. A pixel is pushed once, when it
-// becomes strong, so the stack needs no more entries than the image has pixels.
+// The edge map and the stack of marks that became strong and whose neighbours are still to be looked at. An entry
+// is a place in the map: with the sizes that fit a caller's scratch the map has less than 2^31 bytes. A pixel is
+// pushed once, when it becomes strong, so the stack needs no more entries than the image has pixels.
 class EdgeMap {
  public:
   EdgeMap(RvpiSize size, std::uint8_t* map, std::uint32_t* stack)
       : width_(size.width), height_(size.height), stride_(width_ + 2), map_(map), stack_(stack) {
-    const auto stride = static_cast<std::size_t>(stride_);
-    std::memset(map_, 0, stride);
-    std::memset(rowAt(height_) - 1, 0, stride);
-    for (std::ptrdiff_t y = 0; y < height_; ++y) rowAt(y)[-1] = rowAt(y)[width_] = 0;
+    clearRow(-1);
   }
 
   // Column 0 of row y.
   std::uint8_t* rowAt(std::ptrdiff_t y) const { return map_ + (y + 1) * stride_ + 1; }
 
-  void push(std::uint8_t* at) { stack_[count_++] = static_cast<std::uint32_t>(at - map_); }
+  // Row y with its frame; the rows around thinned ones have to be clear.
+  void clearRow(std::ptrdiff_t y) { std::memset(rowAt(y) - 1, 0, static_cast<std::size_t>(stride_)); }
 
-  void spread() {
-    // Most strong marks lie inside a line of strong marks. Three loads tell that no neighbour is weak; each reads
-    // one byte more than the three of its row, at the very end of the map the first one behind it, where the
-    // magnitudes stand.
-    constexpr std::uint32_t kWeakNeighbours = 0x00010101U * kWeak;
-    const auto row4 = [](const std::uint8_t* at) {
-      std::uint32_t four = 0;
-      std::memcpy(&four, at, sizeof(four));
-      return four;
-    };
-    while (count_ != 0) {
-      std::uint8_t* corner = map_ + stack_[--count_] - stride_ - 1;
-      const std::uint32_t any = row4(corner) | row4(corner + stride_) | row4(corner + 2 * stride_);
-      if ((any & kWeakNeighbours) == 0) continue;
-      for (std::uint8_t* line : {corner, corner + stride_, corner + 2 * stride_}) {
-        for (std::uint32_t weak = row4(line) & kWeakNeighbours; weak != 0; weak &= weak - 1) {
-          std::uint8_t* at = line + __builtin_ctz(weak) / 8;
-          *at = kStrong;
-          push(at);
-        }
-      }
-    }
+  // Makes the weak marks strong that touch strong ones in the rows up to y + 1, and all those that they reach. Rows
+  // up to y - 1 have had their turn.
+  void join(std::ptrdiff_t y) {
+    std::uint8_t* marks = rowAt(y);
+    forVectors<std::uint8_t>(0, width_, [&](auto d, std::ptrdiff_t x) {
+      const auto centre = hn::LoadU(d, marks + x);
+      const auto weak = hn::Eq(centre, hn::Set(d, kWeak));
+      if (hn::AllFalse(d, weak)) return;
+      const auto line = [&](const std::uint8_t* at) {
+        return hn::Or(hn::Or(hn::LoadU(d, at - 1), hn::LoadU(d, at + 1)), hn::LoadU(d, at));
+      };
+      const auto around = hn::Or(hn::Or(line(marks + x - stride_), line(marks + x + stride_)), line(marks + x));
+      const auto strong = hn::Set(d, kStrong);
+      const auto joined = hn::And(weak, hn::Eq(hn::And(around, strong), strong));
+      if (hn::AllFalse(d, joined)) return;
+      hn::StoreU(hn::IfThenElse(joined, strong, centre), d, marks + x);
+      std::uint8_t bits[8] = {};
+      static_assert(hn::MaxLanes(d) <= 64);
+      hn::StoreMaskBits(d, joined, bits);
+      std::uint64_t left = 0;
+      std::memcpy(&left, bits, sizeof(left));
+      for (; left != 0; left &= left - 1) push(marks + x + __builtin_ctzll(left));
+    });
+    spread();
   }
 
   void writeEdges(std::uint8_t* pDst, int dstStep) const {
@@ -272,6 +294,26 @@ class EdgeMap {
   }
 
  private:
+  void push(std::uint8_t* at) { stack_[count_++] = static_cast<std::uint32_t>(at - map_); }
+
+  void spread() {
+    // Three loads tell the weak neighbours; each reads one byte more than the three of its row, at the very end of
+    // the map the first one behind it, where the magnitudes stand.
+    constexpr std::uint32_t kWeakNeighbours = 0x00010101U * kWeak;
+    while (count_ != 0) {
+      std::uint8_t* corner = map_ + stack_[--count_] - stride_ - 1;
+      for (std::uint8_t* line : {corner, corner + stride_, corner + 2 * stride_}) {
+        std::uint32_t four = 0;
+        std::memcpy(&four, line, sizeof(four));
+        for (std::uint32_t weak = four & kWeakNeighbours; weak != 0; weak &= weak - 1) {
+          std::uint8_t* at = line + __builtin_ctz(weak) / 8;
+          *at = kStrong;
+          push(at);
+        }
+      }
+    }
+  }
+
   std::ptrdiff_t width_;
   std::ptrdiff_t height_;
   std::ptrdiff_t stride_;
@@ -280,73 +322,67 @@ class EdgeMap {
   std::size_t count_ = 0;
 };
 
-// Thins one row: turns the sectors of local maxima into marks. A maximum is greater than its first neighbour, and
-// greater than the second one too; along an axis it may equal the second, so that a plateau keeps its first pixel.
-template <class M>
-void suppressRow(const M* above, const M* centre, const M* below, std::ptrdiff_t width, M high, std::uint8_t* codes,
-                 EdgeMap& edges) {
-  forVectors<M>(0, width, [&](auto d, std::ptrdiff_t x) {
+// Thins row y: marks its local maxima in a row of zeros. A maximum is greater than its first neighbour, and greater
+// than the second one too; along an axis it may equal the second, so that a plateau keeps its first pixel.
+template <class Source, class M>
+void suppressRow(const Source& source, std::ptrdiff_t y, const M* above, const M* centre, const M* below,
+                 std::uint8_t* marks) {
+  forVectors<M>(0, source.size.width, [&](auto d, std::ptrdiff_t x) {
     const hn::RebindToSigned<decltype(d)> di;
     const hn::Rebind<std::uint8_t, decltype(d)> d8;
     const auto m = hn::LoadU(d, centre + x);
     if (hn::AllTrue(d, hn::Eq(m, hn::Zero(d)))) return;
-    const auto sector = hn::PromoteTo(di, hn::LoadU(d8, codes + x));
-    const auto is = [&](std::int32_t which) {
-      return hn::RebindMask(d, hn::Eq(sector, hn::Set(di, static_cast<hn::TFromD<decltype(di)>>(which))));
-    };
-    const auto across = is(kAcross), down = is(kDown), rising = is(kRising);
+    const auto to = source.directions(d, y, x);
     const auto chosen = [&](const M* a, const M* s, const M* r, const M* f) {
-      return hn::IfThenElse(across, hn::LoadU(d, a + x),
-                            hn::IfThenElse(down, hn::LoadU(d, s + x),
-                                           hn::IfThenElse(rising, hn::LoadU(d, r + x), hn::LoadU(d, f + x))));
+      return hn::IfThenElse(to.across, hn::LoadU(d, a + x),
+                            hn::IfThenElse(to.down, hn::LoadU(d, s + x),
+                                           hn::IfThenElse(to.rising, hn::LoadU(d, r + x), hn::LoadU(d, f + x))));
     };
     const auto first = chosen(centre - 1, above, above + 1, above - 1);
     const auto second = chosen(centre + 1, below, below - 1, below + 1);
-    const auto tie = hn::And(hn::Or(across, down), hn::Eq(m, second));
+    const auto tie = hn::And(hn::Or(to.across, to.down), hn::Eq(m, second));
     const auto maximum = hn::And(hn::Gt(m, first), hn::Or(hn::Gt(m, second), tie));
-    const auto strong = hn::And(maximum, hn::Gt(m, hn::Set(d, high)));
+    const auto strong = hn::Gt(m, hn::Set(d, source.high));
     const auto mark = hn::IfThenElse(hn::RebindMask(di, strong), hn::Set(di, kStrong), hn::Set(di, kWeak));
-    const auto marks = hn::IfThenElseZero(hn::RebindMask(di, maximum), mark);
-    hn::StoreU(hn::DemoteTo(d8, marks), d8, codes + x);
-    if (hn::AllFalse(d, strong)) return;
-    std::uint8_t bits[8] = {};
-    hn::StoreMaskBits(d, strong, bits);
-    std::uint32_t left = 0;
-    std::memcpy(&left, bits, sizeof(left));
-    for (; left != 0; left &= left - 1) edges.push(codes + x + __builtin_ctz(left));
+    hn::StoreU(hn::DemoteTo(d8, hn::IfThenElseZero(hn::RebindMask(di, maximum), mark)), d8, marks + x);
   });
 }
 
 // Blocks of the scratch begin at multiples of this.
 constexpr std::ptrdiff_t kBlockBytes = 32;
 
-// The three rows of magnitudes have a column of zeros on both sides.
+// The three rows of magnitudes have a column of zeros on both sides. Of an image's derivatives follow four rows.
 template <class Source>
-void detectEdges(const Source& source, RvpiSize size, std::uint8_t* pDst, int dstStep, std::uint8_t* pBuffer) {
+void detectEdges(Source source, std::uint8_t* pDst, int dstStep, std::uint8_t* pBuffer) {
   using M = typename Source::Magnitude;
   constexpr int kRows = 3;
-  const std::ptrdiff_t width = size.width, stride = width + 2;
+  const std::ptrdiff_t width = source.size.width, height = source.size.height, stride = width + 2;
   std::uint8_t* map = alignedUp(pBuffer, kBlockBytes);
-  std::uint8_t* ring = alignedUp(map + stride * (size.height + std::ptrdiff_t{2}), kBlockBytes);
+  std::uint8_t* ring = alignedUp(map + stride * (height + 2), kBlockBytes);
   const std::ptrdiff_t ringBytes = kRows * stride * static_cast<std::ptrdiff_t>(sizeof(M));
-  auto* stack = reinterpret_cast<std::uint32_t*>(alignedUp(ring + ringBytes, alignof(std::uint32_t)));
   std::memset(ring, 0, static_cast<std::size_t>(ringBytes));
-  EdgeMap edges(size, map, stack);
+  std::uint8_t* behindRing = ring + ringBytes;
+  if constexpr (Source::kKeepsDerivatives) {
+    source.derivatives = reinterpret_cast<std::int16_t*>(behindRing);
+    behindRing = reinterpret_cast<std::uint8_t*>(source.derivatives + 4 * width);
+  }
+  EdgeMap edges(source.size, map, reinterpret_cast<std::uint32_t*>(alignedUp(behindRing, alignof(std::uint32_t))));
   // Row -1 stands in slot 0, above the image, where all is zero.
   const auto magnitudes = [&](std::ptrdiff_t y) {
     return reinterpret_cast<M*>(ring) + (y + 1) % kRows * stride + 1;
   };
-  for (std::ptrdiff_t y = 0; y <= size.height; ++y) {
-    if (y < size.height) {
-      source.gradientRow(y, magnitudes(y), edges.rowAt(y));
+  for (std::ptrdiff_t y = 0; y <= height; ++y) {
+    if (y < height) {
+      source.magnitudeRow(y, magnitudes(y));
     } else {
       std::fill_n(magnitudes(y), width, M{0});
     }
-    if (y > 0)
-      suppressRow(magnitudes(y - 2), magnitudes(y - 1), magnitudes(y), width, source.high, edges.rowAt(y - 1),
-                  edges);
+    edges.clearRow(y);
+    if (y == 0) continue;
+    suppressRow(source, y - 1, magnitudes(y - 2), magnitudes(y - 1), magnitudes(y), edges.rowAt(y - 1));
+    if (y > 1) edges.join(y - 2);
   }
-  edges.spread();
+  edges.join(height - 1);
   edges.writeEdges(pDst, dstStep);
 }
 
@@ -378,8 +414,8 @@ constexpr std::uint32_t toBlock(std::uint32_t bytes) {
 template <class Kernel, class Norm>
 void imageEdges(const ExtendedImage<std::uint8_t, 1>& image, std::uint8_t* pDst, int dstStep, std::uint8_t* pBuffer,
                 float low, float high) {
-  detectEdges(ImageGradients<Kernel, Norm>{image, image.size, Norm::threshold(low), Norm::threshold(high)},
-              image.size, pDst, dstStep, pBuffer);
+  detectEdges(ImageGradients<Kernel, Norm>{image, image.size, Norm::threshold(low), Norm::threshold(high)}, pDst,
+              dstStep, pBuffer);
 }
 
 template <class Norm>
@@ -439,8 +475,8 @@ RvpStatus rvpiCanny_32f8u_C1R(const float* pSrcDx, int srcDxStep, const float* p
   if (RvpStatus fault = cannyFault(pSrcDx, srcDxStep, pSrcDy, srcDyStep, pDstEdges, dstEdgeStep, roiSize, pBuffer,
                                    lowThreshold, highThreshold))
     return fault;
-  detectEdges(FloatGradients{pSrcDx, srcDxStep, pSrcDy, srcDyStep, roiSize, lowThreshold, highThreshold}, roiSize,
-              pDstEdges, dstEdgeStep, pBuffer);
+  detectEdges(FloatGradients{pSrcDx, srcDxStep, pSrcDy, srcDyStep, roiSize, lowThreshold, highThreshold}, pDstEdges,
+              dstEdgeStep, pBuffer);
   return rvpStatusOk;
 }
 
@@ -453,7 +489,7 @@ RvpStatus rvpiCanny_16s8u_C1R(const int16_t* pSrcDx, int srcDxStep, const int16_
     return fault;
   detectEdges(IntegerGradients{pSrcDx, srcDxStep, pSrcDy, srcDyStep, roiSize, truncated(lowThreshold),
                                truncated(highThreshold)},
-              roiSize, pDstEdges, dstEdgeStep, pBuffer);
+              pDstEdges, dstEdgeStep, pBuffer);
   return rvpStatusOk;
 }
 

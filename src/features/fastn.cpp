@@ -42,25 +42,27 @@ struct Detector {
     for (int i = 0; i < kLength; ++i) offsets[i] = static_cast<std::ptrdiff_t>(points[i].y) * step + points[i].x;
   }
 
-  // The best arc's worst value, `inner` telling the worse and `outer` the better of two. `values` holds the
-  // circle's pixels twice. An arc that begins in one half of the circle is the rest of that half, and what follows
-  // it: the first is looked up, the second grows along as the beginning moves on.
+  // The best arc's worst value, `inner` telling the worse and `outer` the better of two. An arc that begins in one
+  // half of the circle is the rest of that half, and what follows it: the first is looked up, the second grows
+  // along as the beginning moves on. Arcs from i and from i + 1 on share all but their first and their last pixel.
   template <class V, class Inner, class Outer>
   HWY_INLINE V bestArc(const V* values, const Inner& inner, const Outer& outer) const {
     constexpr int kHalf = kLength / 2;
     V best = values[0];
     for (int half = 0; half < 2; ++half) {
-      const V* from = values + half * kHalf;
-      V rests[kHalf];
-      rests[kHalf - 1] = from[kHalf - 1];
-      for (int i = kHalf - 2; i >= 0; --i) rests[i] = inner(rests[i + 1], from[i]);
-      V following = from[kHalf];
-      for (int i = kHalf + 1; i < arcLength; ++i) following = inner(following, from[i]);
-      const V first = inner(rests[0], following);
-      best = half == 0 ? first : outer(best, first);
-      for (int i = 1; i < kHalf; ++i) {
-        following = inner(following, from[i + arcLength - 1]);
-        best = outer(best, inner(rests[i], following));
+      const int begin = half * kHalf;
+      // The end of the longest arc lies less than two circles on.
+      const auto at = [&](int k) { return values[begin + k < kLength ? begin + k : begin + k - kLength]; };
+      V rests[kHalf / 2];
+      rests[kHalf / 2 - 1] = at(kHalf - 1);
+      for (int i = kHalf - 4; i >= 0; i -= 2) rests[i / 2] = inner(rests[i / 2 + 1], inner(at(i + 1), at(i + 2)));
+      V following = at(kHalf);
+      for (int i = kHalf + 1; i < arcLength; ++i) following = inner(following, at(i));
+      for (int i = 0; i < kHalf; i += 2) {
+        const V end = at(i + arcLength);
+        const V better = inner(inner(rests[i / 2], following), outer(at(i), end));
+        best = half == 0 && i == 0 ? better : outer(best, better);
+        following = inner(following, inner(end, at(i + 1 + arcLength)));
       }
     }
     return best;
@@ -104,17 +106,15 @@ struct Detector {
       if (isOver()) return false;
     }
 
-    V values[2 * kLength];
+    V values[kLength];
     for (int i = 0; i < kLength; ++i) values[i] = hn::LoadU(d, centre + offsets[i]);
-    std::copy(values, values + arcLength, values + kLength);
     const auto lesser = [](V a, V b) { return hn::Min(a, b); };
     const auto greater = [](V a, V b) { return hn::Max(a, b); };
     V brightExcess = hn::Zero(d);
     V darkExcess = hn::Zero(d);
     if (!none(hn::SaturatedSub(bright, upper))) {
-      brightExcess = bestArc(values, lesser, greater);
-      bright = brightExcess;
-      brightExcess = hn::SaturatedSub(brightExcess, upper);
+      bright = bestArc(values, lesser, greater);
+      brightExcess = hn::SaturatedSub(bright, upper);
     }
     if (!none(hn::SaturatedSub(lower, dark))) {
       dark = bestArc(values, greater, lesser);

@@ -16,32 +16,35 @@
 namespace rvp::n8 {
 namespace {
 
-// The peaks among a group of lanes.
+// The peaks among a group of lanes. Where the pixel is not positive, all values change places with their opposites,
+// for integers the complements, so that minima are maxima there.
 template <bool kSquare, class T, class D>
-auto peakMask(D d, const T* above, const T* centre, const T* below) {
-  const auto v = hn::LoadU(d, centre);
-  const auto extremes = [&](auto choose) {
-    const auto line = [&](const T* at) {
-      return choose(choose(hn::LoadU(d, at - 1), hn::LoadU(d, at + 1)), hn::LoadU(d, at));
-    };
-    if constexpr (kSquare) {
-      return choose(choose(line(above), line(below)), line(centre));
-    } else {
-      return choose(choose(hn::LoadU(d, above), hn::LoadU(d, below)), line(centre));
-    }
-  };
-  const auto greatest = extremes([](auto a, auto b) { return hn::Max(a, b); });
-  const auto least = extremes([](auto a, auto b) { return hn::Min(a, b); });
-  const auto equal = [&](auto extreme) {
+hn::MFromD<D> peakMask(D d, const T* above, const T* centre, const T* below) {
+  const auto pixel = hn::LoadU(d, centre);
+  const auto mirror = [&] {
     if constexpr (std::is_same_v<T, float>) {
-      // As good as equal: no farther apart than the smallest normal number.
-      return hn::Le(hn::Abs(hn::Sub(v, extreme)), hn::Set(d, std::numeric_limits<float>::min()));
+      return hn::IfThenZeroElse(hn::Gt(pixel, hn::Zero(d)), hn::SignBit(d));
     } else {
-      return hn::Eq(v, extreme);
+      return hn::VecFromMask(d, hn::Lt(pixel, hn::Set(d, 1)));
     }
-  };
-  const auto positive = hn::Gt(v, hn::Zero(d));
-  return hn::Or(hn::And(positive, equal(greatest)), hn::AndNot(positive, equal(least)));
+  }();
+  const auto at = [&](const T* place) { return hn::Xor(hn::LoadU(d, place), mirror); };
+  const auto v = hn::Xor(pixel, mirror);
+  // Max gives its second argument where one is no number, so the order matters.
+  const auto line = [&](const T* middle) { return hn::Max(hn::Max(at(middle - 1), at(middle + 1)), at(middle)); };
+  const auto greatest = [&] {
+    if constexpr (kSquare) {
+      return hn::Max(hn::Max(line(above), line(below)), line(centre));
+    } else {
+      return hn::Max(hn::Max(at(above), at(below)), line(centre));
+    }
+  }();
+  if constexpr (std::is_same_v<T, float>) {
+    // As good as equal: no farther apart than the smallest normal number.
+    return hn::Le(hn::Abs(hn::Sub(v, greatest)), hn::Set(d, std::numeric_limits<float>::min()));
+  } else {
+    return hn::Eq(v, greatest);
+  }
 }
 
 // The list of the caller, which may fill up.
@@ -52,22 +55,45 @@ struct PeakList {
   bool full() const { return count == most; }
 };
 
+template <class T, class D>
+hn::MFromD<D> strongMask(D d, const T* centre, T threshold) {
+  // Of the least integer the absolute value is that integer itself, which is above no threshold.
+  return hn::Gt(hn::Abs(hn::LoadU(d, centre)), hn::Set(d, threshold));
+}
+
+// Blocks of pixels of which none passes the threshold are passed over. In the others every pixel is looked at,
+// which takes less than to decide for each group of lanes.
 template <bool kSquare, class T>
 void findInRow(const T* pSrc, int srcStep, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, T threshold,
                PeakList& list) {
   const T* above = row(pSrc, srcStep, y - 1);
   const T* centre = row(pSrc, srcStep, y);
   const T* below = row(pSrc, srcStep, y + 1);
-  forVectors<T>(first, last, [&](auto d, std::ptrdiff_t x) {
-    // Of the least integer the absolute value is that integer itself, which is above no threshold.
-    const auto strong = hn::Gt(hn::Abs(hn::LoadU(d, centre + x)), hn::Set(d, threshold));
-    if (hn::AllFalse(d, strong)) return;
-    const auto peaks = hn::And(strong, peakMask<kSquare>(d, above + x, centre + x, below + x));
+  const auto peakBits = [&](auto d, std::ptrdiff_t x) {
+    const auto peaks =
+        hn::And(strongMask(d, centre + x, threshold), peakMask<kSquare>(d, above + x, centre + x, below + x));
     std::uint8_t bits[8] = {};
     hn::StoreMaskBits(d, peaks, bits);
-    for (unsigned left = bits[0]; left != 0 && !list.full(); left &= left - 1)
-      list.peaks[list.count++] = {static_cast<std::int32_t>(x + __builtin_ctz(left)), static_cast<std::int32_t>(y)};
-  });
+    return std::uint32_t{bits[0]};
+  };
+  const auto add = [&](std::ptrdiff_t x, std::uint32_t bits) {
+    for (; bits != 0 && !list.full(); bits &= bits - 1)
+      list.peaks[list.count++] = {static_cast<std::int32_t>(x + __builtin_ctz(bits)), static_cast<std::int32_t>(y)};
+  };
+  constexpr std::ptrdiff_t kBlock = 32;
+  const hn::ScalableTag<T> d;
+  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  std::ptrdiff_t x = first;
+  for (; x + kBlock <= last; x += kBlock) {
+    auto strong = strongMask(d, centre + x, threshold);
+    for (std::ptrdiff_t i = lanes; i < kBlock; i += lanes)
+      strong = hn::Or(strong, strongMask(d, centre + x + i, threshold));
+    if (hn::AllFalse(d, strong)) continue;
+    std::uint32_t bits = 0;
+    for (std::ptrdiff_t i = 0; i < kBlock; i += lanes) bits |= peakBits(d, x + i) << i;
+    add(x, bits);
+  }
+  forVectors<T>(x, last, [&](auto dRest, std::ptrdiff_t at) { add(at, peakBits(dRest, at)); });
 }
 
 template <class T>

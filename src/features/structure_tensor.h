@@ -111,7 +111,9 @@ class ProductRows {
 template <class W>
 class SmallWindow {
  public:
-  static constexpr std::ptrdiff_t kStrip = 256;
+  // Each strip comes to new pages of memory row by row, so few wide ones are best. With its margins this one is two
+  // stretches, and its rows are no power of 2 apart in the cache; they take 60 KB of the stack at most.
+  static constexpr std::ptrdiff_t kStrip = 2 * kStretch - 16;
   std::ptrdiff_t strip() const { return kStrip; }
 
   void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
@@ -169,8 +171,12 @@ class SmallWindow {
 // kept.
 class LadderWindow {
  public:
-  LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory)
-      : span_(span), top_(topOf(span.side())), strip_(stripOf(span.side(), width)), stride_(toVectors(strip_)) {
+  // `memoryBytes` are at least those of `bytes`. Where there are more, strips are wider.
+  LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory, std::int64_t memoryBytes)
+      : span_(span),
+        top_(topOf(span.side())),
+        strip_(widestStrip(span, width, memoryBytes)),
+        stride_(toVectors(strip_)) {
     auto* at = reinterpret_cast<float*>(alignedUp(memory, kAlignment));
     const std::ptrdiff_t wide = lineElements(span, strip_);
     for (float*& plane : products_) {
@@ -187,9 +193,7 @@ class LadderWindow {
 
   // Bytes of memory for a region of this width.
   static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
-    const std::ptrdiff_t side = span.side(), strip = stripOf(side, width);
-    const std::ptrdiff_t rows = 1 + side + topOf(side);
-    return kAlignment + std::int64_t{12} * (lineElements(span, strip) + rows * toVectors(strip));
+    return bytesOfStrip(span, narrowStrip(span.side(), width));
   }
 
   std::ptrdiff_t strip() const { return strip_; }
@@ -227,8 +231,18 @@ class LadderWindow {
   static constexpr std::ptrdiff_t kAlignment = 32;
   static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
   // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh.
-  static std::ptrdiff_t stripOf(std::ptrdiff_t side, std::ptrdiff_t width) {
+  static std::ptrdiff_t narrowStrip(std::ptrdiff_t side, std::ptrdiff_t width) {
     return std::min(width, std::max<std::ptrdiff_t>(256, 4 * side));
+  }
+  // The rings of the widest strip still fit into the second cache up to sides of about 40.
+  static std::ptrdiff_t widestStrip(WindowSpan span, std::ptrdiff_t width, std::int64_t memoryBytes) {
+    const std::ptrdiff_t wide = std::min(width, 2 * kStretch - 16);
+    const std::ptrdiff_t narrow = narrowStrip(span.side(), width);
+    return wide > narrow && bytesOfStrip(span, wide) <= memoryBytes ? wide : narrow;
+  }
+  static std::int64_t bytesOfStrip(WindowSpan span, std::ptrdiff_t strip) {
+    const std::ptrdiff_t rows = 1 + span.side() + topOf(span.side());
+    return kAlignment + std::int64_t{12} * (lineElements(span, strip) + rows * toVectors(strip));
   }
   // A row of products, and a vector that a sum of whole vectors may reach beyond it.
   static std::ptrdiff_t lineElements(WindowSpan span, std::ptrdiff_t strip) {
