@@ -123,7 +123,7 @@ void report(const FloodCall<T>& call, const Extent& extent) {
 
 // Fills the seed's span and, with the spans that makePending() holds, all that is connected with it.
 template <int kChannels, class T, class Fill, class MakePending>
-RvpStatus fillFrom(const FloodCall<T>& call, Fill fill, bool goesOn, const MakePending& makePending) {
+RvpStatus fillFrom(const FloodCall<T>& call, Fill&& fill, bool goesOn, const MakePending& makePending) {
   const Columns seedSpan = fill.seedSpan(call.seed);
   const FloodSpan span = spanWithoutParent(call.seed.y, seedSpan.first, seedSpan.last - 1, call.roiSize.height);
   Extent extent = {seedSpan.last - seedSpan.first, span.left, span.y, span.right, span.y};
@@ -180,7 +180,7 @@ RvpStatus range(const FloodCall<T>& call) {
   if (holdsNewValue) return rvpStatusBadArgument;
   if (RvpStatus fault = spansTooLarge(call.roiSize)) return fault;
 
-  const auto fill = valueFill<kChannels>(
+  auto fill = valueFill<kChannels>(
       call, RangeTest<T, kChannels>{PatternOf<T, kChannels>(lower), PatternOf<T, kChannels>(upper)});
   std::uint8_t* const aligned = alignedUp(call.pBuffer, kAlignment);
   // Spans of 24 bytes in 6 bytes for each pixel.
