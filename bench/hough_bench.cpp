@@ -58,7 +58,7 @@ Row lineRow(const std::string& name, RvpiPointPolar delta, const std::vector<cv:
       if (strongest == 0 || peers->empty()) return "no lines";
       int knownLines = 0;
       for (int k = 0; k < strongest; ++k) {
-        const auto line = lines.at<cv::Vec2f>(0, k);
+        const auto& line = lines.at<cv::Vec2f>(0, k);
         // Our angles reach the half turn, where lines of angle 0 appear again.
         const bool known = std::any_of(peers->begin(), peers->end(), [&](cv::Vec2f peer) {
           const bool turned = line[1] > kHalfTurn - 2 * kDegree && peer[1] < kHalfTurn / 2;

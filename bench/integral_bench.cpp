@@ -29,7 +29,7 @@ cv::Mat tableOf(cv::Size size) {
 cv::Mat sourceOf(cv::Size size, int type = CV_8UC1) { return photograph(Photo::kAstronaut, size, type); }
 
 template <class S, class T, class Call>
-Row uprightRow(const std::string& name, const Call& call) {
+Row uprightRow(const std::string& name, Call call) {
   const auto make = [=](cv::Size size) {
     const cv::Mat src = sourceOf(size, cv::DataType<S>::type);
     const cv::Mat table = tableOf<T>(larger(size, 1));

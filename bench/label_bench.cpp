@@ -114,8 +114,7 @@ Row speckleRow(const std::string& name, int type,
             };
             contest.peerName = "cv::filterSpeckles";
             contest.peer = [=, buffer = cv::Mat()]() mutable {
-              cv::Mat result = image;
-              cv::filterSpeckles(result, 0, kMaxSize, kMaxDifference, buffer);
+              cv::filterSpeckles(cv::Mat(image), 0, kMaxSize, kMaxDifference, buffer);
             };
             contest.results = {image};
             contest.spoilsInput = true;

@@ -90,7 +90,7 @@ double plainNorm(const Images& i, int kind) {
     const std::uint8_t* mask = i.mask.ptr(y);
     for (int x = 0; x < i.src1.cols; ++x) {
       if (mask[x] == 0) continue;
-      const double value = std::abs(static_cast<double>(pixel[3 * x]));
+      const double value = std::abs(static_cast<double>(pixel[std::ptrdiff_t{3} * x]));
       sum = kind == cv::NORM_INF ? std::max(sum, value) : sum + (kind == cv::NORM_L1 ? value : value * value);
     }
   }

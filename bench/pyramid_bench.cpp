@@ -104,7 +104,7 @@ Row halvingRow() {
 template <class T>
 std::string compareSampled(const cv::Mat& ours, const cv::Mat& peer) {
   constexpr double kLevels = sizeof(T) == 2 ? 3 * 257 : 3;
-  const double mean = cv::norm(ours, peer, cv::NORM_L1) / static_cast<double>(ours.total() * ours.channels());
+  const double mean = cv::norm(ours, peer, cv::NORM_L1) / (static_cast<double>(ours.total()) * ours.channels());
   return mean < kLevels / 6 && cv::norm(ours, peer, cv::NORM_INF) < 4 * kLevels
              ? ""
              : "the results differ by " + std::to_string(mean) + " on average";
