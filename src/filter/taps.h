@@ -61,8 +61,8 @@ HWY_INLINE void storeWords(D d, hn::Vec<D> words, T* dst) {
 }
 
 // Sums in float. An integer destination takes the sum clamped to 16 bits, rounded to nearest with ties to even, and
-// saturated; narrowing clamps below. Bytes go by way of 16 bits, as Highway's AVX2 narrowing from 32 bits to
-// unsigned bytes is wrong above 32767.
+// saturated. Narrowing to 16 bits with a sign clamps below; without one it may wrap at -2^31. Bytes go by way of 16
+// bits, as Highway's AVX2 narrowing from 32 bits to unsigned bytes is wrong above 32767.
 template <class T>
 struct FloatSum {
   using Lane = float;
@@ -76,19 +76,20 @@ struct FloatSum {
     } else {
       using Word = std::conditional_t<std::is_same_v<T, std::uint16_t>, std::uint16_t, std::int16_t>;
       const auto most = hn::Set(d, static_cast<float>(std::numeric_limits<Word>::max()));
+      const auto rounded = [&](hn::Vec<D> sum) HWY_ATTR {
+        sum = hn::Min(sum, most);
+        if constexpr (std::is_unsigned_v<Word>) sum = hn::Max(sum, hn::Zero(d));
+        return nearestInt(sum);
+      };
       if constexpr (kVectors % 2 == 0) {
         const hn::Repartition<Word, D> dWord;
         unrolled<kVectors / 2>([&](auto v) {
-          storeWords(
-              dWord,
-              narrowPair<Word>(nearestInt(hn::Min(sums[2 * v], most)), nearestInt(hn::Min(sums[2 * v + 1], most))),
-              dst + 2 * v * lanes);
+          storeWords(dWord, narrowPair<Word>(rounded(sums[2 * v]), rounded(sums[2 * v + 1])), dst + 2 * v * lanes);
         });
       } else {
         const hn::Rebind<Word, D> dWord;
-        unrolled<kVectors>([&](auto v) {
-          storeWords(dWord, hn::DemoteTo(dWord, nearestInt(hn::Min(sums[v], most))), dst + v * lanes);
-        });
+        unrolled<kVectors>(
+            [&](auto v) { storeWords(dWord, hn::DemoteTo(dWord, rounded(sums[v])), dst + v * lanes); });
       }
     }
   }

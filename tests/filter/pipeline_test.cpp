@@ -491,6 +491,24 @@ TEST(PipelineValues, AreTheStatedOnes) {
   EXPECT_EQ(rvpiFilterColumnPipeline_16s_C1R(leastRows, &result, 2, {1, 1}, wide, 2, 1, buffer), rvpStatusOk);
   EXPECT_EQ(result, -32768);
 
+  // Sums beyond 32 bits on both sides, in whole vectors.
+  const std::vector<uint16_t> white(40, 65535);
+  for (const int16_t tap : {INT16_MIN, INT16_MAX}) {
+    const int16_t taps[] = {tap, tap, tap};
+    std::vector<uint16_t> clamped(40, 77);
+    uint16_t* clampedRow = clamped.data();
+    const uint16_t* whiteRows[] = {white.data(), white.data(), white.data()};
+    const std::vector<uint16_t> wanted(40, tap < 0 ? 0 : 65535);
+    EXPECT_EQ(rvpiFilterRowBorderPipeline_16u_C1R(white.data(), 80, &clampedRow, {40, 1}, taps, 3, 1, rvpBorderRepl,
+                                                  0, 1, buffer),
+              rvpStatusOk);
+    EXPECT_EQ(clamped, wanted);
+    clamped.assign(40, 77);
+    EXPECT_EQ(rvpiFilterColumnPipeline_16u_C1R(whiteRows, clamped.data(), 80, {40, 1}, taps, 3, 1, buffer),
+              rvpStatusOk);
+    EXPECT_EQ(clamped, wanted);
+  }
+
   // Rows by the sixth pointer; the seventh is not looked at.
   const int16_t high = 30000, low = -30000;
   const int16_t* rows[] = {&high, &high, &high, &low, &low, &low, nullptr};
