@@ -40,7 +40,6 @@ struct Form;
 RVP_FORM(8u, std::uint8_t, std::int16_t, 1, CV_8U)
 RVP_FORM(8u, std::uint8_t, std::int16_t, 3, CV_8U)
 RVP_FORM(16u, std::uint16_t, std::int16_t, 1, CV_16U)
-RVP_FORM(16u, std::uint16_t, std::int16_t, 3, CV_16U)
 RVP_FORM(32f, float, float, 1, CV_32F)
 RVP_FORM(32f, float, float, 3, CV_32F)
 

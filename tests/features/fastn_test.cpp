@@ -270,13 +270,13 @@ struct Arguments {
   RvpiSize size = {20, 20};
   int radius = 3, arc = 9, bins = 4, options = 39, type = rvp8u, channels = 1;
   int bytes = -7;
-  int* size_ = &bytes;
+  int* pSize = &bytes;
   float threshold = 1;
 };
 
 TEST(FastN, ReportsTheFirstOfTwoFaults) {
   const std::pair<RvpStatus, std::function<void(Arguments&)>> faults[] = {
-      {rvpStatusNullPointer, [](auto& a) { a.size_ = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.pSize = nullptr; }},
       {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
       {rvpStatusBadThreshold, [](auto& a) { a.threshold = -0.5F; }},
       {rvpStatusBadDataType, [](auto& a) { a.type = rvp16u; }},
@@ -295,11 +295,11 @@ TEST(FastN, ReportsTheFirstOfTwoFaults) {
       alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
       auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
       EXPECT_EQ(rvpiFastNInit(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels,
-                              a.size_ == nullptr ? nullptr : spec, a.threshold),
+                              a.pSize == nullptr ? nullptr : spec, a.threshold),
                 faults[i].first);
       EXPECT_EQ(memory[0], 0);
       if (a.threshold > 0) {
-        EXPECT_EQ(rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.size_),
+        EXPECT_EQ(rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.pSize),
                   faults[i].first);
         EXPECT_EQ(a.bytes, -7);
       }

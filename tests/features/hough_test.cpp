@@ -250,7 +250,8 @@ std::pair<RvpStatus, std::vector<RvpiSegment>> segments(const Bytes& image, cons
     int most = s.threshold - 1;
     const int angle = add(p, 1, most);
     if (angle < 0) continue;
-    const auto [c, sn] = directions[static_cast<std::size_t>(angle)];
+    const auto& [cosine, sine] = directions[static_cast<std::size_t>(angle)];
+    const float c = cosine, sn = sine;
     RvpiPoint ends[2] = {p, p};
     // The pixels of one side, up to the edge.
     const auto side = [&](int k) {

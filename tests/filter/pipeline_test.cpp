@@ -493,7 +493,7 @@ TEST(PipelineValues, AreTheStatedOnes) {
 
   // Sums beyond 32 bits on both sides, in whole vectors.
   const std::vector<uint16_t> white(40, 65535);
-  for (const int16_t tap : {INT16_MIN, INT16_MAX}) {
+  for (const int16_t tap : {int16_t{INT16_MIN}, int16_t{INT16_MAX}}) {
     const int16_t taps[] = {tap, tap, tap};
     std::vector<uint16_t> clamped(40, 77);
     uint16_t* clampedRow = clamped.data();

@@ -57,6 +57,7 @@ std::vector<K> normalised(const Kernel& kernel, bool up) {
         value = static_cast<float>(k) / static_cast<float>(sum);
       } else if (up) {
         const int whole =
+            // NOLINTNEXTLINE(bugprone-incorrect-roundings): the formula adds a half and cuts
             static_cast<int>(static_cast<float>(4 * k) / static_cast<float>(2 * sum) * 8192.0F + 0.5F);
         value = static_cast<K>(static_cast<K>(whole) >> 1);
       } else {
@@ -163,6 +164,7 @@ struct Scatter {
   std::vector<float> operator()(const auto& sample, int srcExtent, int n) const {
     const int c = static_cast<int>(k.size()) / 2;
     const int m = k[0] == 0 ? c - 1 : c;
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the formula adds a half and cuts
     const int e = static_cast<int>(static_cast<float>(c) / rate + 0.5F);
     std::vector<float> line(static_cast<std::size_t>(n), 0.0F);
     const auto tap = [&](int i) { return static_cast<float>(k[static_cast<std::size_t>(i)]); };
