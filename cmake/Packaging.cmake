@@ -81,7 +81,8 @@ if(RVPCV_DOCS)
   install(
     DIRECTORY ${PROJECT_BINARY_DIR}/docs/html
     DESTINATION ${CMAKE_INSTALL_DOCDIR}
-    COMPONENT documentation)
+    COMPONENT documentation
+    OPTIONAL)
 endif()
 
 # Debian packages, for `cpack`: the libraries, what programs are built with, and the documentation.
