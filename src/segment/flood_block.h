@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -34,9 +35,13 @@ PixelBits everyBit(std::uint64_t bits) {
 #ifdef __BMI2__
     return static_cast<PixelBits>(_pext_u64(bits, groups(1)));
 #else
-    bits &= groups(1);
-    for (int length = 1; length < kCount; length *= 2)
-      bits = (bits | bits >> ((kStride - 1) * length)) & groups(2 * length);
+    constexpr auto kMasks = [groups] {
+      std::array<std::uint64_t, 6> masks{};
+      for (std::size_t k = 0; k < masks.size(); ++k) masks[k] = groups(1 << k);
+      return masks;
+    }();
+    bits &= kMasks[0];
+    for (std::size_t k = 0; (1 << k) < kCount; ++k) bits = (bits | bits >> ((kStride - 1) << k)) & kMasks[k + 1];
     return static_cast<PixelBits>(bits);
 #endif
   }
