@@ -418,7 +418,9 @@ void withSums(const LayerState& state, const Run& run) {
     }
   };
   if constexpr (std::is_same_v<T, std::uint8_t>) {
-    if (isBinomial(state)) return run(BinomialSums());
+    if (isBinomial(state)) return run(BinomialByteSums());
+  } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+    if (isBinomial(state)) return run(BinomialWordSums());
   }
   switch (state.kerSize) {
     case 3:

@@ -217,12 +217,20 @@ struct ByteSums {
   }
 };
 
+// The plain sum with the weights 1 4 6 4 1.
+template <class D, class Line>
+hn::Vec<D> binomialSum(D, const Line& line) {
+  const auto middle = line(2);
+  const auto inner = hn::Add(hn::Add(line(1), line(3)), middle);
+  return hn::Add(hn::Add(line(0), line(4)), hn::Add(hn::ShiftLeft<2>(inner), hn::Add(middle, middle)));
+}
+
 // Bytes with the kernel 1 4 6 4 1, whose coefficients are 512, 2048 and 3072. With R the plain weighted sum of a
 // row, the row's value in ByteSums is 512 R >> 8 = 2 R, with nothing lost, and with T the weighted sum of such R
 // the column's is 512 * 2 T >> 15 = T >> 5. R is at most 16 * 255 and T at most 16 * R = 65280, so 16 bits hold
 // them: for every image, rate and border these are the bytes that ByteSums gives. At rate 2 a pixel is
 // ((T >> 5) + 4) >> 3 = (T + 128) >> 8.
-struct BinomialSums {
+struct BinomialByteSums {
   using Src = std::uint8_t;
   using Row = std::int16_t;
   using Work = std::int16_t;
@@ -275,9 +283,7 @@ struct BinomialSums {
   // Wraps as a signed number where T passes 2^15.
   template <class D, class Lines>
   static hn::Vec<D> sum(D d, const Lines& lines, std::ptrdiff_t x) {
-    const auto at = [&](int i) { return loadAs(d, lines(i) + x); };
-    const auto inner = hn::Add(hn::Add(at(1), at(3)), at(2));
-    return hn::Add(hn::Add(at(0), at(4)), hn::Add(hn::ShiftLeft<2>(inner), hn::ShiftLeft<1>(at(2))));
+    return binomialSum(d, [&](int i) { return loadAs(d, lines(i) + x); });
   }
 };
 
@@ -335,6 +341,34 @@ struct WordSums {
     for (int i = 0; i < c; ++i)
       sum = hn::Add(sum, hn::Mul(hn::Add(line(i), line(2 * c - i)), hn::Set(d, std::int32_t{kernel[i]})));
     return hn::ShiftRight<10>(sum);
+  }
+};
+
+// Words with the kernel 1 4 6 4 1: the row's value in WordSums is 512 R >> 10 = R >> 1 and the column's, with T the
+// weighted sum of such values, 512 T >> 13 = T >> 4. R is at most 2^20 and T at most 2^23.
+struct BinomialWordSums {
+  using Src = std::uint16_t;
+  using Row = std::int32_t;
+  using Work = std::int32_t;
+  static constexpr int kLines = 5;
+
+  template <int kChannels>
+  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+    coverWithVectors<Row>(count, [&](auto d, std::ptrdiff_t x) {
+      const auto line = [&](int i) { return loadAs(d, source + x + std::ptrdiff_t{i} * kChannels); };
+      hn::StoreU(hn::ShiftRight<1>(binomialSum(d, line)), d, dst + x);
+    });
+  }
+  template <int kChannels>
+  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    halvedRowOfLanes<kLines, kChannels>(
+        source, pixels, dst, [](auto d, const auto& line) { return hn::ShiftRight<1>(binomialSum(d, line)); });
+  }
+  template <class Lines, class Emit>
+  void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
+    coverWithVectors<Row>(count, [&](auto d, std::ptrdiff_t x) {
+      emit(d, hn::ShiftRight<4>(binomialSum(d, [&](int i) { return hn::LoadU(d, lines(i) + x); })), x);
+    });
   }
 };
 
