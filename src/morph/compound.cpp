@@ -192,7 +192,7 @@ struct Temporary {
   }
 };
 
-// Rows first to last - 1 of a stage; the others are in memory for them.
+// Rows first to last - 1 of a stage; the others are in memory for them, at least as many as the mask reaches.
 template <class Op, class Source, class Target>
 void filterBand(const Source& src, Target dst, Slice rows, const RvpiMorphState& state, Workspace work) {
   Source band = Images<Source>::fromRow(src, rows.first);
@@ -202,14 +202,22 @@ void filterBand(const Source& src, Target dst, Slice rows, const RvpiMorphState&
   filterStage<Op>(band, Images<Source>::fromRow(dst, rows.first), state, work);
 }
 
-// Rows of a band: several times as many as the mask has, since each band begins anew, and a multiple of its own
-// rows, which are worked on together. Source, destination and what lies between them should fit into the cache.
+// Rows of a band: at least as many as the mask has, and several times as many as those with cells in them, since
+// each band begins anew; a multiple of these, which are worked on together. Source, destination and what lies
+// between them should fit into the cache.
 std::ptrdiff_t bandRows(std::uint64_t rowBytes, const RvpiMorphState& state) {
   constexpr std::uint64_t kBandBytes = std::uint64_t{1} << 19;
   constexpr std::ptrdiff_t kMasks = 8;
   const std::ptrdiff_t unit = std::max(state.boxHeight, 1);
   const auto rows = static_cast<std::ptrdiff_t>(kBandBytes / (3 * rowBytes));
-  return std::max((rows + unit - 1) / unit, kMasks) * unit;
+  const std::ptrdiff_t least = std::max(rows, std::ptrdiff_t{state.maskHeight});
+  return std::max((least + unit - 1) / unit, kMasks) * unit;
+}
+
+// The row after a band. What remains below it is no less than what the mask reaches.
+std::ptrdiff_t bandEnd(std::ptrdiff_t first, std::ptrdiff_t band, std::ptrdiff_t height,
+                       const RvpiMorphState& state) {
+  return height - first - band < state.maskHeight ? height : first + band;
 }
 
 // First by the mask, then by the mask turned round, in bands from top to bottom: the second stage follows the first
@@ -242,11 +250,12 @@ RvpStatus twoStages(const Source& src, Target dst, RvpiBorderType borderType, co
   const std::ptrdiff_t reach = top + second.maskHeight - second.anchorY - 1;
   std::ptrdiff_t done = 0;
   for (std::ptrdiff_t ready = 0; ready < height;) {
-    const Slice next = {ready, std::min<std::ptrdiff_t>(ready + band, height)};
+    const Slice next = {ready, bandEnd(ready, band, height, state.first())};
     filterBand<First>(wide, between.image, next, state.first(), work);
     ready = next.last;
-    const Slice rest = {done, ready == height ? src.size.height : std::max(ready - reach, done)};
-    if (rest.empty()) continue;
+    const Slice rest = {done, ready == height ? src.size.height : ready - reach};
+    // The first rows wait until there are enough of them for the mask to reach up from those that follow.
+    if (rest.last < second.maskHeight && ready < height) continue;
     filterBand<Second>(filtered, dst, rest, second, work);
     finish(rest);
     done = rest.last;
@@ -306,8 +315,9 @@ struct Gradient {
     const Source dilated = Images<Source>::asSource(dst, src);
     const std::ptrdiff_t band =
         bandRows(Images<Source>::rowBytes(static_cast<std::uint64_t>(src.size.width)), state.first());
-    for (std::ptrdiff_t y = 0; y < src.size.height; y += band) {
-      const Slice rows = {y, std::min<std::ptrdiff_t>(y + band, src.size.height)};
+    for (std::ptrdiff_t y = 0; y < src.size.height;) {
+      const Slice rows = {y, bandEnd(y, band, src.size.height, state.first())};
+      y = rows.last;
       filterBand<Dilation>(src, dst, rows, state.first(), work);
       filterBand<Erosion>(src, eroded.image, rows, state.first(), work);
       subtractBand(dilated, less, dst, rows);
