@@ -41,17 +41,6 @@ void test::addToDigest(const void* bytes, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) digest = (digest ^ at[i]) * kPrime;
 }
 
-// What the sanitizers ask for by these names of theirs: an allocation that cannot be had gives null as it does
-// elsewhere, and the OpenMP runtime, which is built without the thread sanitizer, is not taken for a racing part.
-extern "C" {
-RVP_API const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
-  return "allocator_may_return_null=1";
-}
-RVP_API const char* __tsan_default_options() {  // NOLINT(bugprone-reserved-identifier)
-  return "allocator_may_return_null=1:ignore_noninstrumented_modules=1";
-}
-}
-
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   if (RVP_NEEDS_AVX2 && !testing::GTEST_FLAG(list_tests) && !__builtin_cpu_supports("avx2")) {

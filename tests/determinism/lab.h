@@ -1,0 +1,211 @@
+// One run of the library in one setting: which build of it, how many threads, and where images lie in memory.
+// Whatever a run keeps must have the same bytes in every setting.
+#pragma once
+
+#include <dlfcn.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "rvpcv.h"
+#include "support/images.h"
+
+namespace determinism {
+
+enum class Layout {
+  image,        // Row after row, the first pixel at a boundary of 64 bytes.
+  shifted,      // The same, one element behind the boundary.
+  view,         // A part of a larger image, at a boundary.
+  shiftedView,  // The same, one element behind it.
+  pageBefore,   // Every row, and every block, begins behind a page that cannot be read,
+  pageBehind    // or ends before one.
+};
+inline constexpr std::array kLayouts = {std::pair{Layout::image, "image"},
+                                        std::pair{Layout::shifted, "shifted image"},
+                                        std::pair{Layout::view, "view"},
+                                        std::pair{Layout::shiftedView, "shifted view"},
+                                        std::pair{Layout::pageBefore, "page before"},
+                                        std::pair{Layout::pageBehind, "page behind"}};
+
+struct Setting {
+  void* library;
+  const char* variant;
+  int threads;
+  std::pair<Layout, const char*> layout;
+};
+
+template <class T>
+struct Image {
+  T* data;
+  int step;
+  int columns;  // Pixels times channels.
+  int rows;
+};
+
+class Lab {
+ public:
+  // Large enough for every family's team, and no multiple of a vector.
+  static constexpr RvpiSize kSize = {657, 421};
+
+  explicit Lab(const Setting& setting) : setting_(setting) {}
+
+  // Calls an exported function, whose parameters have exactly the types of these arguments.
+  template <class... Arguments>
+  void call(const std::string& name, Arguments... arguments) {
+    auto* const function = reinterpret_cast<RvpStatus (*)(Arguments...)>(dlsym(setting_.library, name.c_str()));
+    if (function == nullptr) throw std::runtime_error("there is no function " + name);
+    const RvpStatus status = function(arguments...);
+    if (status < 0) throw std::runtime_error(name + " gave " + std::to_string(status));
+    ++calls_;
+    lastCalled_ = name;
+    keep(&status, 1);
+  }
+
+  template <class T, class Content>
+  Image<T> image(RvpiSize size, int channels, const Content& content) {
+    const Image<T> made = place<T>(size.width * channels, size.height);
+    for (int y = 0; y < size.height; ++y)
+      for (int x = 0; x < made.columns; ++x) at(made, y)[x] = content(y, x / channels, x % channels);
+    return made;
+  }
+
+  // Edges, corners, slopes and noise.
+  template <class T>
+  Image<T> picture(int channels = 1, int seed = 0, RvpiSize size = kSize) {
+    return image<T>(size, channels,
+                    [=](int y, int x, int channel) { return fromLevel<T>(level(y, x + 3 * seed, channel)); });
+  }
+
+  // 0 and 255.
+  Image<std::uint8_t> mask(RvpiSize size = kSize) {
+    return image<std::uint8_t>(size, 1,
+                               [](int y, int x, int) -> std::uint8_t { return level(y, x, 1) > 110 ? 255 : 0; });
+  }
+
+  template <class T>
+  Image<T> blank(int channels = 1, RvpiSize size = kSize) {
+    return image<T>(size, channels, [](int, int, int) { return T{}; });
+  }
+
+  // Scratch and state blocks: at any address, and full of what was there before.
+  std::uint8_t* block(int bytes) {
+    const int before = setting_.threads * 37 + static_cast<int>(setting_.layout.first);
+    return place(bytes, 1, static_cast<std::uint8_t>(before)).data;
+  }
+
+  // Gives back all images and blocks: the system has only so many pages to protect.
+  void release() { memory_.clear(); }
+
+  template <class T>
+  void keep(const Image<T>& image) {
+    for (int y = 0; y < image.rows; ++y) keep(at(image, y), image.columns);
+  }
+  template <class T>
+  void keep(const T* values, int count) {
+    append(kept_, values, count);
+    origins_[kept_.size()] = lastCalled_;
+  }
+  // What the contract lets follow the number of threads.
+  template <class T>
+  void keepForTeam(const Image<T>& image) {
+    for (int y = 0; y < image.rows; ++y) keepForTeam(at(image, y), image.columns);
+  }
+  template <class T>
+  void keepForTeam(const T* values, int count) {
+    append(keptForTeam_, values, count);
+  }
+
+  const Setting& setting() const { return setting_; }
+  const std::vector<std::uint8_t>& kept() const { return kept_; }
+  const std::vector<std::uint8_t>& keptForTeam() const { return keptForTeam_; }
+  int calls() const { return calls_; }
+  // The function called last before the byte `at` of what was kept came there.
+  const std::string& origin(std::size_t at) const { return origins_.upper_bound(at)->second; }
+
+ private:
+  static int level(int y, int x, int channel) {
+    const auto noise = static_cast<unsigned>((y * 7919 + x) * 31 + channel) * 2654435761U >> 28U;
+    const int slope = (x * 2 + y + channel * 50) % 256;
+    return (x / 41 + y / 29) % 3 * 60 + (slope < 128 ? slope : 255 - slope) / 2 + static_cast<int>(noise);
+  }
+
+  template <class T>
+  static T fromLevel(int level) {
+    if constexpr (std::is_same_v<T, std::uint8_t>) return static_cast<T>(level);
+    if constexpr (std::is_floating_point_v<T>) return static_cast<T>(level) / T{7};
+    return static_cast<T>(level * 100);
+  }
+
+  template <class T>
+  Image<T> place(int columns, int rows, T value = {}) {
+    const Layout layout = setting_.layout.first;
+    if (layout == Layout::pageBefore || layout == Layout::pageBehind)
+      return hold<T>(std::make_shared<test::OnCliff<T>>(
+          test::Plane<T>(columns, rows, value),
+          layout == Layout::pageBefore ? test::Cliff::before : test::Cliff::behind));
+    const bool isView = layout == Layout::view || layout == Layout::shiftedView;
+    const bool isShifted = layout == Layout::shifted || layout == Layout::shiftedView;
+    return hold<T>(std::make_shared<test::Guarded<T>>(test::Plane<T>(columns, rows, value),
+                                                      test::Placing{isView ? 40 : 0, isShifted ? 1 : 0}));
+  }
+
+  template <class T, class Memory>
+  Image<T> hold(const std::shared_ptr<Memory>& memory) {
+    memory_.push_back(memory);
+    return {memory->data(), memory->step(), memory->size().width, memory->size().height};
+  }
+
+  template <class T>
+  static T* at(const Image<T>& image, int y) {
+    return reinterpret_cast<T*>(reinterpret_cast<std::uint8_t*>(image.data) +
+                                static_cast<std::ptrdiff_t>(image.step) * y);
+  }
+
+  template <class T>
+  static void append(std::vector<std::uint8_t>& kept, const T* values, int count) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(values);
+    kept.insert(kept.end(), bytes, bytes + sizeof(T) * static_cast<std::size_t>(count));
+  }
+
+  Setting setting_;
+  std::vector<std::shared_ptr<void>> memory_;
+  std::vector<std::uint8_t> kept_;
+  std::vector<std::uint8_t> keptForTeam_;
+  std::map<std::size_t, std::string> origins_;  // By the end of what each function left.
+  std::string lastCalled_;
+  int calls_ = 0;
+};
+
+struct Case {
+  const char* name;
+  void (*run)(Lab&);
+};
+
+// The families of each folder.
+extern const std::vector<Case> kStatsCases;
+extern const std::vector<Case> kMorphCases;
+extern const std::vector<Case> kFeatureCases;
+extern const std::vector<Case> kSegmentCases;
+extern const std::vector<Case> kPyramidCases;
+extern const std::vector<Case> kDetectCases;
+
+// "8u" and so on, as it stands in the names of functions.
+template <class T>
+std::string suffix() {
+  if constexpr (std::is_same_v<T, std::uint8_t>) return "8u";
+  if constexpr (std::is_same_v<T, std::uint16_t>) return "16u";
+  if constexpr (std::is_same_v<T, std::int16_t>) return "16s";
+  if constexpr (std::is_same_v<T, std::int32_t>) return "32s";
+  if constexpr (std::is_same_v<T, float>) return "32f";
+  return "64f";
+}
+
+}  // namespace determinism
