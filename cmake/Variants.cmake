@@ -28,6 +28,10 @@ target_compile_options(rvpcv_build INTERFACE -ffp-contract=off -fno-math-errno -
                                              -fno-rtti $<$<CONFIG:Release>:-O3>)
 target_include_directories(rvpcv_build INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
 target_link_libraries(rvpcv_build INTERFACE rvpcv_warnings OpenMP::OpenMP_CXX)
+# Under the sanitizers Highway's headers check themselves, and its library has what a failed check calls.
+if(RVPCV_SANITIZE)
+  target_link_libraries(rvpcv_build INTERFACE hwy)
+endif()
 
 # rvpcv_<variant>: the shared library. rvpcv_<variant>_static: the same objects for tests of internal operations.
 function(rvpcv_add_variant variant)
