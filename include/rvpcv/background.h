@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup background Gaussian-mixture background
- *
+ * @addtogroup background Gaussian-mixture background
+ * @details
  * Every pixel of a video with three channels of 8 bits has a few modes: colours that it tends to show. A mode has a
  * weight, the share of frames in which it was seen; a mean, one value a channel; and one variance for all channels.
  * The heaviest modes, up to a cumulative weight of `backgroundWeight`, are the background. Each frame is compared

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup chamfer Chamfer distances
- *
+ * @addtogroup chamfer Chamfer distances
+ * @details
  * How far every pixel is from the nearest zero pixel of the source, as the cost of the cheapest way there in moves
  * of a small mask. A move along an axis costs `pMetrics[0]`, a diagonal move `pMetrics[1]`, and with a 5x5 mask a
  * knight's move, two pixels along one axis and one along the other, `pMetrics[2]`.
@@ -165,8 +165,8 @@ RVP_API RvpStatus rvpiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDst
 /** @} */
 
 /**
- * @defgroup fastmarching Fast marching
- *
+ * @addtogroup fastmarching Fast marching
+ * @details
  * The approximate Euclidean distance of every pixel from the boundary of a mask: the time at which a front of unit
  * speed that starts at the boundary arrives.
  *

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup fastn FastN corners
- *
+ * @addtogroup fastn FastN corners
+ * @details
  * A pixel is a corner if a long enough arc of the circle around it is all brighter, or all darker, than the pixel
  * itself. After E. Rosten, T. Drummond, "Machine learning for high-speed corner detection", European Conference on
  * Computer Vision (2006), for circles of six sizes.

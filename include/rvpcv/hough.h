@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup hough Hough lines
- *
+ * @addtogroup hough Hough lines
+ * @details
  * Straight lines through the nonzero pixels of an image. A line is told by the direction `theta` of its normal, in
  * radians, and its distance `rho` from the first pixel along that normal, in pixels: it goes through all (x, y)
  * with `x * cos(theta) + y * sin(theta) = rho`. Every pixel votes, once for each angle, for the line through it.
