@@ -381,6 +381,9 @@ RVP_API RvpStatus rvpiFilterColumnPipelineGetBufferSize_Low_16s_C3R(RvpiSize roi
  * operation is rounded to float by itself. No sum is carried from pixel to pixel: the error of a result is at most
  * 8 (3x3: 4) roundings of sums over its own neighbourhood, and NaN or infinity reaches only the pixels whose
  * neighbourhood contains it.
+ *
+ * **Memory.** The caller gives the scratch, at any address; it grows with the width and the number of threads, not
+ * with the height. Nothing is allocated.
  * @{
  */
 
