@@ -169,9 +169,10 @@ cv::Mat disc(cv::Size size) {
 cv::Mat slope(cv::Size size) {
   cv::Mat mask(size, CV_8U);
   const double tangent = 1 / std::sqrt(3.0);
+  const cv::Point middle = {size.width / 2, size.height / 2};
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x)
-      mask.at<std::uint8_t>(y, x) = y - size.height / 2 > (x - size.width / 2) * tangent ? 255 : 0;
+      mask.at<std::uint8_t>(y, x) = y - middle.y > (x - middle.x) * tangent ? 255 : 0;
   }
   return mask;
 }
