@@ -6,6 +6,7 @@
  */
 #include <rvpcore.h>
 #include <rvpcv.h>
+#include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -63,7 +64,7 @@ static void smooth(const float* image, float* smoothed, RvpiSize size) {
   float** rows = memory((size.height + 4) * (int)sizeof(float*));
 
   /* Rows of the image are filtered into rows of our own; then the rows beyond the image repeat the outermost. */
-  for (int y = 0; y < size.height; ++y) rows[y + anchor] = between + y * size.width;
+  for (int y = 0; y < size.height; ++y) rows[y + anchor] = between + (ptrdiff_t)y * size.width;
   check(rvpiFilterRowBorderPipeline_32f_C1R(image, step, rows + anchor, size, kernel, 5, anchor, rvpBorderRepl, 0,
                                             buffer),
         "row stage");
@@ -335,7 +336,6 @@ static void drawBoundaries(uint8_t* labels, RvpiSize size) {
 /* ---- Pyramids and motion */
 
 /* [pyramid] */
-/* Frees nothing: the pyramid, its levels and the layer's state go with the program. */
 static RvpiPyramid* buildPyramid(uint8_t* image, RvpiSize size, int levels) {
   const int16_t kernel[5] = {1, 4, 6, 4, 1};
   RvpiPyramid* pyramid = NULL;
@@ -365,7 +365,13 @@ static RvpiPyramid* buildPyramid(uint8_t* image, RvpiSize size, int levels) {
                                       pyramid->pStep[i], smaller, layer),
           "down");
   }
+  rvpFree(layer);
   return pyramid;
+}
+
+static void freePyramid(RvpiPyramid* pyramid) {
+  for (int i = 1; i <= pyramid->level; ++i) rvpFree(pyramid->pImage[i]);
+  rvpFree(pyramid);
 }
 /* [pyramid] */
 
@@ -440,8 +446,8 @@ static int32_t sumOfRectangle(const uint8_t* image, RvpiSize size, RvpiRect area
   const int columns = size.width + 1;
   int32_t* table = memory(columns * (size.height + 1) * (int)sizeof(int32_t));
   check(rvpiIntegral_8u32s_C1R(image, size.width, table, columns * (int)sizeof(int32_t), size, 0), "table");
-  const int32_t* top = table + area.y * columns + area.x;
-  const int32_t* bottom = top + area.height * columns;
+  const int32_t* top = table + (ptrdiff_t)area.y * columns + area.x;
+  const int32_t* bottom = top + (ptrdiff_t)area.height * columns;
   const int32_t sum = bottom[area.width] - top[area.width] - bottom[0] + top[0];
   rvpFree(table);
   return sum;
@@ -462,7 +468,7 @@ static int testStage(const int32_t* sums, int sumStep, const float* deviation, u
   check(rvpiHaarClassifierGetSize(rvp32f, places, &count, 1, &bytes), "size");
   RvpiHaarClassifier* stage = memory(bytes);
   check(rvpiHaarClassifierInit_32f(stage, rectangles, weights, &threshold, &below, &otherwise, &count, 1), "init");
-  memset(mask, 255, (size_t)(places.width * places.height));
+  memset(mask, 255, (size_t)places.width * (size_t)places.height);
   check(rvpiApplyHaarClassifier_32s32f_C1R(sums, sumStep, deviation, places.width * (int)sizeof(float), mask,
                                            places.width, places, &passed, 0.5f, stage),
         "apply");
@@ -540,7 +546,11 @@ int main(void) {
   RvpiPoint32f to;
   int8_t lost = 0;
   float error = 0;
-  track(buildPyramid(image, size, 3), buildPyramid(next, size, 3), &from, &to, &lost, &error, 1);
+  RvpiPyramid* first = buildPyramid(image, size, 3);
+  RvpiPyramid* second = buildPyramid(next, size, 3);
+  track(first, second, &from, &to, &lost, &error, 1);
+  freePyramid(second);
+  freePyramid(first);
   printf("the corner moved by %.2f\n", (double)(to.x - from.x));
   const uint8_t* const frames[2] = {colour, colour};
   separateForeground(frames, 2, result, size);
