@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -17,6 +18,7 @@
 #include "rvpcv/distance.h"
 #include "support/contest.h"
 #include "support/images.h"
+#include "support/patterns.h"
 
 namespace rvp::bench {
 namespace {
@@ -103,8 +105,9 @@ void marchWithHeap(const cv::Mat& mask, const cv::Mat& times) {
     if (timeAt(y, x) <= 0 || y < 0 || y >= times.rows || x < 0 || x >= times.cols) return;
     const float v = std::min(timeAt(y - 1, x), timeAt(y + 1, x));
     const float h = std::min(timeAt(y, x - 1), timeAt(y, x + 1));
-    const float gap = std::abs(v - h);
-    const float time = gap >= 1 ? std::min(v, h) + 1 : (v + h + std::sqrt(2 - gap * gap)) * 0.5f;
+    const double gap = std::abs(static_cast<double>(v) - h);
+    const double sum = static_cast<double>(v) + h;
+    const float time = gap >= 1 ? std::min(v, h) + 1 : static_cast<float>((sum + std::sqrt(2 - gap * gap)) * 0.5);
     float& old = pixels<float>(times.row(y))[x];
     if (time >= old) return;
     old = time;
@@ -132,8 +135,75 @@ void marchWithHeap(const cv::Mat& mask, const cv::Mat& times) {
   }
 }
 
-Contest marching(cv::Size size) {
-  const cv::Mat src = halfMask(Photo::kCoffee, size);
+// Masks that ask much of the sweeps: fronts that turn, meet or have a long way.
+cv::Mat spiralCorridor(cv::Size size) { return spiral(size) == 255; }
+cv::Mat fineCheckerboard(cv::Size size) { return checkerboard(size) == 255; }
+
+// A way of two pixels' width that runs down and up between walls of two.
+cv::Mat serpentine(cv::Size size) {
+  cv::Mat mask(size, CV_8U, cv::Scalar(255));
+  for (int x = 2, wall = 0; x < size.width; x += 4, ++wall)
+    mask(cv::Rect(x, wall % 2 == 0 ? 0 : 2, std::min(2, size.width - x), size.height - 2)) = 0;
+  return mask;
+}
+
+cv::Mat onePixelOutside(cv::Size size) { return sourceOf(Source::kSeed, size); }
+
+cv::Mat discs(cv::Size size) {
+  cv::Mat mask(size, CV_8U, cv::Scalar(255));
+  cv::RNG random(1);
+  for (int i = 0; i < 200; ++i) {
+    const cv::Point centre(random.uniform(0, size.width), random.uniform(0, size.height));
+    cv::circle(mask, centre, random.uniform(3, 20), cv::Scalar(0), cv::FILLED);
+  }
+  return mask;
+}
+
+cv::Mat disc(cv::Size size) {
+  cv::Mat mask(size, CV_8U, cv::Scalar(0));
+  cv::circle(mask, {size.width / 2, size.height / 2}, size.height * 3 / 8, cv::Scalar(255), cv::FILLED);
+  return mask;
+}
+
+// What lies below a line through the middle, 30 degrees off the rows.
+cv::Mat slope(cv::Size size) {
+  cv::Mat mask(size, CV_8U);
+  const double tangent = 1 / std::sqrt(3.0);
+  const cv::Point middle = {size.width / 2, size.height / 2};
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x)
+      mask.at<std::uint8_t>(y, x) = y - middle.y > (x - middle.x) * tangent ? 255 : 0;
+  }
+  return mask;
+}
+
+cv::Mat photographMask(cv::Size size) { return halfMask(Photo::kCoffee, size); }
+
+// How far times are from exact distances, relative to these.
+std::string accuracy(const cv::Mat& times, const cv::Mat& distances) {
+  double sum = 0;
+  double greatest = 0;
+  double greatestFromTen = 0;
+  int count = 0;
+  for (int y = 0; y < times.rows; ++y) {
+    for (int x = 0; x < times.cols; ++x) {
+      const double distance = distances.at<float>(y, x);
+      if (distance == 0) continue;
+      const double error = std::abs(times.at<float>(y, x) - distance) / distance;
+      sum += error;
+      greatest = std::max(greatest, error);
+      if (distance >= 10) greatestFromTen = std::max(greatestFromTen, error);
+      ++count;
+    }
+  }
+  char text[120];
+  std::snprintf(text, sizeof text, "exact; off Euclidean by %.2f %%, at most %.1f %%, from 10 pixels on %.1f %%",
+                100 * sum / count, 100 * greatest, 100 * greatestFromTen);
+  return text;
+}
+
+Contest marching(const cv::Mat& src) {
+  const cv::Size size = src.size();
   const cv::Mat dst(size, CV_32F, cv::Scalar(0));
   const cv::Mat exact(size, CV_32F, cv::Scalar(0));
   int bytes = 0;
@@ -147,10 +217,17 @@ Contest marching(cv::Size size) {
   contest.peerName = "heap";
   contest.peer = [=] { marchWithHeap(src, dst); };
   contest.results = {dst};
-  contest.tolerance = 1e-5;
+  contest.agreement = [=] {
+    cv::distanceTransform(src, exact, cv::DIST_L2, 0);
+    return accuracy(dst, exact);
+  };
   contest.references = {
       {"cv::distanceTransform, exact", [=] { cv::distanceTransform(src, exact, cv::DIST_L2, 0); }}};
   return contest;
+}
+
+Row marchingRow(const std::string& mask, cv::Mat (*make)(cv::Size), bool team = false) {
+  return {"FastMarching_8u32f" + mask, [=](cv::Size size) { return marching(make(size)); }, team};
 }
 
 std::vector<Row> rows() {
@@ -166,7 +243,14 @@ std::vector<Row> rows() {
                         3, 0, Source::kBlank),
       chamferRow<float>("3x3_8u32f, one seed", rvpiDistanceTransform_3x3_8u32f_C1R, {0.955f, 1.3693f}, cv::DIST_L2,
                         3, 0, Source::kSeed),
-      {"FastMarching_8u32f", marching, true},
+      marchingRow("", photographMask, true),
+      marchingRow(", 200 discs", discs),
+      marchingRow(", checkerboard", fineCheckerboard),
+      marchingRow(", disc", disc),
+      marchingRow(", one pixel outside", onePixelOutside),
+      marchingRow(", serpentine", serpentine),
+      marchingRow(", slope", slope),
+      marchingRow(", spiral corridor", spiralCorridor),
   };
 }
 

@@ -62,7 +62,8 @@ install(
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT runtime)
 install(
-  FILES ${PROJECT_SOURCE_DIR}/examples/first_steps.c ${PROJECT_SOURCE_DIR}/examples/state_block.c
+  FILES ${PROJECT_SOURCE_DIR}/examples/calls.c ${PROJECT_SOURCE_DIR}/examples/first_steps.c
+        ${PROJECT_SOURCE_DIR}/examples/state_block.c
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
   COMPONENT development)
 install(

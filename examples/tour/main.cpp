@@ -111,6 +111,7 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     tour::addStatsPanels(subject, page);
     tour::addBorderPanels(subject, page);
+    tour::addFilterPanels(subject, page);
     tour::addFeaturesPanels(subject, page);
     tour::addLinesPanels(subject, page);
     tour::addDistancePanels(subject, page);

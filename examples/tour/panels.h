@@ -11,6 +11,7 @@ void addDetectPanels(const Subject& subject, Page& page);
 void addDistancePanels(const Subject& subject, Page& page);
 void addFacePanels(const Subject& subject, Page& page);
 void addFeaturesPanels(const Subject& subject, Page& page);
+void addFilterPanels(const Subject& subject, Page& page);
 void addFloodPanels(const Subject& subject, Page& page);
 void addLabelPanels(const Subject& subject, Page& page);
 void addLinesPanels(const Subject& subject, Page& page);

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup background Gaussian-mixture background
- *
+ * @addtogroup background Gaussian-mixture background
+ * @details
  * Every pixel of a video with three channels of 8 bits has a few modes: colours that it tends to show. A mode has a
  * weight, the share of frames in which it was seen; a mean, one value a channel; and one variance for all channels.
  * The heaviest modes, up to a cumulative weight of `backgroundWeight`, are the background. Each frame is compared
@@ -130,8 +130,8 @@ RVP_API RvpStatus rvpiFGMMInit_8u_C3R(RvpiSize roiSize, int modeCount, const Rvp
 /**
  * Writes the foreground mask of a frame and learns the frame. See @ref background for the formulas.
  *
- * Steps are not compared with rows. A pixel's modes are found by its number, `y * width + x`: the size should be
- * the one that the block was made for.
+ * Frame and mask must not overlap. Steps are not compared with rows. A pixel's modes are found by its number, `y *
+ * width + x`: the size should be the one that the block was made for.
  *
  * @param pSrc First pixel of the frame, three channels.
  * @param srcStep Row step of the frame, in bytes; at least 1.

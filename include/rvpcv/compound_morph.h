@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup compound_morph Compound morphology
- *
+ * @addtogroup compound_morph Compound morphology
+ * @details
  * What erosion and dilation of one structuring element `B` make together. `B'` is the mask turned by half a circle
  * about its anchor, so that an even mask's anchor moves one column to the right, or one row down.
  *

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup integral Summed-area tables
- *
+ * @addtogroup integral Summed-area tables
+ * @details
  * Tables from which the sum of any rectangle of an image is four reads away (F. Crow, Summed-area tables for
  * texture mapping, 1984; the tilted ones: R. Lienhart and J. Maydt, An extended set of Haar-like features, 2002).
  *
@@ -169,8 +169,8 @@ RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int sr
 /** @} */
 
 /**
- * @defgroup rectstddev Standard deviation in a sliding rectangle
- *
+ * @addtogroup rectstddev Standard deviation in a sliding rectangle
+ * @details
  * For each output pixel (i, j), at column i of row j, the standard deviation of the pixels in a rectangle whose
  * place is `rect` plus (i, j). With `S` and `S2` the rectangle's sums from the table of values and the table of
  * squares:
@@ -223,6 +223,9 @@ RVP_API RvpStatus rvpiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int sr
  * **Memory and threads.** Nothing is allocated. ::rvpiRectStdDev_32f_C1R shares out its rows to a team of up to
  * ::rvpGetNumThreads threads, at most 32 and at most one for each 1024 pixels; the result does not depend on their
  * number. The others stay on the caller's thread.
+ *
+ * **Source.** The deviation of a window from two tables: P. Viola and M. Jones, Rapid object detection using a
+ * boosted cascade of simple features, 2001.
  * @{
  */
 
@@ -309,8 +312,8 @@ RVP_API RvpStatus rvpiTiltedRectStdDev_32f_C1R(const float* pSrc, int srcStep, c
 /** @} */
 
 /**
- * @defgroup haar Haar cascades
- *
+ * @addtogroup haar Haar cascades
+ * @details
  * A cascade classifier after P. Viola and M. Jones (Rapid object detection using a boosted cascade of simple
  * features, 2001), with the tilted features of R. Lienhart and J. Maydt (2002). A block holds one stage. The apply
  * functions test it at every pixel that a mask selects and clear the pixels that fail, so that a cascade is a call

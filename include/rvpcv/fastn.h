@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup fastn FastN corners
- *
+ * @addtogroup fastn FastN corners
+ * @details
  * A pixel is a corner if a long enough arc of the circle around it is all brighter, or all darker, than the pixel
  * itself. After E. Rosten, T. Drummond, "Machine learning for high-speed corner detection", European Conference on
  * Computer Vision (2006), for circles of six sizes.
@@ -152,7 +152,7 @@ RVP_API RvpStatus rvpiFastNInit(RvpiSize roiSize, int circleRadius, int arcLengt
  *
  * The destination is a part of the image, or all of it: its pixel (x, y) tells about the image's pixel
  * (x + srcOffset.x, y + srcOffset.y). Pixels of it that lie right of the image or below it become 0; those left of
- * it or above it, where the offset is negative, are left alone. The images must not overlap.
+ * it or above it, where the offset is negative, are left alone. The images must not overlap. Steps are not checked.
  *
  * @param pSrc First pixel of the whole image, whose size ::rvpiFastNInit was told.
  * @param srcStep Row step of the image, in bytes.
@@ -180,7 +180,8 @@ RVP_API RvpStatus rvpiFastN_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pD
                                    RvpiSize dstRoiSize, const RvpiFastNSpec* pSpec, uint8_t* pBuffer);
 
 /**
- * Lists the corners of a corner image row by row, each row from left to right, until the list is full.
+ * Lists the corners of a corner image row by row, each row from left to right, until the list is full. Steps are
+ * not checked.
  *
  * @param pSrcCorner First pixel of the corner image.
  * @param srcCornerStep Row step of the corner image, in bytes.

@@ -31,8 +31,8 @@ enum RvpiGradientNorm {
 };
 
 /**
- * @defgroup canny Canny edges
- *
+ * @addtogroup canny Canny edges
+ * @details
  * Edges one pixel wide: 255 where there is an edge, 0 elsewhere. After J. Canny, "A computational approach to edge
  * detection", IEEE Transactions on Pattern Analysis and Machine Intelligence 8 (1986).
  *
@@ -188,8 +188,8 @@ enum RvpiTensorKernel {
 };
 
 /**
- * @defgroup eigenvalues Eigenvalues of the structure tensor
- *
+ * @addtogroup eigenvalues Eigenvalues of the structure tensor
+ * @details
  * How an image varies around a pixel: the tensor `(a b; b c)` holds the sums, over a window of 3x3 or 5x5 pixels,
  * of `dx * dx`, `dx * dy` and `dy * dy`. Two large eigenvalues mark a corner, a large one and a small one an edge.
  * The smaller eigenvalue as a measure of corners is due to J. Shi and C. Tomasi, "Good features to track", CVPR
@@ -381,8 +381,8 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
 /** @} */
 
 /**
- * @defgroup harris Harris corners
- *
+ * @addtogroup harris Harris corners
+ * @details
  * The corner response of C. Harris and M. Stephens, "A combined corner and edge detector", Alvey Vision Conference
  * (1988): large and positive at corners, negative along edges, small in flat areas. With `a`, `b`, `c` the means of
  * `dx * dx`, `dx * dy` and `dy * dy` over a window of `avgWindow` by `avgWindow` pixels,
@@ -474,9 +474,11 @@ RVP_API RvpStatus rvpiHarrisCorner_32f_C1R(const float* pSrc, int srcStep, float
 /** @} */
 
 /**
- * @defgroup suppression Line suppression
- *
- * Thins out feature pixels: those on a line go, those on a corner stay.
+ * @addtogroup suppression Line suppression
+ * @details
+ * Thins out feature pixels: those on a line go, those on a corner stay. The measure is the squared trace of the
+ * structure tensor over its determinant, as in D. G. Lowe, "Distinctive image features from scale-invariant
+ * keypoints", International Journal of Computer Vision 60 (2004), taken of first derivatives.
  * @{
  */
 
@@ -547,8 +549,8 @@ enum RvpiPeakNeighbourhood {
 };
 
 /**
- * @defgroup peaks Peaks
- *
+ * @addtogroup peaks Peaks
+ * @details
  * Lists the local extrema of an image in raster order, from the left to the right and from the top downwards.
  *
  * A pixel `v` is a peak if `|v|` is above the threshold, and

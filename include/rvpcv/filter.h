@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup pipelines Row and column filter pipelines
- *
+ * @addtogroup pipelines Row and column filter pipelines
+ * @details
  * A separable filter in two stages that meet in arrays of row pointers. The row stage filters rows of an image
  * along the row and puts each where its pointer in `ppDst` says. The column stage takes rows through `ppSrc`,
  * filters across them and writes an image. Between the two the caller keeps as many rows as it likes: a whole
@@ -39,13 +39,13 @@ extern "C" {
  *
  * **Arithmetic.** The same bits on every processor and for every number of threads, alignment and place in the row.
  *
- * | form                        | sum                                                  | result | |
- * --------------------------- | ---------------------------------------------------- |
- * ----------------------------- | | `32f`                       | in float | the sum                       | |
- * `8u16s`, `16s`, `16u`, `16s8u`, `16s8s` | in float, coefficients divided by `divisor` | rounded to nearest, ties
- * to even, and saturated | | `Low_16s`                   | in 16-bit integers that wrap                         |
- * `sum * f >> 14`               |
+ * | form                                       | sum                                | result              |
+ * | ------------------------------------------ | ---------------------------------- | ------------------- |
+ * | `32f`                                      | in float                           | the sum             |
+ * | `8u16s`, `16s`, `16u`, `16s8u`, `16s8s`    | in float, of divided coefficients  | rounded, saturated  |
+ * | `Low_16s`                                  | in 16-bit integers that wrap       | `sum * f >> 14`     |
  *
+ * - Rounding is to the nearest integer, ties to even.
  * - Sums in float go through the taps in ascending order, each multiplication and each addition rounded by itself.
  *   Divided coefficients are `(float)k[i] * (1.0f / (float)divisor)` in the row stage, and
  *   `(float)k[i] * (float)(1.0 / divisor)` in the column stage.
@@ -369,8 +369,8 @@ RVP_API RvpStatus rvpiFilterColumnPipelineGetBufferSize_Low_16s_C3R(RvpiSize roi
 /** @} */
 
 /**
- * @defgroup lowpass Smoothing by a plain sum
- *
+ * @addtogroup lowpass Smoothing by a plain sum
+ * @details
  * The sum of a pixel's neighbourhood, 3x3 or 5x5, every coefficient 1. With `r` of 1 or 2 and `p` the source
  * extended by its border,
  *
@@ -381,6 +381,9 @@ RVP_API RvpStatus rvpiFilterColumnPipelineGetBufferSize_Low_16s_C3R(RvpiSize roi
  * operation is rounded to float by itself. No sum is carried from pixel to pixel: the error of a result is at most
  * 8 (3x3: 4) roundings of sums over its own neighbourhood, and NaN or infinity reaches only the pixels whose
  * neighbourhood contains it.
+ *
+ * **Memory.** The caller gives the scratch, at any address; it grows with the width and the number of threads, not
+ * with the height. Nothing is allocated.
  * @{
  */
 

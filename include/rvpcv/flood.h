@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup flood Flood fill
- *
+ * @addtogroup flood Flood fill
+ * @details
  * Fills the connected region around a seed pixel with a new value, in place, and tells its area and the rectangle
  * around it. Pixels are connected with the 4 pixels that share a side with them (`4Con`) or with the 8 that also
  * share a corner (`8Con`), inside the image. What belongs to the region besides the seed, with `s` the seed's

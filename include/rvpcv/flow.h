@@ -13,8 +13,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup flow Pyramidal optical flow
- *
+ * @addtogroup flow Pyramidal optical flow
+ * @details
  * Tracks points from one image to the next by the iterative method of Lucas and Kanade over two image pyramids: the
  * result on a level is the start on the next larger one.
  *

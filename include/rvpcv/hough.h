@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup hough Hough lines
- *
+ * @addtogroup hough Hough lines
+ * @details
  * Straight lines through the nonzero pixels of an image. A line is told by the direction `theta` of its normal, in
  * radians, and its distance `rho` from the first pixel along that normal, in pixels: it goes through all (x, y)
  * with `x * cos(theta) + y * sin(theta) = rho`. Every pixel votes, once for each angle, for the line through it.
@@ -194,13 +194,13 @@ RVP_API RvpStatus rvpiHoughProbLineInit_8u32f_C1R(RvpiSize roiSize, RvpiPointPol
  * They begin anew with every call, so that equal calls have equal results.
  *
  * @param pSrc First pixel of the source; nonzero pixels vote.
- * @param srcStep Row step of the source, in bytes.
+ * @param srcStep Row step of the source, in bytes; not checked.
  * @param roiSize Size of the region, in pixels.
  * @param threshold Votes that a line must have; at least 1.
  * @param lineLength Least length of a segment, in pixels along x or y.
  * @param lineGap Greatest number of zero pixels between two pixels of a segment.
  * @param pLine Receives the segments.
- * @param maxLineCount Segments that `pLine` has room for.
+ * @param maxLineCount Segments that `pLine` has room for; below 1 none.
  * @param pLineCount Receives the number of segments.
  * @param pBuffer Scratch memory, of any content before and after.
  * @param pSpec A block that ::rvpiHoughProbLineInit_8u32f_C1R has filled.

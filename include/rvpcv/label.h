@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup labels Connected components
- *
+ * @addtogroup labels Connected components
+ * @details
  * Gives each connected component of nonzero pixels a number of its own. Zero pixels stay 0.
  *
  * Components are met in raster order, each at its first pixel: the topmost one, and the leftmost of these. With k
@@ -110,8 +110,8 @@ RVP_API RvpStatus rvpiLabelMarkers_8u32s_C1R(const uint8_t* pSrc, int srcStep, i
 /** @} */
 
 /**
- * @defgroup speckles Speckles
- *
+ * @addtogroup speckles Speckles
+ * @details
  * Overwrites small blobs of similar pixels with a value, as after stereo matching, where small patches of disparity
  * that differ from all around them are mostly wrong.
  *
@@ -136,6 +136,9 @@ RVP_API RvpStatus rvpiLabelMarkers_8u32s_C1R(const uint8_t* pSrc, int srcStep, i
  * Images for which that passes 31 bits are beyond this operation. Nothing is allocated.
  *
  * **Threads.** It runs on the caller's thread.
+ *
+ * **Source.** The removal of peaks in H. Hirschmueller, "Stereo processing by semiglobal matching and mutual
+ * information", IEEE Transactions on Pattern Analysis and Machine Intelligence 30 (2008).
  * @{
  */
 

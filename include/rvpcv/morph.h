@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup morph Erosion and dilation
- *
+ * @addtogroup morph Erosion and dilation
+ * @details
  * A structuring element is a mask of `W` x `H` bytes, packed without gaps, in which every byte that is not 0
  * selects a cell. Its anchor is its centre, `ax = (W - 1) / 2` and `ay = (H - 1) / 2` rounded down. For each pixel
  * of the region

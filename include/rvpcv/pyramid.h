@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup pyramid Pyramid structure
- *
+ * @addtogroup pyramid Pyramid structure
+ * @details
  * A pyramid is an image and ever smaller versions of it, each smaller than the one before by the same rate. The
  * rate is any number above 1 and up to 10, a whole one or not. Rows and columns follow the same rule, each by
  * itself; `n` is the number of either.

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup pyramidlayer Pyramid layers
- *
+ * @addtogroup pyramidlayer Pyramid layers
+ * @details
  * Down computes the next smaller level of an image, up the next larger one, at any rate above 1 and up to 10. Both
  * take a symmetric kernel of odd size, as `1 4 6 4 1`; which sizes go together is told in @ref pyramid. Let `k` be
  * the kernel, `c = kerSize / 2` its centre, `S = k[c] + 2 * (k[0] + ... + k[c-1])`, and let outside pixels be
@@ -220,11 +220,9 @@ RVP_API RvpStatus rvpiPyramidLayerDown_32f_C3R(const float* pSrc, int srcStep, R
  * Tells how much memory an up layer needs: with `k` the kernel's length, `h = k / 2`, `m` the larger side and `c`
  * the number of channels,
  *
- *     32f: c * 4 * (width + 2h) * (height + 2h) + 2 * (4k + 4c * (k + (k + width - 1) * (k + height - 1) + m - 1)
- *          + 128) + 32
- *     8u:  2c * (width + 2h) * (height + 2h) + 2 * (2k + 4c * ((k + width - 1) * (k + height - 1) + 2 * (k + m) -
- * 2)
- *          + 128) + 32
+ *     P = (width + 2h) * (height + 2h),  Q = (k + width - 1) * (k + height - 1)
+ *     32f: 4c * P + 2 * (4k + 4c * (k + Q + m - 1) + 128) + 32
+ *     8u:  2c * P + 2 * (2k + 4c * (Q + 2 * (k + m) - 2) + 128) + 32
  *     16u: as 8u with c in place of the first 2c
  *
  * A size that would pass 31 bits is given as 2147483647, which serves all the same.

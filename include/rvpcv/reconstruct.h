@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup reconstruct Morphological reconstruction
- *
+ * @addtogroup reconstruct Morphological reconstruction
+ * @details
  * Grows a marker image under a mask image until nothing changes. With N(p) the neighbours of a pixel p inside the
  * region, reconstruction by dilation starts from `v = min(marker, mask)` and repeats
  *

@@ -23,8 +23,8 @@ enum RvpiSegmentFlag {
 };
 
 /**
- * @defgroup segmentgradient Gradient segmentation
- *
+ * @addtogroup segmentgradient Gradient segmentation
+ * @details
  * Grows labelled markers over an image in the order of the difference between neighbours, so that regions meet
  * where the image changes most.
  *
@@ -100,8 +100,8 @@ RVP_API RvpStatus rvpiSegmentGradient_8u_C3IR(const uint8_t* pSrc, int srcStep, 
 /** @} */
 
 /**
- * @defgroup boundsegments Boundaries
- *
+ * @addtogroup boundsegments Boundaries
+ * @details
  * Draws a boundary one pixel wide between regions of different labels, in place, on the right and lower side of
  * each edge. In raster order,
  *

@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup accumulators Accumulators
- *
+ * @addtogroup accumulators Accumulators
+ * @details
  * Running sums over a stream of frames. Each operation adds something made from a frame to a float image in place;
  * with the sums of values and of squares at hand, mean and variance of every pixel are one division away.
  *
@@ -277,8 +277,8 @@ RVP_API RvpStatus rvpiAddWeighted_32f_C1R(const float* pSrc1, int src1Step, cons
 /** @} */
 
 /**
- * @defgroup norms Masked norms
- *
+ * @addtogroup norms Masked norms
+ * @details
  * How large an image is, how far two images are apart, and how far in proportion to the second, over the pixels
  * that a mask selects. With `a` and `b` the selected pixels of the first and the second image:
  *

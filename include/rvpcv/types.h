@@ -130,7 +130,7 @@ enum RvpiBorderMode {
   rvpBorderMirror = 3,       /**< Reflection about the edge pixel, which is not repeated. It goes back and forth as
                                   often as it takes when the border is wider than the region. */
   rvpBorderMirrorEdge = 4,   /**< Reflection about the outer side of the edge pixel, which is repeated. Taken by
-                                  the fixed derivative filters alone. */
+                                  derivative filters inside the library, and by no operation of the interface. */
   rvpBorderInMem = 6,        /**< Nothing is made up: all four sides are read from memory. */
   rvpBorderInMemTop = 16,    /**< Side flag: rows above the region are read from memory. */
   rvpBorderInMemBottom = 32, /**< Side flag: rows below the region are read from memory. */

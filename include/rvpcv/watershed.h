@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /**
- * @defgroup watershed Watershed
- *
+ * @addtogroup watershed Watershed
+ * @details
  * Grows labelled markers over an image that is taken as a height map, as water rises from them, until every pixel
  * that water reaches has a label; and draws a boundary between regions, if asked for. Markers other than 0 are
  * kept, unless the boundary falls on them, and the zeros are labelled in place. The largest marker value, 255 or
