@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "frame/simd.h"
 
@@ -38,30 +37,47 @@ void storeParts(D, hn::Vec<D> v, const Place& place) {
   }
 }
 
-// Elements 0, 2, 4 and so on: words as 32-bit integers; floats as they are, but in an order of their own.
+// Elements 0, 2, 4 and so on of a row, words as 32-bit integers.
 template <class D>
-hn::Vec<D> everySecond(D d, const std::uint16_t* src) {
+HWY_INLINE hn::Vec<D> everySecond(D d, const std::uint16_t* src) {
   const auto both = hn::BitCast(d, hn::LoadU(hn::Repartition<std::uint16_t, D>(), src));
   return hn::And(both, hn::Set(d, 0xFFFF));
 }
 template <class D>
-hn::Vec<D> everySecond(D d, const float* src) {
+HWY_INLINE hn::Vec<D> everySecond(D d, const float* src) {
   if constexpr (hn::MaxLanes(D()) == 1) {
     return hn::LoadU(d, src);
   } else {
-    // Even lanes take the first half of them, odd ones the second.
-    return hn::OddEven(hn::LoadU(d, src + hn::Lanes(d) - 1), hn::LoadU(d, src));
+    const hn::CappedTag<float, 4> dPart;
+    return pickedFloats<0, 2>(joined(d, [=](std::ptrdiff_t part) { return hn::LoadU(dPart, src + 8 * part); }),
+                              joined(d, [=](std::ptrdiff_t part) { return hn::LoadU(dPart, src + 8 * part + 4); }));
   }
 }
 
-// What was made of such lanes, brought in order.
+// The 32-bit samples at places[0], places[1] and so on, and the next ones.
 template <class D>
-hn::Vec<D> inOrder(D d, hn::Vec<D> lanes) {
-  if constexpr (hn::MaxLanes(D()) == 1 || !std::is_floating_point_v<hn::TFromD<D>>) {
-    return lanes;
+struct Neighbours {
+  hn::Vec<D> here;
+  hn::Vec<D> next;
+};
+template <class D>
+HWY_INLINE Neighbours<D> neighboursAt(D d, const hn::TFromD<D>* src, const std::int32_t* places) {
+  using T = hn::TFromD<D>;
+  if constexpr (hn::MaxLanes(D()) == 1) {
+    return {hn::LoadU(d, src + places[0]), hn::LoadU(d, src + places[0] + 1)};
   } else {
-    alignas(32) static constexpr std::int32_t kOrder[2][8] = {{0, 2, 1, 3}, {0, 2, 4, 6, 1, 3, 5, 7}};
-    return hn::TableLookupLanes(lanes, hn::SetTableIndices(d, kOrder[hn::MaxLanes(D()) / 8]));
+    const hn::FixedTag<T, 2> dTwo;
+    const hn::FixedTag<T, 4> dPart;
+    const hn::RebindToFloat<D> dFloat;
+    const auto pairs = [=](std::ptrdiff_t x) {
+      return hn::BitCast(dFloat, joined(d, [=](std::ptrdiff_t part) {
+                           const std::int32_t* const at = places + 4 * part + x;
+                           return hn::Combine(dPart, hn::LoadU(dTwo, src + at[1]), hn::LoadU(dTwo, src + at[0]));
+                         }));
+    };
+    const auto low = pairs(0);
+    const auto high = pairs(2);
+    return {hn::BitCast(d, pickedFloats<0, 2>(low, high)), hn::BitCast(d, pickedFloats<1, 3>(low, high))};
   }
 }
 
