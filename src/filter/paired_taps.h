@@ -21,6 +21,7 @@ namespace rvp::n8 {
 template <int kTaps>
 class PairedKernel {
  public:
+  static constexpr int kLength = kTaps;
   static constexpr int kRowGroup = 4;
 
   PairedKernel(const std::int16_t* pKernel, int kernelSize) : taps_(kernelSize) {
@@ -28,25 +29,30 @@ class PairedKernel {
       return i < 0 || i >= kernelSize ? 0U : static_cast<std::uint16_t>(pKernel[i]);
     };
     for (int i = 0; i < kernelSize + 2 * kMargin; ++i)
-      pairs_[i] = static_cast<std::int32_t>(tap(i - kMargin) | tap(i - kMargin + 1) << 16U);
+      std::fill_n(pairs_[i], kCopies, static_cast<std::int32_t>(tap(i - kMargin) | tap(i - kMargin + 1) << 16U));
   }
 
   HWY_INLINE std::ptrdiff_t taps() const { return kTaps == 0 ? taps_ : kTaps; }
 
   // Coefficients i and i + 1, of which any may lie outside the kernel: by up to one group of rows.
-  HWY_INLINE std::int32_t pair(std::ptrdiff_t i) const { return pairs_[i + kMargin]; }
+  template <class D>
+  HWY_INLINE hn::Vec<D> pair(D d, std::ptrdiff_t i) const {
+    return hn::BitCast(d, hn::LoadDup128(hn::RepartitionToWide<D>(), pairs_[i + kMargin]));
+  }
 
  private:
   static constexpr int kMargin = kRowGroup;
+  static constexpr int kCopies = 4;  // What 16 bytes hold, so that a pair takes a single load.
 
   std::ptrdiff_t taps_;
-  std::int32_t pairs_[(kTaps == 0 ? kLongestTable : kTaps) + 2 * kMargin];
+  alignas(16) std::int32_t pairs_[(kTaps == 0 ? kLongestTable : kTaps) + 2 * kMargin][kCopies];
 };
 
 // What becomes of a sum: it is multiplied by `scale`, a power of two or the negative of one, rounded to nearest
 // with ties to even, and saturated.
 template <class T>
 struct PairedSum {
+  using Lane = std::int16_t;
   using Dst = T;
 
   float scale;
@@ -88,7 +94,7 @@ HWY_INLINE void sumPairsAt(const PairedSum<Dst>& sum, const PairedKernel<kTaps>&
     const auto high = hn::InterleaveUpper(d, even, odd);
     unrolled<rows>([&](auto n) {
       constexpr int r = first + n;
-      const auto pair = hn::BitCast(d, hn::Set(d32, kernel.pair(j - r)));
+      const auto pair = kernel.pair(d, j - r);
       V32 unused = hn::Zero(d32);
       lower[r] = hn::ReorderWidenMulAccumulate(d32, low, pair, lower[r], unused);
       upper[r] = hn::ReorderWidenMulAccumulate(d32, high, pair, upper[r], unused);
@@ -129,6 +135,60 @@ void sumPairs(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, cons
   };
   sumPairsAt<kRows>(sum, kernel, padded, 0, sums[0], sizeof(sums[0]));
   for (int r = 0; r < kRows; ++r) std::copy_n(sums[r], count, row(dst, dstStep, r));
+}
+
+// kVectors vectors of sums of windows in one row, where line i is the row moved on by i pixels. In a row of one
+// channel neighbouring elements are pairs as they stand: in lanes of even number they meet taps j and j + 1 of one
+// sum, and taps j - 1 and j of the next. Kernels of even length would reach beyond the last window with that.
+template <int kChannels, int kVectors, int kTaps, class Dst>
+HWY_INLINE void sumWindowsAt(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel,
+                             const std::int16_t* window, Dst* dst) {
+  const hn::ScalableTag<std::int16_t> d;
+  const hn::RepartitionToWide<decltype(d)> d32;
+  using V32 = hn::Vec<decltype(d32)>;
+  constexpr std::ptrdiff_t kLanes = hn::MaxLanes(d);
+  V32 sums[2][kVectors];
+  unrolled<kVectors>([&](auto v) { sums[0][v] = sums[1][v] = hn::Zero(d32); });
+  const auto add = [&](V32& to, auto pairs, std::ptrdiff_t i) {
+    V32 unused = hn::Zero(d32);
+    to = hn::ReorderWidenMulAccumulate(d32, pairs, kernel.pair(d, i), to, unused);
+  };
+  const bool neighbours = kChannels == 1 && kernel.taps() % 2 != 0;
+  for (std::ptrdiff_t j = 0; j < kernel.taps(); j += 2) {
+    unrolled<kVectors>([&](auto v) {
+      const std::int16_t* const at = window + v * kLanes;
+      const auto even = hn::LoadU(d, at + j * kChannels);
+      if (neighbours) {
+        add(sums[0][v], even, j);
+        add(sums[1][v], even, j - 1);
+      } else {
+        const auto odd = hn::LoadU(d, at + std::min(j + 1, kernel.taps() - 1) * kChannels);
+        add(sums[0][v], hn::InterleaveLower(d, even, odd), j);
+        add(sums[1][v], hn::InterleaveUpper(d, even, odd), j);
+      }
+    });
+  }
+  unrolled<kVectors>([&](auto v) {
+    const V32 lower = neighbours ? hn::InterleaveLower(d32, sums[0][v], sums[1][v]) : sums[0][v];
+    const V32 upper = neighbours ? hn::InterleaveUpper(d32, sums[0][v], sums[1][v]) : sums[1][v];
+    sum.store(d, lower, upper, dst + v * kLanes);
+  });
+}
+
+// The sums of a row of `pixels` pixels; the first one's window begins at `window`.
+template <int kChannels, int kTaps, class Dst>
+void sumWindows(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, const std::int16_t* window,
+                std::ptrdiff_t pixels, Dst* dst) {
+  constexpr int kVectors = 2;
+  constexpr std::ptrdiff_t kBlock = kVectors * hn::MaxLanes(hn::ScalableTag<std::int16_t>());
+  const std::ptrdiff_t count = pixels * kChannels;
+  if (count < kBlock)
+    return sumPairs<1>(
+        sum, kernel, [=](std::ptrdiff_t i) { return window + i * kChannels; }, count, dst, 0);
+  for (std::ptrdiff_t next = 0; next < count; next += kBlock) {
+    const std::ptrdiff_t x = std::min(next, count - kBlock);
+    sumWindowsAt<kChannels, kVectors>(sum, kernel, window + x, dst + x);
+  }
 }
 
 // Whether the sums are exact, whatever the elements.

@@ -5,7 +5,7 @@
 // where ext is the row extended by its border. Elements that are no lanes of the sums yet are converted first, a
 // good part of the row at a time, and the border with them. Otherwise the middle of the row is filtered where it
 // stands, and its two ends with their border from the caller's scratch. Where integers are as exact as floats,
-// bytes are summed in 16-bit integers.
+// bytes are summed in 16-bit integers, and 16-bit ones in pairs.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "filter/border.h"
+#include "filter/paired_taps.h"
 #include "filter/pipeline.h"
 #include "filter/taps.h"
 #include "frame/checks.h"
@@ -35,11 +36,11 @@ void convert(const Src* src, std::ptrdiff_t count, Lane* dst) {
 }
 
 // The sums of a row of `pixels` pixels; the first one's window begins at `window`.
-template <class Sum, class Order, class T>
-void sumWindows(const Sum& sum, const Order& order, const T* window, int channels, std::ptrdiff_t pixels,
+template <int kChannels, class Sum, class Order, class T>
+void sumWindows(const Sum& sum, const Order& order, const T* window, std::ptrdiff_t pixels,
                 typename Sum::Dst* dst) {
-  const auto lines = [=](std::ptrdiff_t i) { return window + i * channels; };
-  sumRow<kVectors>(sum, order, lines, pixels * channels, dst);
+  const auto lines = [=](std::ptrdiff_t i) { return window + i * kChannels; };
+  sumRow<kVectors>(sum, order, lines, pixels * kChannels, dst);
 }
 
 // The rows of an image as one operation filters them. Pixels beyond a row are made in `scratch`, before the rest of
@@ -87,7 +88,7 @@ class RowFilter {
     const std::ptrdiff_t left = image_.border.left ? 0 : std::min(widened(before_), width);
     const std::ptrdiff_t right = image_.border.right ? 0 : std::min(widened(behind_), width - left);
     const auto sumSpan = [&](const Src* window, std::ptrdiff_t first, std::ptrdiff_t last) {
-      if (first < last) sumWindows(sum, order, window, kChannels, last - first, dst + first * kChannels);
+      if (first < last) sumWindows<kChannels>(sum, order, window, last - first, dst + first * kChannels);
     };
     Src* rightEnd = scratch + (left == 0 ? 0 : left + before_ + behind_) * kChannels;
     if (left != 0) image_.readRow(y, -before_, left + behind_, scratch);
@@ -118,7 +119,7 @@ class RowFilter {
               chunk + (from - first) * kChannels);
       convert(scratch, (from - first) * kChannels, chunk);
       convert(beyond, (last - to) * kChannels, chunk + (to - first) * kChannels);
-      sumWindows(sum, order, chunk, kChannels, count, dst + x * kChannels);
+      sumWindows<kChannels>(sum, order, chunk, count, dst + x * kChannels);
     }
   }
 
@@ -170,8 +171,11 @@ struct ScaledForm : Form<Src, Dst> {
         return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(sum, order); });
       }
     }
-    withScaledKernel(pKernel, kernelSize, 1.0f / static_cast<float>(divisor),
-                     [&](const auto& order) { run(FloatSum<Dst>{}, order); });
+    const float scale = 1.0f / static_cast<float>(divisor);
+    if constexpr (std::is_same_v<Src, std::int16_t>) {
+      if (fitPairs(pKernel, kernelSize, divisor)) return withPairedKernel<Dst>(pKernel, kernelSize, scale, run);
+    }
+    withScaledKernel(pKernel, kernelSize, scale, [&](const auto& order) { run(FloatSum<Dst>{}, order); });
   }
 };
 using Form8u16s = ScaledForm<std::uint8_t, std::int16_t>;
