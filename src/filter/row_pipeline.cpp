@@ -5,7 +5,7 @@
 // where ext is the row extended by its border. Elements that are no lanes of the sums yet are converted first, a
 // good part of the row at a time, and the border with them. Otherwise the middle of the row is filtered where it
 // stands, and its two ends with their border from the caller's scratch. Where integers are as exact as floats,
-// bytes are summed in 16-bit integers, and 16-bit ones in pairs.
+// bytes are summed in 16-bit integers, and where that is exact too, elements are multiplied in pairs.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -43,6 +43,21 @@ void sumWindows(const Sum& sum, const Order& order, const T* window, std::ptrdif
   sumRow<kVectors>(sum, order, lines, pixels * kChannels, dst);
 }
 
+template <int kChannels, class Dst, int kTaps>
+void sumWindows(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, const std::int16_t* window,
+                std::ptrdiff_t pixels, Dst* dst) {
+  sumPairedWindows<kChannels>(sum, kernel, window, pixels * kChannels, dst, [&] {
+    const auto lines = [=](std::ptrdiff_t i) { return window + i * kChannels; };
+    sumPairs<1>(sum, kernel, lines, pixels * kChannels, dst, 0);
+  });
+}
+template <int kChannels, class Sum, class Order>
+void sumWindows(const Sum& sum, const PairedOrder<Order>& order, const std::uint8_t* window, std::ptrdiff_t pixels,
+                std::int16_t* dst) {
+  sumPairedWindows<kChannels>(sum, order.kernel, window, pixels * kChannels, dst,
+                              [&] { sumWindows<kChannels>(sum, order.ascending, window, pixels, dst); });
+}
+
 // The rows of an image as one operation filters them. Pixels beyond a row are made in `scratch`, before the rest of
 // the row is worked on, and are read after it: a vector that is read while its elements are still on their way to
 // memory one by one has to wait for them.
@@ -59,15 +74,15 @@ class RowFilter {
   void filter(const Sum& sum, const Order& order, std::ptrdiff_t y, typename Sum::Dst* dst, Src* scratch) const {
     using Lane = typename Sum::Lane;
     // Every element meets all taps, so it is converted once and for all: unless the taps are so few that this does
-    // not pay, or so many that the overlap of windows takes more than half the chunk.
+    // not pay, or so many that the overlap of windows takes more than half the chunk. Pairs are of elements.
     constexpr int kFew = std::is_integral_v<Lane> ? 5 : 3;
     constexpr bool kHasFew = Order::kLength != 0 && Order::kLength <= kFew;
-    if constexpr (!std::is_same_v<Src, Lane> && !kHasFew) {
+    constexpr bool kStays = std::is_same_v<Src, Lane> || kHasFew || Order::kPairs;
+    if constexpr (!kStays) {
       if (Order::kLength != 0 || (before_ + behind_) * kChannels <= kChunk / 2)
         return filterConverted(sum, order, y, dst, scratch);
     }
-    if constexpr (std::is_same_v<Src, Lane> || kHasFew || Order::kLength == 0)
-      filterInPlace(sum, order, y, dst, scratch);
+    if constexpr (kStays || Order::kLength == 0) filterInPlace(sum, order, y, dst, scratch);
   }
 
  private:
@@ -164,12 +179,13 @@ struct ScaledForm : Form<Src, Dst> {
   static void withKernel(const std::int16_t* pKernel, int kernelSize, int divisor, const Run& run) {
     if constexpr (sizeof(Src) == 1) {
       const ByteSums sums(pKernel, kernelSize);
-      if (sums.fitWords(divisor))
-        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(LowSum(1), order); });
-      if (sums.fitShift(divisor)) {
-        const ShiftedSum sum = {std::countr_zero(static_cast<unsigned>(divisor))};
-        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(sum, order); });
-      }
+      const auto runWords = [&](const auto& sum) {
+        const bool pairs = fitBytePairs(pKernel, kernelSize);
+        withKernelLength(pKernel, kernelSize,
+                         [&](const auto& order) { pairs ? run(sum, PairedOrder(order)) : run(sum, order); });
+      };
+      if (sums.fitWords(divisor)) return runWords(LowSum(1));
+      if (sums.fitShift(divisor)) return runWords(ShiftedSum{std::countr_zero(static_cast<unsigned>(divisor))});
     }
     const float scale = 1.0f / static_cast<float>(divisor);
     if constexpr (std::is_same_v<Src, std::int16_t>) {
