@@ -1,5 +1,5 @@
-// Sums of 16-bit lines in integers, for kernels and divisors with which they come to what sums in float do: below
-// 2^24 a sum of integers is exact in float, divided by a power of two or not.
+// Sums of lines of 16-bit integers and bytes in integers twice as wide, for kernels and divisors with which they
+// come to what sums in float do: below 2^24 a sum of integers is exact in float, divided by a power of two or not.
 //
 // Two neighbouring lines at a time are interleaved; one instruction multiplies each pair by its two coefficients
 // and adds the products. Four rows of a column share the pairs: lines 0 and 1 meet taps 0 and 1 of row 0, and

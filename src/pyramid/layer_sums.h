@@ -6,11 +6,12 @@
 //   out[x] = kernel[0] * line(0)[x] + kernel[1] * line(1)[x] + ...
 //
 // `emit` gets the tag, the lanes and the place of each vector of results, some of them twice. kLines is the number
-// of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes as
-// sums of neighbouring products, everything else as lines of every second pixel. It may read up to kPairSlack
-// elements behind what it needs of the source and write as many behind the row; pixels of several bytes take
-// scratch for as many bytes as the source has. `next` is where the next row has what the source has of this one: it
-// is asked for bit by bit, so that it arrives from memory while this row is worked on.
+// of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes, and
+// words of one channel with the kernel 1 4 6 4 1, as sums of neighbouring products, everything else as lines of
+// every second pixel. It may read up to kPairSlack elements behind what it needs of the source and write as many
+// behind the row; pixels of several bytes take scratch for as many bytes as the source has. `next` is where the next
+// row has what the source has of this one: it is asked for bit by bit, so that it arrives from memory while this row
+// is worked on.
 #pragma once
 
 #include <algorithm>
@@ -72,98 +73,6 @@ const std::uint8_t* bytePairs(const std::uint8_t* source, std::ptrdiff_t pairs, 
   if constexpr (kChannels == 1) return source;
   pairBytes(source, pairs, scratch);
   return scratch;
-}
-
-// Taps of the longest kernel whose length is known to the compiler.
-constexpr int kMostTaps = 5;
-
-// Every second pixel of a row pass, where sum(d, line) is the sum of lines whose lanes line(i) gives. A pixel of
-// three elements is three lanes of four; the fourth is written over by the next pixel.
-template <int kTaps, int kChannels, class Row, class T, class Sum>
-void halvedRowOfPixels(const T* source, const T* next, std::ptrdiff_t pixels, Row* dst, Sum sum) {
-  static_assert(kTaps <= kMostTaps);
-  const hn::FixedTag<Row, 4> d;
-  std::ptrdiff_t x = 0;
-  if constexpr (kTaps != 0) {
-    // A vector has pixels x and, where there is room, x + part; they move on together, and only two lines are new.
-    const hn::ScalableTag<Row> dParts;
-    constexpr std::ptrdiff_t kParts = kPartsOf<decltype(dParts)>;
-    using V = hn::Vec<decltype(dParts)>;
-    const std::ptrdiff_t part = pixels / kParts;
-    const auto lineAt = [=](std::ptrdiff_t pixel) {
-      return joined(dParts,
-                    [=](std::ptrdiff_t i) { return loadAs(d, source + (pixel + 2 * i * part) * kChannels); });
-    };
-    V first = lineAt(0);
-    V second = lineAt(1);
-    V third = lineAt(2);
-    for (; x < part; ++x) {
-      for (std::ptrdiff_t i = 0; i < kParts; ++i) hwy::Prefetch(next + 2 * (x + i * part) * kChannels);
-      const std::array<V, kMostTaps> lines = {first, second, third, lineAt(2 * x + 3), lineAt(2 * x + 4)};
-      const V sums = sum(dParts, [&](int i) { return lines[static_cast<std::size_t>(i)]; });
-      storeParts(dParts, sums, [=](std::ptrdiff_t i) { return dst + (x + i * part) * kChannels; });
-      first = third;
-      second = lines[3];
-      third = lines[4];
-    }
-    if (kParts == 2 && part > 0) {
-      // The last pixel of the first part wrote over this element.
-      const hn::FixedTag<Row, 1> d1;
-      const T* const at = source + 2 * part * kChannels;
-      hn::StoreU(sum(d1, [=](int i) { return loadAs(d1, at + std::ptrdiff_t{i} * kChannels); }), d1,
-                 dst + part * kChannels);
-    }
-    x = kParts * part;
-  }
-  for (; x < pixels; ++x)
-    hn::StoreU(sum(d, [=](int i) { return loadAs(d, source + (2 * x + i) * kChannels); }), d, dst + x * kChannels);
-}
-
-// The same for floats of one channel. A vector has four pixels in each of its parts. Lines 2 i and 2 i + 1 are the
-// even and the odd elements of the source, moved on by i.
-template <int kTaps, class Sum>
-void halvedRowOfFloats(const float* source, const float* next, std::ptrdiff_t pixels, float* dst, Sum sum) {
-  static_assert(kTaps <= kMostTaps);
-  const hn::ScalableTag<float> d;
-  const hn::FixedTag<float, 4> dPart;
-  constexpr std::ptrdiff_t kParts = kPartsOf<decltype(d)>;
-  using V = hn::Vec<decltype(d)>;
-  const std::ptrdiff_t part = pixels / (4 * kParts) * 4;
-  const auto four = [=](std::ptrdiff_t x) {
-    return joined(d, [=](std::ptrdiff_t i) { return hn::LoadU(dPart, source + x + 2 * i * part); });
-  };
-  V even = pickedFloats<0, 2>(four(0), four(4));
-  V odd = pickedFloats<1, 3>(four(0), four(4));
-  for (std::ptrdiff_t x = 0; x < part; x += 4) {
-    for (std::ptrdiff_t i = 0; i < kParts; ++i) hwy::Prefetch(next + 2 * (x + i * part));
-    const V low = four(2 * x + 8);
-    const V high = four(2 * x + 12);
-    const V nextEven = pickedFloats<0, 2>(low, high);
-    const V nextOdd = pickedFloats<1, 3>(low, high);
-    const std::array<V, kMostTaps> lines = {even, odd, hn::CombineShiftRightLanes<1>(d, nextEven, even),
-                                            hn::CombineShiftRightLanes<1>(d, nextOdd, odd),
-                                            hn::CombineShiftRightLanes<2>(d, nextEven, even)};
-    const V sums = sum(d, [&](int i) { return lines[static_cast<std::size_t>(i)]; });
-    storeParts(d, sums, [=](std::ptrdiff_t i) { return dst + x + i * part; });
-    even = nextEven;
-    odd = nextOdd;
-  }
-  forVectors<float>(kParts * part, pixels, [=](auto dRest, std::ptrdiff_t x) {
-    hn::StoreU(sum(dRest, [=](int i) { return everySecond(dRest, source + 2 * x + i); }), dRest, dst + x);
-  });
-}
-
-template <int kTaps, int kChannels, class Row, class T, class Sum>
-void halvedRowOfLanes(const T* source, const T* next, std::ptrdiff_t pixels, Row* dst, const Sum& sum) {
-  if constexpr (kChannels > 1) {
-    halvedRowOfPixels<kTaps, kChannels>(source, next, pixels, dst, sum);
-  } else if constexpr (std::is_same_v<T, float> && kTaps != 0) {
-    halvedRowOfFloats<kTaps>(source, next, pixels, dst, sum);
-  } else {
-    coverWithVectors<Row>(pixels, [=](auto d, std::ptrdiff_t x) {
-      hn::StoreU(sum(d, [=](int i) { return everySecond(d, source + 2 * x + i); }), d, dst + x);
-    });
-  }
 }
 
 // The left half and the centre of a kernel: copies, where the compiler knows how many, as stores could change what
