@@ -9,9 +9,9 @@
 // of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes, and
 // words of one channel with the kernel 1 4 6 4 1, as sums of neighbouring products, everything else as lines of
 // every second pixel. It may read up to kPairSlack elements behind what it needs of the source and write as many
-// behind the row; pixels of several bytes take scratch for as many bytes as the source has. `next` is where the next
-// row has what the source has of this one: it is asked for bit by bit, so that it arrives from memory while this row
-// is worked on.
+// behind the row; pixels of several bytes take scratch for as many bytes as the source has. `next` is where the
+// next row has what the source has of this one: it is asked for bit by bit, so that it arrives from memory while
+// this row is worked on.
 #pragma once
 
 #include <algorithm>
