@@ -1,5 +1,5 @@
-// Sums of 16-bit lines in integers, for kernels and divisors with which they come to what sums in float do: below
-// 2^24 a sum of integers is exact in float, divided by a power of two or not.
+// Sums of lines of 16-bit integers and bytes in integers twice as wide, for kernels and divisors with which they
+// come to what sums in float do: below 2^24 a sum of integers is exact in float, divided by a power of two or not.
 //
 // Two neighbouring lines at a time are interleaved; one instruction multiplies each pair by its two coefficients
 // and adds the products. Four rows of a column share the pairs: lines 0 and 1 meet taps 0 and 1 of row 0, and
@@ -17,36 +17,55 @@
 
 namespace rvp::n8 {
 
-// A kernel as pairs of coefficients. kTaps is its length, or 0 where that is known at run time only.
-template <int kTaps>
+// A kernel as pairs of coefficients for elements of type T, 16-bit integers or bytes without a sign. kTaps is its
+// length, or 0 where that is known at run time only.
+template <int kTaps, class T = std::int16_t>
 class PairedKernel {
  public:
+  using Src = T;
+  using Pair = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
+  static constexpr int kLength = kTaps;
   static constexpr int kRowGroup = 4;
+  static constexpr bool kPairs = true;
 
   PairedKernel(const std::int16_t* pKernel, int kernelSize) : taps_(kernelSize) {
     const auto tap = [&](int i) -> unsigned {
-      return i < 0 || i >= kernelSize ? 0U : static_cast<std::uint16_t>(pKernel[i]);
+      return i < 0 || i >= kernelSize ? 0U : static_cast<std::make_unsigned_t<T>>(pKernel[i]);
     };
     for (int i = 0; i < kernelSize + 2 * kMargin; ++i)
-      pairs_[i] = static_cast<std::int32_t>(tap(i - kMargin) | tap(i - kMargin + 1) << 16U);
+      std::fill_n(pairs_[i], kCopies,
+                  static_cast<Pair>(tap(i - kMargin) | tap(i - kMargin + 1) << (8 * sizeof(T))));
   }
 
   HWY_INLINE std::ptrdiff_t taps() const { return kTaps == 0 ? taps_ : kTaps; }
 
-  // Coefficients i and i + 1, of which any may lie outside the kernel: by up to one group of rows.
-  HWY_INLINE std::int32_t pair(std::ptrdiff_t i) const { return pairs_[i + kMargin]; }
+  // Adds to `sums` pairs of elements times coefficients i and i + 1, of which any may lie outside the kernel: by up
+  // to one group of rows.
+  template <class V, class Elements>
+  HWY_INLINE void add(V& sums, Elements pairs, std::ptrdiff_t i) const {
+    const hn::DFromV<V> d;
+    const auto both = hn::LoadDup128(d, pairs_[i + kMargin]);
+    if constexpr (sizeof(T) == 1) {
+      sums = hn::Add(sums, multipliedBytePairs(d, pairs, both));
+    } else {
+      V unused = hn::Zero(d);
+      sums = hn::ReorderWidenMulAccumulate(d, pairs, hn::BitCast(hn::DFromV<Elements>(), both), sums, unused);
+    }
+  }
 
  private:
   static constexpr int kMargin = kRowGroup;
+  static constexpr int kCopies = 16 / sizeof(Pair);  // So that a pair takes a single load.
 
   std::ptrdiff_t taps_;
-  std::int32_t pairs_[(kTaps == 0 ? kLongestTable : kTaps) + 2 * kMargin];
+  alignas(16) Pair pairs_[(kTaps == 0 ? kLongestTable : kTaps) + 2 * kMargin][kCopies];
 };
 
 // What becomes of a sum: it is multiplied by `scale`, a power of two or the negative of one, rounded to nearest
 // with ties to even, and saturated.
 template <class T>
 struct PairedSum {
+  using Lane = std::int16_t;
   using Dst = T;
 
   float scale;
@@ -88,10 +107,8 @@ HWY_INLINE void sumPairsAt(const PairedSum<Dst>& sum, const PairedKernel<kTaps>&
     const auto high = hn::InterleaveUpper(d, even, odd);
     unrolled<rows>([&](auto n) {
       constexpr int r = first + n;
-      const auto pair = hn::BitCast(d, hn::Set(d32, kernel.pair(j - r)));
-      V32 unused = hn::Zero(d32);
-      lower[r] = hn::ReorderWidenMulAccumulate(d32, low, pair, lower[r], unused);
-      upper[r] = hn::ReorderWidenMulAccumulate(d32, high, pair, upper[r], unused);
+      kernel.add(lower[r], low, j - r);
+      kernel.add(upper[r], high, j - r);
     });
   };
   constexpr std::integral_constant<int, 0> kFirst;
@@ -129,6 +146,95 @@ void sumPairs(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, cons
   };
   sumPairsAt<kRows>(sum, kernel, padded, 0, sums[0], sizeof(sums[0]));
   for (int r = 0; r < kRows; ++r) std::copy_n(sums[r], count, row(dst, dstStep, r));
+}
+
+// Stores sums that lie in the lower and the upper halves of every 16 bytes of elements.
+template <class Sum, class V>
+HWY_INLINE void storeHalves(const Sum& sum, V lower, V upper, typename Sum::Dst* dst) {
+  const hn::DFromV<V> d;
+  if constexpr (sizeof(hn::TFromD<decltype(d)>) == 4) {
+    sum.store(hn::Repartition<std::int16_t, decltype(d)>(), lower, upper, dst);
+  } else {
+    V sums[2] = {lower, upper};
+    if constexpr (hn::MaxLanes(d) > 8) {
+      sums[0] = hn::ConcatLowerLower(d, upper, lower);
+      sums[1] = hn::ConcatUpperUpper(d, upper, lower);
+    }
+    sum.store(d, sums, dst);
+  }
+}
+
+// Two vectors of sums of windows in one row, where line i is the row moved on by i pixels. In a row of one channel
+// neighbouring elements are pairs as they stand: in lanes of even number they meet taps j and j + 1 of one sum, and
+// taps j - 1 and j of the next. Kernels of even length would reach beyond the last window with that.
+template <int kChannels, class Sum, class Kernel>
+HWY_INLINE void sumWindowsAt(const Sum& sum, const Kernel& kernel, const typename Kernel::Src* window,
+                             typename Sum::Dst* dst) {
+  const hn::ScalableTag<typename Kernel::Src> d;
+  const hn::ScalableTag<typename Kernel::Pair> dSum;
+  using V = hn::Vec<decltype(dSum)>;
+  constexpr int kVectors = 2;
+  constexpr std::ptrdiff_t kLanes = hn::MaxLanes(d);
+  V sums[kVectors][2];
+  unrolled<kVectors>([&](auto v) { sums[v][0] = sums[v][1] = hn::Zero(dSum); });
+  const bool neighbours = kChannels == 1 && kernel.taps() % 2 != 0;
+  for (std::ptrdiff_t j = 0; j < kernel.taps(); j += 2) {
+    unrolled<kVectors>([&](auto v) {
+      const auto* const at = window + v * kLanes;
+      const auto even = hn::LoadU(d, at + j * kChannels);
+      if (neighbours) {
+        kernel.add(sums[v][0], even, j);
+        kernel.add(sums[v][1], even, j - 1);
+      } else {
+        const auto odd = hn::LoadU(d, at + std::min(j + 1, kernel.taps() - 1) * kChannels);
+        kernel.add(sums[v][0], hn::InterleaveLower(d, even, odd), j);
+        kernel.add(sums[v][1], hn::InterleaveUpper(d, even, odd), j);
+      }
+    });
+  }
+  unrolled<kVectors>([&](auto v) {
+    const V lower = neighbours ? hn::InterleaveLower(dSum, sums[v][0], sums[v][1]) : sums[v][0];
+    const V upper = neighbours ? hn::InterleaveUpper(dSum, sums[v][0], sums[v][1]) : sums[v][1];
+    storeHalves(sum, lower, upper, dst + v * kLanes);
+  });
+}
+
+// The sums of a row of `count` elements; the first one's window begins at `window`. Rows that are too short are
+// left to sumShort().
+template <int kChannels, class Sum, class Kernel, class SumShort>
+HWY_INLINE void sumPairedWindows(const Sum& sum, const Kernel& kernel, const typename Kernel::Src* window,
+                                 std::ptrdiff_t count, typename Sum::Dst* dst, const SumShort& sumShort) {
+  constexpr std::ptrdiff_t kBlock = 2 * hn::MaxLanes(hn::ScalableTag<typename Kernel::Src>());
+  if (count < kBlock) return sumShort();
+  for (std::ptrdiff_t next = 0; next < count; next += kBlock) {
+    const std::ptrdiff_t x = std::min(next, count - kBlock);
+    sumWindowsAt<kChannels>(sum, kernel, window + x, dst + x);
+  }
+}
+
+// The order for rows of bytes: in pairs, and ascending where rows are short.
+template <class Order>
+struct PairedOrder {
+  static constexpr int kLength = Order::kLength;
+  static constexpr bool kPairs = true;
+
+  Order ascending;
+  PairedKernel<kLength, std::uint8_t> kernel;
+
+  explicit PairedOrder(const Order& order)
+      : ascending(order), kernel(order.kernel, static_cast<int>(order.taps())) {}
+};
+
+// Whether bytes may be summed in pairs: no sum of two products passes 16 bits.
+inline bool fitBytePairs(const std::int16_t* pKernel, int kernelSize) {
+  constexpr int kMost = 32767 / 255;
+  if (kernelSize > kLongestTable) return false;
+  for (int i = 0, before = 0; i < kernelSize; ++i) {
+    const int magnitude = std::abs(int{pKernel[i]});
+    if (magnitude > 127 || magnitude + before > kMost) return false;
+    before = magnitude;
+  }
+  return true;
 }
 
 // Whether the sums are exact, whatever the elements.

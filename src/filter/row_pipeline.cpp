@@ -5,7 +5,7 @@
 // where ext is the row extended by its border. Elements that are no lanes of the sums yet are converted first, a
 // good part of the row at a time, and the border with them. Otherwise the middle of the row is filtered where it
 // stands, and its two ends with their border from the caller's scratch. Where integers are as exact as floats,
-// bytes are summed in 16-bit integers.
+// bytes are summed in 16-bit integers, and where that is exact too, elements are multiplied in pairs.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "filter/border.h"
+#include "filter/paired_taps.h"
 #include "filter/pipeline.h"
 #include "filter/taps.h"
 #include "frame/checks.h"
@@ -35,11 +36,26 @@ void convert(const Src* src, std::ptrdiff_t count, Lane* dst) {
 }
 
 // The sums of a row of `pixels` pixels; the first one's window begins at `window`.
-template <class Sum, class Order, class T>
-void sumWindows(const Sum& sum, const Order& order, const T* window, int channels, std::ptrdiff_t pixels,
+template <int kChannels, class Sum, class Order, class T>
+void sumWindows(const Sum& sum, const Order& order, const T* window, std::ptrdiff_t pixels,
                 typename Sum::Dst* dst) {
-  const auto lines = [=](std::ptrdiff_t i) { return window + i * channels; };
-  sumRow<kVectors>(sum, order, lines, pixels * channels, dst);
+  const auto lines = [=](std::ptrdiff_t i) { return window + i * kChannels; };
+  sumRow<kVectors>(sum, order, lines, pixels * kChannels, dst);
+}
+
+template <int kChannels, class Dst, int kTaps>
+void sumWindows(const PairedSum<Dst>& sum, const PairedKernel<kTaps>& kernel, const std::int16_t* window,
+                std::ptrdiff_t pixels, Dst* dst) {
+  sumPairedWindows<kChannels>(sum, kernel, window, pixels * kChannels, dst, [&] {
+    const auto lines = [=](std::ptrdiff_t i) { return window + i * kChannels; };
+    sumPairs<1>(sum, kernel, lines, pixels * kChannels, dst, 0);
+  });
+}
+template <int kChannels, class Sum, class Order>
+void sumWindows(const Sum& sum, const PairedOrder<Order>& order, const std::uint8_t* window, std::ptrdiff_t pixels,
+                std::int16_t* dst) {
+  sumPairedWindows<kChannels>(sum, order.kernel, window, pixels * kChannels, dst,
+                              [&] { sumWindows<kChannels>(sum, order.ascending, window, pixels, dst); });
 }
 
 // The rows of an image as one operation filters them. Pixels beyond a row are made in `scratch`, before the rest of
@@ -58,15 +74,15 @@ class RowFilter {
   void filter(const Sum& sum, const Order& order, std::ptrdiff_t y, typename Sum::Dst* dst, Src* scratch) const {
     using Lane = typename Sum::Lane;
     // Every element meets all taps, so it is converted once and for all: unless the taps are so few that this does
-    // not pay, or so many that the overlap of windows takes more than half the chunk.
+    // not pay, or so many that the overlap of windows takes more than half the chunk. Pairs are of elements.
     constexpr int kFew = std::is_integral_v<Lane> ? 5 : 3;
     constexpr bool kHasFew = Order::kLength != 0 && Order::kLength <= kFew;
-    if constexpr (!std::is_same_v<Src, Lane> && !kHasFew) {
+    constexpr bool kStays = std::is_same_v<Src, Lane> || kHasFew || Order::kPairs;
+    if constexpr (!kStays) {
       if (Order::kLength != 0 || (before_ + behind_) * kChannels <= kChunk / 2)
         return filterConverted(sum, order, y, dst, scratch);
     }
-    if constexpr (std::is_same_v<Src, Lane> || kHasFew || Order::kLength == 0)
-      filterInPlace(sum, order, y, dst, scratch);
+    if constexpr (kStays || Order::kLength == 0) filterInPlace(sum, order, y, dst, scratch);
   }
 
  private:
@@ -87,7 +103,7 @@ class RowFilter {
     const std::ptrdiff_t left = image_.border.left ? 0 : std::min(widened(before_), width);
     const std::ptrdiff_t right = image_.border.right ? 0 : std::min(widened(behind_), width - left);
     const auto sumSpan = [&](const Src* window, std::ptrdiff_t first, std::ptrdiff_t last) {
-      if (first < last) sumWindows(sum, order, window, kChannels, last - first, dst + first * kChannels);
+      if (first < last) sumWindows<kChannels>(sum, order, window, last - first, dst + first * kChannels);
     };
     Src* rightEnd = scratch + (left == 0 ? 0 : left + before_ + behind_) * kChannels;
     if (left != 0) image_.readRow(y, -before_, left + behind_, scratch);
@@ -118,7 +134,7 @@ class RowFilter {
               chunk + (from - first) * kChannels);
       convert(scratch, (from - first) * kChannels, chunk);
       convert(beyond, (last - to) * kChannels, chunk + (to - first) * kChannels);
-      sumWindows(sum, order, chunk, kChannels, count, dst + x * kChannels);
+      sumWindows<kChannels>(sum, order, chunk, count, dst + x * kChannels);
     }
   }
 
@@ -163,15 +179,19 @@ struct ScaledForm : Form<Src, Dst> {
   static void withKernel(const std::int16_t* pKernel, int kernelSize, int divisor, const Run& run) {
     if constexpr (sizeof(Src) == 1) {
       const ByteSums sums(pKernel, kernelSize);
-      if (sums.fitWords(divisor))
-        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(LowSum(1), order); });
-      if (sums.fitShift(divisor)) {
-        const ShiftedSum sum = {std::countr_zero(static_cast<unsigned>(divisor))};
-        return withKernelLength(pKernel, kernelSize, [&](const auto& order) { run(sum, order); });
-      }
+      const auto runWords = [&](const auto& sum) {
+        const bool pairs = fitBytePairs(pKernel, kernelSize);
+        withKernelLength(pKernel, kernelSize,
+                         [&](const auto& order) { pairs ? run(sum, PairedOrder(order)) : run(sum, order); });
+      };
+      if (sums.fitWords(divisor)) return runWords(LowSum(1));
+      if (sums.fitShift(divisor)) return runWords(ShiftedSum{std::countr_zero(static_cast<unsigned>(divisor))});
     }
-    withScaledKernel(pKernel, kernelSize, 1.0f / static_cast<float>(divisor),
-                     [&](const auto& order) { run(FloatSum<Dst>{}, order); });
+    const float scale = 1.0f / static_cast<float>(divisor);
+    if constexpr (std::is_same_v<Src, std::int16_t>) {
+      if (fitPairs(pKernel, kernelSize, divisor)) return withPairedKernel<Dst>(pKernel, kernelSize, scale, run);
+    }
+    withScaledKernel(pKernel, kernelSize, scale, [&](const auto& order) { run(FloatSum<Dst>{}, order); });
   }
 };
 using Form8u16s = ScaledForm<std::uint8_t, std::int16_t>;

@@ -192,6 +192,7 @@ class Weights<0, D, Kernel> {
 template <int kTaps, class Coefficients>
 struct AscendingOrder {
   static constexpr int kLength = kTaps;
+  static constexpr bool kPairs = false;
   using Kernel = Coefficients;
 
   // Output rows that are summed together; no more than the kernel has taps.

@@ -94,6 +94,17 @@ HWY_INLINE std::uint32_t byteBits(V v) {
   }
 }
 
+// Of every 16 bytes, floats kFirst and kSecond of `a` and then those of `b`.
+template <int kFirst, int kSecond, class V>
+HWY_INLINE V pickedFloats(V a, V b) {
+  constexpr int kPick = kFirst | kSecond << 2 | kFirst << 4 | kSecond << 6;
+  if constexpr (sizeof(a.raw) == 32) {
+    return V{_mm256_shuffle_ps(a.raw, b.raw, kPick)};
+  } else {
+    return V{_mm_shuffle_ps(a.raw, b.raw, kPick)};
+  }
+}
+
 // Two whole vectors of 32-bit integers, one behind the other, narrowed to the 16-bit type T and saturated.
 template <class T, class V>
 HWY_INLINE auto narrowPair(V low, V high) {

@@ -126,10 +126,9 @@ class Worker {
   void run(Slice slice) {
     if (group_.halving) {
       for (const std::ptrdiff_t y : slice) {
-        filterColumns(std::min<std::ptrdiff_t>(2 * y, job_.srcRoi.height - 1), group_.dstElements,
-                      [dst = row(job_.dst, job_.dstStep, y)](auto d, auto value, std::ptrdiff_t x) {
-                        storePixels(d, value, dst + x);
-                      });
+        filterColumns(std::min<std::ptrdiff_t>(2 * y, job_.srcRoi.height - 1), [&](const auto& lines) {
+          storeColumns(sums_, group_.dstElements, lines, row(job_.dst, job_.dstStep, y));
+        });
       }
       return;
     }
@@ -158,12 +157,14 @@ class Worker {
     const std::ptrdiff_t width = job_.srcRoi.width;
     const std::ptrdiff_t c = group_.centre;
     const std::ptrdiff_t pace = group_.halving ? 2 : 1;
+    const T* const source = row(job_.src, job_.srcStep, y);
+    const T* const next = row(job_.src, job_.srcStep, std::min<std::ptrdiff_t>(y + 1, job_.srcRoi.height - 1));
     const std::ptrdiff_t count =
         group_.halving ? std::min<std::ptrdiff_t>((width + 1) / 2, job_.dstRoi.width) : width;
     const auto filterCopied = [&](std::ptrdiff_t first, std::ptrdiff_t last) {
       T* const copy = part<T>(group_.source);
       copyRow(y, pace * first - c, std::min(pace * last + c, width + c), copy);
-      filterPixels(copy, first, last - first, ringRow(y));
+      filterPixels(copy, next + pace * first * kChannels, first, last - first, ringRow(y));
     };
     const std::ptrdiff_t first = (c + pace - 1) / pace;
     const std::ptrdiff_t last = (width - c - kPairSlack) / pace;
@@ -171,8 +172,8 @@ class Worker {
       filterCopied(0, count);
     } else {
       filterCopied(0, first);
-      filterPixels(row(job_.src, job_.srcStep, y) + (pace * first - c) * kChannels, first, last - first,
-                   ringRow(y));
+      filterPixels(source + (pace * first - c) * kChannels, next + (pace * first - c) * kChannels, first,
+                   last - first, ringRow(y));
       filterCopied(last, count);
     }
     // Rates just below 2 go one pixel beyond the row, where the last one counts.
@@ -180,7 +181,7 @@ class Worker {
       T* const copy = part<T>(group_.source);
       copyRow(y, width - 1 - c, width + c, copy);
       for (std::ptrdiff_t x = count; x < job_.dstRoi.width; ++x)
-        sums_.template rows<kChannels>(copy, kChannels, ringRow(y) + x * kChannels);
+        sums_.template rows<kChannels>(copy, next, kChannels, ringRow(y) + x * kChannels);
     }
   }
 
@@ -201,19 +202,21 @@ class Worker {
     for (std::ptrdiff_t x = last; x < to; ++x) copyPixels(x, 2 * (width - 1) - x, 1);
   }
 
-  // Filters `count` pixels, from pixel `first` of the ring's row on; the source begins with that one's first tap.
-  void filterPixels(const T* source, std::ptrdiff_t first, std::ptrdiff_t count, Row* dst) const {
+  // Filters `count` pixels, from pixel `first` of the ring's row on; the source begins with that one's first tap,
+  // and `next` is about as far in the next row.
+  void filterPixels(const T* source, const T* next, std::ptrdiff_t first, std::ptrdiff_t count, Row* dst) const {
     if (group_.halving) {
-      sums_.template halvedRow<kChannels>(source, count, memory_ + group_.pairs, dst + first * kChannels);
+      sums_.template halvedRow<kChannels>(source, next, count, memory_ + group_.pairs, dst + first * kChannels);
     } else {
-      sums_.template rows<kChannels>(source, count * kChannels, dst + first * kChannels);
+      sums_.template rows<kChannels>(source, next, count * kChannels, dst + first * kChannels);
     }
   }
 
-  // Filters row y down the columns. Rows are asked for in ascending order. All rows that it takes, mirrored ones
-  // too, are among the last ones filtered: no mirrored row lies farther from y than the kernel reaches.
-  template <class Emit>
-  void filterColumns(std::ptrdiff_t y, std::ptrdiff_t count, const Emit& emit) {
+  // Filters row y down the columns, by what filter(lines) does. Rows are asked for in ascending order. All rows
+  // that it takes, mirrored ones too, are among the last ones filtered: no mirrored row lies farther from y than
+  // the kernel reaches.
+  template <class Filter>
+  void filterColumns(std::ptrdiff_t y, const Filter& filter) {
     const std::ptrdiff_t first = std::max<std::ptrdiff_t>(y - group_.centre, 0);
     const std::ptrdiff_t last = std::min<std::ptrdiff_t>(y + group_.centre, job_.srcRoi.height - 1);
     for (nextRow_ = std::max(nextRow_, first); nextRow_ <= last; ++nextRow_) filterRow(nextRow_);
@@ -222,13 +225,11 @@ class Worker {
       lines[i] = ringRow(borderIndex(rvpBorderMirror, y + i - group_.centre, job_.srcRoi.height));
     // Stores could change what lies in memory, for all that the compiler knows, but not a copy.
     if constexpr (Sums::kLines == 0) {
-      sums_.columns(
-          count, [=](int i) { return lines[i]; }, emit);
+      filter([=](int i) { return lines[i]; });
     } else {
       std::array<const Row*, Sums::kLines> copies;
       std::copy_n(lines, Sums::kLines, copies.begin());
-      sums_.columns(
-          count, [=](int i) { return copies[static_cast<std::size_t>(i)]; }, emit);
+      filter([=](int i) { return copies[static_cast<std::size_t>(i)]; });
     }
   }
 
@@ -263,8 +264,10 @@ class Worker {
     if (sampledNumber_[y % 2] == y) return dst;
     sampledNumber_[y % 2] = y;
     Work* const filtered = part<Work>(group_.filtered);
-    filterColumns(y, group_.srcElements,
-                  [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
+    filterColumns(y, [&](const auto& lines) {
+      sums_.columns(group_.srcElements, lines,
+                    [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
+    });
     resample(filtered, dst);
     return dst;
   }
@@ -354,12 +357,9 @@ class Worker {
       });
     } else {
       coverWithVectors<float>(betweenCount_, [&](auto d, std::ptrdiff_t x) {
-        const hn::RebindToSigned<decltype(d)> d32;
-        const hn::Rebind<Work, decltype(d)> dWork;
-        const auto at = hn::LoadU(d32, places + x);
-        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, hn::GatherIndex(dWork, filtered, at)),
-                         asFloat(d, hn::GatherIndex(dWork, filtered + 1, at))),
-                   d, dst + x);
+        const auto samples = neighboursAt(hn::Rebind<Work, decltype(d)>(), filtered, places + x);
+        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, samples.here), asFloat(d, samples.next)), d,
+                   dst + x);
       });
     }
     for (std::ptrdiff_t i = betweenCount_ * kChannels; i < group_.dstElements; ++i)
@@ -368,25 +368,35 @@ class Worker {
 
   // A destination row between two resampled ones. A fraction of 0 with the same row twice copies it.
   void blendRows(const float* first, const float* second, float fraction, T* dst) const {
-    const bool copies = first == second;
-    const auto valueAt = [=](auto d, std::ptrdiff_t x) {
-      const auto here = hn::LoadU(d, first + x);
-      return copies ? here
-                    : hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
-                              hn::Mul(hn::Set(d, 1 - fraction), here));
-    };
-    coverWithVectors<float>(group_.dstElements, [&](auto d, std::ptrdiff_t x) {
-      const auto value = valueAt(d, x);
+    if (first == second) {
+      storeRow([=](auto d, std::ptrdiff_t x) { return hn::LoadU(d, first + x); }, dst);
+    } else {
+      storeRow(
+          [=, rest = 1 - fraction](auto d, std::ptrdiff_t x) {
+            return hn::Add(hn::Mul(hn::Set(d, fraction), hn::LoadU(d, second + x)),
+                           hn::Mul(hn::Set(d, rest), hn::LoadU(d, first + x)));
+          },
+          dst);
+    }
+  }
+
+  // Stores what valueAt(d, x) gives, truncated where it is to be an integer.
+  template <class Value>
+  void storeRow(const Value& valueAt, T* dst) const {
+    coverWithVectors<Work>(group_.dstElements, [=](auto d, std::ptrdiff_t x) {
+      using D = decltype(d);
+      const hn::Rebind<float, D> dFloat;
       if constexpr (std::is_same_v<T, float>) {
-        storePixels(d, value, dst + x);
+        storePixels(d, valueAt(d, x), dst + x);
+      } else if constexpr (sizeof(Work) == 4) {
+        storePixels(d, truncatedInt(valueAt(dFloat, x)), dst + x);
+      } else if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::Repartition<float, D> dHalf;
+        const auto low = truncatedInt(valueAt(dHalf, x));
+        const auto high = truncatedInt(valueAt(dHalf, x + static_cast<std::ptrdiff_t>(hn::Lanes(dHalf))));
+        storePixels(d, narrowPair<Work>(low, high), dst + x);
       } else {
-        const auto whole = truncatedInt(value);
-        const hn::Rebind<Work, decltype(d)> dWork;
-        if constexpr (sizeof(Work) == 2) {
-          storePixels(dWork, hn::DemoteTo(dWork, whole), dst + x);
-        } else {
-          storePixels(dWork, whole, dst + x);
-        }
+        storePixels(d, hn::DemoteTo(d, truncatedInt(valueAt(dFloat, x))), dst + x);
       }
     });
   }

@@ -6,10 +6,12 @@
 //   out[x] = kernel[0] * line(0)[x] + kernel[1] * line(1)[x] + ...
 //
 // `emit` gets the tag, the lanes and the place of each vector of results, some of them twice. kLines is the number
-// of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes as
-// sums of neighbouring products, everything else as lines of every second pixel. It may read up to kPairSlack
-// elements behind what it needs of the source and write as many behind the row; pixels of several bytes take
-// scratch for as many bytes as the source has.
+// of taps where the compiler should know it, else 0. halvedRow makes every second pixel of the row pass: bytes, and
+// words of one channel with the kernel 1 4 6 4 1, as sums of neighbouring products, everything else as lines of
+// every second pixel. It may read up to kPairSlack elements behind what it needs of the source and write as many
+// behind the row; pixels of several bytes take scratch for as many bytes as the source has. `next` is where the
+// next row has what the source has of this one: it is asked for bit by bit, so that it arrives from memory while
+// this row is worked on.
 #pragma once
 
 #include <algorithm>
@@ -54,62 +56,23 @@ void storePixels(D d, hn::Vec<D> value, T* dst) {
   }
 }
 
+// The column pass with its results as pixels.
+template <class Sums, class Lines>
+void storeColumns(const Sums& sums, std::ptrdiff_t count, const Lines& lines, typename Sums::Src* dst) {
+  const auto store = [=](auto d, auto value, std::ptrdiff_t x) { storePixels(d, value, dst + x); };
+  if constexpr (requires { sums.pixels(count, lines, dst, store); }) {
+    sums.pixels(count, lines, dst, store);
+  } else {
+    sums.columns(count, lines, store);
+  }
+}
+
 // Pairs of bytes of neighbouring pixels: where they stand, or in the scratch.
 template <int kChannels>
 const std::uint8_t* bytePairs(const std::uint8_t* source, std::ptrdiff_t pairs, std::uint8_t* scratch) {
   if constexpr (kChannels == 1) return source;
   pairBytes(source, pairs, scratch);
   return scratch;
-}
-
-// Every second pixel of a row pass, where sum(d, line) is the sum of lines whose lanes line(i) gives. A pixel of
-// three elements is three lanes of four; the fourth is written over by the next pixel.
-template <int kTaps, int kChannels, class Row, class T, class Sum>
-void halvedRowOfPixels(const T* source, std::ptrdiff_t pixels, Row* dst, const Sum& sum) {
-  const hn::FixedTag<Row, 4> d;
-  std::ptrdiff_t x = 0;
-  if constexpr (kTaps != 0) {
-    // A vector has pixels x and, where there is room, x + part; they move on together, and only the last two lines
-    // are new.
-    const hn::ScalableTag<Row> dParts;
-    constexpr std::ptrdiff_t kParts = kPartsOf<decltype(dParts)>;
-    const std::ptrdiff_t part = pixels / kParts;
-    const auto lineAt = [=](std::ptrdiff_t pixel) {
-      return joined(dParts,
-                    [=](std::ptrdiff_t i) { return loadAs(d, source + (pixel + 2 * i * part) * kChannels); });
-    };
-    std::array<hn::Vec<decltype(dParts)>, kTaps> lines;
-    for (std::size_t i = 2; i < kTaps; ++i) lines[i] = lineAt(static_cast<std::ptrdiff_t>(i) - 2);
-    for (; x < part; ++x) {
-      for (std::size_t i = 0; i + 2 < kTaps; ++i) lines[i] = lines[i + 2];
-      lines[kTaps - 2] = lineAt(2 * x + kTaps - 2);
-      lines[kTaps - 1] = lineAt(2 * x + kTaps - 1);
-      const auto sums = sum(dParts, [&](int i) { return lines[static_cast<std::size_t>(i)]; });
-      storeParts(dParts, sums, [=](std::ptrdiff_t i) { return dst + (x + i * part) * kChannels; });
-    }
-    if (kParts == 2 && part > 0) {
-      // The last pixel of the first part wrote over this element.
-      const hn::FixedTag<Row, 1> d1;
-      const T* const at = source + 2 * part * kChannels;
-      hn::StoreU(sum(d1, [=](int i) { return loadAs(d1, at + std::ptrdiff_t{i} * kChannels); }), d1,
-                 dst + part * kChannels);
-    }
-    x = kParts * part;
-  }
-  for (; x < pixels; ++x)
-    hn::StoreU(sum(d, [=](int i) { return loadAs(d, source + (2 * x + i) * kChannels); }), d, dst + x * kChannels);
-}
-
-template <int kTaps, int kChannels, class Row, class T, class Sum>
-void halvedRowOfLanes(const T* source, std::ptrdiff_t pixels, Row* dst, const Sum& sum) {
-  if constexpr (kChannels > 1) {
-    halvedRowOfPixels<kTaps, kChannels>(source, pixels, dst, sum);
-  } else {
-    coverWithVectors<Row>(pixels, [=](auto d, std::ptrdiff_t x) {
-      const auto line = [=](int i) { return everySecond(d, source + 2 * x + i); };
-      hn::StoreU(inOrder(d, sum(d, line)), d, dst + x);
-    });
-  }
 }
 
 // The left half and the centre of a kernel: copies, where the compiler knows how many, as stores could change what
@@ -139,7 +102,7 @@ struct ByteSums {
   Taps<kTaps> taps;
 
   template <int kChannels>
-  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src*, std::ptrdiff_t count, Row* dst) const {
     sums<kRowShift>(
         count, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; },
         [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
@@ -149,7 +112,7 @@ struct ByteSums {
     sums<kColumnShift>(count, lines, emit);
   }
   template <int kChannels>
-  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) const {
+  void halvedRow(const Src* source, const Src*, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) const {
     const Src* const pairs = bytePairs<kChannels>(source, pixels + taps.centre(), scratch);
     coverWithVectors<std::int16_t>(pixels * kChannels, [&](auto d, std::ptrdiff_t x) {
       using D = decltype(d);
@@ -237,7 +200,7 @@ struct BinomialByteSums {
   static constexpr int kLines = 5;
 
   template <int kChannels>
-  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src*, std::ptrdiff_t count, Row* dst) const {
     const hn::ScalableTag<Row> d;
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     if (kChannels > 1 || count < 2 * lanes) {
@@ -259,7 +222,7 @@ struct BinomialByteSums {
     });
   }
   template <int kChannels>
-  static void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) {
+  static void halvedRow(const Src* source, const Src*, std::ptrdiff_t pixels, std::uint8_t* scratch, Row* dst) {
     const Src* const pairs = bytePairs<kChannels>(source, pixels + 2, scratch);
     coverWithVectors<Row>(pixels * kChannels, [=](auto d, std::ptrdiff_t x) {
       hn::StoreU(pairSum<kChannels>(d, pairs + 2 * x), d, dst + x);
@@ -300,15 +263,15 @@ struct WordSums {
   Taps<kTaps> taps;
 
   template <int kChannels>
-  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src*, std::ptrdiff_t count, Row* dst) const {
     coverWithVectors<std::int32_t>(count, [&](auto d, std::ptrdiff_t x) {
       hn::StoreU(rowSum(d, [&](int i) { return loadAs(d, source + x + std::ptrdiff_t{i} * kChannels); }), d,
                  dst + x);
     });
   }
   template <int kChannels>
-  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
-    halvedRowOfLanes<kTaps, kChannels>(source, pixels, dst,
+  void halvedRow(const Src* source, const Src* next, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    halvedRowOfLanes<kTaps, kChannels>(source, next, pixels, dst,
                                        [sums = *this](auto d, const auto& line) { return sums.rowSum(d, line); });
   }
 
@@ -346,6 +309,7 @@ struct WordSums {
 
 // Words with the kernel 1 4 6 4 1: the row's value in WordSums is 512 R >> 10 = R >> 1 and the column's, with T the
 // weighted sum of such values, 512 T >> 13 = T >> 4. R is at most 2^20 and T at most 2^23.
+// At rate 2 a pixel is ((T >> 4) + 4) >> 3 = (T + 64) >> 7.
 struct BinomialWordSums {
   using Src = std::uint16_t;
   using Row = std::int32_t;
@@ -353,22 +317,71 @@ struct BinomialWordSums {
   static constexpr int kLines = 5;
 
   template <int kChannels>
-  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src*, std::ptrdiff_t count, Row* dst) const {
     coverWithVectors<Row>(count, [&](auto d, std::ptrdiff_t x) {
       const auto line = [&](int i) { return loadAs(d, source + x + std::ptrdiff_t{i} * kChannels); };
       hn::StoreU(hn::ShiftRight<1>(binomialSum(d, line)), d, dst + x);
     });
   }
   template <int kChannels>
-  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
-    halvedRowOfLanes<kLines, kChannels>(
-        source, pixels, dst, [](auto d, const auto& line) { return hn::ShiftRight<1>(binomialSum(d, line)); });
+  void halvedRow(const Src* source, const Src* next, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    if constexpr (kChannels > 1) {
+      halvedRowOfPixels<kLines, kChannels>(source, next, pixels, dst, [](auto d, const auto& line) {
+        return hn::ShiftRight<1>(binomialSum(d, line));
+      });
+    } else {
+      coverWithVectors<Row>(pixels, [=](auto d, std::ptrdiff_t x) {
+        hn::StoreU(hn::ShiftRight<1>(pairSum(d, source + 2 * x)), d, dst + x);
+      });
+    }
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
-    coverWithVectors<Row>(count, [&](auto d, std::ptrdiff_t x) {
-      emit(d, hn::ShiftRight<4>(binomialSum(d, [&](int i) { return hn::LoadU(d, lines(i) + x); })), x);
-    });
+    coverWithVectors<Row>(count,
+                          [&](auto d, std::ptrdiff_t x) { emit(d, hn::ShiftRight<4>(sum(d, lines, x)), x); });
+  }
+  template <class Lines, class Emit>
+  void pixels(std::ptrdiff_t count, const Lines& lines, Src* dst, const Emit& emit) const {
+    const hn::ScalableTag<Row> d;
+    const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+    if (count < 2 * lanes) return columns(count, lines, emit);
+    const hn::Repartition<std::int16_t, decltype(d)> d16;
+    const hn::RebindToUnsigned<decltype(d16)> dPixel;
+    const auto lessHalf = [&](std::ptrdiff_t x) {
+      return hn::ShiftRight<7>(hn::Add(sum(d, lines, x), hn::Set(d, (1 << 6) - (kHalf << 7))));
+    };
+    for (std::ptrdiff_t next = 0; next < count; next += 2 * lanes) {
+      const std::ptrdiff_t x = std::min(next, count - 2 * lanes);
+      const auto both = hn::BitCast(dPixel, narrowPair<std::int16_t>(lessHalf(x), lessHalf(x + lanes)));
+      hn::StoreU(hn::Xor(both, hn::Set(dPixel, kHalf)), dPixel, dst + x);
+    }
+  }
+
+ private:
+  static constexpr int kHalf = 1 << 15;
+
+  // A sum along the row. Products of pairs want numbers with a sign, so half the range is taken off and added
+  // again; without it a sum is at most 2^19 in magnitude.
+  template <class D>
+  static hn::Vec<D> pairSum(D d, const Src* source) {
+    const hn::Repartition<std::int16_t, D> d16;
+    const hn::RebindToUnsigned<decltype(d16)> dSrc;
+    auto sum = hn::Set(d, 16 * kHalf);
+    const auto add = [&](int i, std::int32_t weights) {
+      const auto pairs = hn::BitCast(d16, hn::Xor(hn::LoadU(dSrc, source + i), hn::Set(dSrc, kHalf)));
+      auto unused = hn::Zero(d);
+      sum = hn::ReorderWidenMulAccumulate(d, pairs, hn::BitCast(d16, hn::Set(d, weights)), sum, unused);
+    };
+    // The weights 1 and 4, 6 and 4, 1 and 0, the first of each in the lower word.
+    add(0, 0x00040001);
+    add(2, 0x00040006);
+    add(4, 0x00000001);
+    return sum;
+  }
+
+  template <class D, class Lines>
+  static hn::Vec<D> sum(D d, const Lines& lines, std::ptrdiff_t x) {
+    return binomialSum(d, [&](int i) { return hn::LoadU(d, lines(i) + x); });
   }
 };
 
@@ -384,10 +397,13 @@ struct FloatSums {
   Taps<kTaps> taps;
 
   template <int kChannels>
-  void rows(const Src* source, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src* next, std::ptrdiff_t count, Row* dst) const {
     columns(
         count, [=](int i) { return source + std::ptrdiff_t{i} * kChannels; },
-        [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, dst + x); });
+        [=](auto d, auto value, std::ptrdiff_t x) {
+          hwy::Prefetch(next + x);
+          hn::StoreU(value, d, dst + x);
+        });
   }
   template <class Lines, class Emit>
   void columns(std::ptrdiff_t count, const Lines& lines, const Emit& emit) const {
@@ -396,8 +412,8 @@ struct FloatSums {
     });
   }
   template <int kChannels>
-  void halvedRow(const Src* source, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
-    halvedRowOfLanes<kTaps, kChannels>(source, pixels, dst, sumOf());
+  void halvedRow(const Src* source, const Src* next, std::ptrdiff_t pixels, std::uint8_t*, Row* dst) const {
+    halvedRowOfLanes<kTaps, kChannels>(source, next, pixels, dst, sumOf());
   }
 
  private:

@@ -491,6 +491,19 @@ TEST(PipelineValues, AreTheStatedOnes) {
   EXPECT_EQ(rvpiFilterColumnPipeline_16s_C1R(leastRows, &result, 2, {1, 1}, wide, 2, 1, buffer), rvpStatusOk);
   EXPECT_EQ(result, -32768);
 
+  // Neighbouring products whose sum is the largest in 16 bits, and the next, in whole vectors.
+  const std::vector<uint8_t> whiteBytes(100, 255);
+  for (const auto& taps : std::vector<std::array<int16_t, 3>>{
+           {64, 64, 64}, {64, 65, 64}, {127, 1, 127}, {126, 3, 126}, {128, 0, 128}, {0, 1, 128}}) {
+    std::vector<int16_t> halved(100, 77);
+    int16_t* halvedRow = halved.data();
+    EXPECT_EQ(rvpiFilterRowBorderPipeline_8u16s_C1R(whiteBytes.data(), 100, &halvedRow, {100, 1}, taps.data(), 3, 1,
+                                                    rvpBorderRepl, 0, 2, buffer),
+              rvpStatusOk);
+    const auto sum = static_cast<int16_t>(std::lrint((taps[0] + taps[1] + taps[2]) * 255 / 2.0));
+    EXPECT_EQ(halved, std::vector<int16_t>(100, sum)) << taps[1];
+  }
+
   // Sums beyond 32 bits on both sides, in whole vectors.
   const std::vector<uint16_t> white(40, 65535);
   for (const int16_t tap : {int16_t{INT16_MIN}, int16_t{INT16_MAX}}) {
