@@ -75,6 +75,8 @@ struct Detector {
   // their first and their last pixel.
   template <class D, class V>
   HWY_INLINE void findArcs(D d, const std::uint8_t* centre, V& bright, V& dark) const {
+    // Loops over half of the longest circle are longer than those that the compiler unrolls by itself.
+    static_assert(kHalf / 2 <= 13);
     for (int half = 0; half < 2; ++half) {
       const auto at = [&](int i) { return hn::LoadU(d, centre + offsets[half * kHalf + i]); };
       V restDarkest[kHalf / 2];
@@ -85,6 +87,7 @@ struct Detector {
         darkest = hn::Min(darkest, v);
         brightest = hn::Max(brightest, v);
       };
+#pragma GCC unroll 13
       for (int i = kHalf - 2; i >= 0; i -= 2) {
         restDarkest[i / 2] = darkest;
         restBrightest[i / 2] = brightest;
@@ -94,6 +97,7 @@ struct Detector {
       }
       darkest = brightest = at(kHalf);
       for (int i = kHalf + 1; i < arcLength; ++i) take(at(i));
+#pragma GCC unroll 13
       for (int i = 0; i < kHalf; i += 2) {
         const V first = at(i);
         const V last = at(i + arcLength);
