@@ -8,6 +8,7 @@
 #include "features/fastn.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -21,15 +22,38 @@ namespace {
 constexpr std::uint8_t kBright = 64;
 constexpr std::uint8_t kDark = 128;
 
+// Pairs of opposite pixels, by their first one, in an order that spreads the first few of them over the circle:
+// that of the numbers with their bits turned round.
+template <int kPairs>
+constexpr std::array<int, kPairs> spreadPairs() {
+  constexpr unsigned kBits = 5;
+  static_assert(kPairs <= 1 << kBits);
+  std::array<int, kPairs> order = {};
+  bool taken[kPairs] = {};
+  std::size_t count = 0;
+  for (unsigned k = 0; k < 1U << kBits; ++k) {
+    unsigned turned = 0;
+    for (unsigned bit = 0; bit < kBits; ++bit) turned |= (k >> bit & 1U) << (kBits - 1 - bit);
+    const unsigned pair = turned * kPairs >> kBits;
+    if (taken[pair]) continue;
+    taken[pair] = true;
+    order[count++] = static_cast<int>(pair);
+  }
+  return order;
+}
+
 // What the detector needs of the block, and of one image. kLength is the circle's, which lets loops over it unroll.
 template <int kLength>
 struct Detector {
+  static constexpr int kHalf = kLength / 2;
+  static constexpr std::array<int, kHalf> kPairs = spreadPairs<kHalf>();
   const std::uint8_t* src;
   int srcStep;
   int radius;
   int arcLength;
   std::uint8_t threshold;
-  std::ptrdiff_t offsets[kLength];
+  // Twice round the circle: the longest arc ends less than two circles on.
+  std::ptrdiff_t offsets[2 * kLength];
 
   Detector(const FastNBlock& block, const std::uint8_t* image, int step)
       : src(image),
@@ -39,33 +63,53 @@ struct Detector {
         // No difference of two pixels is greater than 255.
         threshold(static_cast<std::uint8_t>(std::clamp(block.thresholdInt, 0, 255))) {
     const RvpiPoint* points = circleOf(block.circleRadius).points;
-    for (int i = 0; i < kLength; ++i) offsets[i] = static_cast<std::ptrdiff_t>(points[i].y) * step + points[i].x;
+    for (int i = 0; i < kLength; ++i) {
+      offsets[i] = static_cast<std::ptrdiff_t>(points[i].y) * step + points[i].x;
+      offsets[i + kLength] = offsets[i];
+    }
   }
 
-  // The best arc's worst value, `inner` telling the worse and `outer` the better of two. An arc that begins in one
-  // half of the circle is the rest of that half, and what follows it: the first is looked up, the second grows
-  // along as the beginning moves on. Arcs from i and from i + 1 on share all but their first and their last pixel.
-  template <class V, class Inner, class Outer>
-  HWY_INLINE V bestArc(const V* values, const Inner& inner, const Outer& outer) const {
-    constexpr int kHalf = kLength / 2;
-    V best = values[0];
+  // The darkest pixel of the arc whose darkest is brightest, and the brightest of the arc whose brightest is
+  // darkest. An arc that begins in one half of the circle is the rest of that half, and what follows it: the first
+  // is looked up, the second grows along as the beginning moves on. Arcs from i and from i + 1 on share all but
+  // their first and their last pixel.
+  template <class D, class V>
+  HWY_INLINE void findArcs(D d, const std::uint8_t* centre, V& bright, V& dark) const {
+    // Loops over half of the longest circle are longer than those that the compiler unrolls by itself.
+    static_assert(kHalf / 2 <= 13);
     for (int half = 0; half < 2; ++half) {
-      const int begin = half * kHalf;
-      // The end of the longest arc lies less than two circles on.
-      const auto at = [&](int k) { return values[begin + k < kLength ? begin + k : begin + k - kLength]; };
-      V rests[kHalf / 2];
-      rests[kHalf / 2 - 1] = at(kHalf - 1);
-      for (int i = kHalf - 4; i >= 0; i -= 2) rests[i / 2] = inner(rests[i / 2 + 1], inner(at(i + 1), at(i + 2)));
-      V following = at(kHalf);
-      for (int i = kHalf + 1; i < arcLength; ++i) following = inner(following, at(i));
+      const auto at = [&](int i) { return hn::LoadU(d, centre + offsets[half * kHalf + i]); };
+      V restDarkest[kHalf / 2];
+      V restBrightest[kHalf / 2];
+      V darkest = at(kHalf - 1);
+      V brightest = darkest;
+      const auto take = [&](V v) {
+        darkest = hn::Min(darkest, v);
+        brightest = hn::Max(brightest, v);
+      };
+#pragma GCC unroll 13
+      for (int i = kHalf - 2; i >= 0; i -= 2) {
+        restDarkest[i / 2] = darkest;
+        restBrightest[i / 2] = brightest;
+        if (i == 0) break;
+        take(at(i));
+        take(at(i - 1));
+      }
+      darkest = brightest = at(kHalf);
+      for (int i = kHalf + 1; i < arcLength; ++i) take(at(i));
+#pragma GCC unroll 13
       for (int i = 0; i < kHalf; i += 2) {
-        const V end = at(i + arcLength);
-        const V better = inner(inner(rests[i / 2], following), outer(at(i), end));
-        best = half == 0 && i == 0 ? better : outer(best, better);
-        following = inner(following, inner(end, at(i + 1 + arcLength)));
+        const V first = at(i);
+        const V last = at(i + arcLength);
+        const V arcBright = hn::Min(hn::Min(restDarkest[i / 2], darkest), hn::Max(first, last));
+        const V arcDark = hn::Max(hn::Max(restBrightest[i / 2], brightest), hn::Min(first, last));
+        const bool isFirst = half == 0 && i == 0;
+        bright = isFirst ? arcBright : hn::Max(bright, arcBright);
+        dark = isFirst ? arcDark : hn::Min(dark, arcDark);
+        take(last);
+        take(at(i + 1 + arcLength));
       }
     }
-    return best;
   }
 
   // Classes and scores of a group of pixels from `centre` on; false if none is a corner.
@@ -76,50 +120,40 @@ struct Detector {
     const V t = hn::Set(d, threshold);
     const V upper = hn::SaturatedAdd(c, t);
     const V lower = hn::SaturatedSub(c, t);
-    constexpr int kHalf = kLength / 2;
     // The darkest of the pairs' brighter pixels, and the other way round.
     V bright = hn::Set(d, std::uint8_t{255});
     V dark = hn::Zero(d);
-    const auto pair = [&](int i) {
-      const V a = hn::LoadU(d, centre + offsets[i]);
-      const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
-      bright = hn::Min(bright, hn::Max(a, b));
-      dark = hn::Max(dark, hn::Min(a, b));
+    int tested = 0;
+    const auto test = [&](int pairs) {
+      for (; tested < pairs; ++tested) {
+        const int i = kPairs[static_cast<std::size_t>(tested)];
+        const V a = hn::LoadU(d, centre + offsets[i]);
+        const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
+        bright = hn::Min(bright, hn::Max(a, b));
+        dark = hn::Max(dark, hn::Min(a, b));
+      }
     };
     const auto none = [&](V v) { return hn::AllTrue(d, hn::Eq(v, hn::Zero(d))); };
     const auto isOver = [&] {
       return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
     };
-    pair(0);
-    pair(kHalf / 2);
+    test(2);
     if (isOver()) return false;
-    pair(kHalf / 4);
-    pair(kHalf - kHalf / 4);
+    test(4);
     if (isOver()) return false;
     // The larger the circle, the more its arcs cost beside its pairs.
     if constexpr (kLength > 16) {
-      for (int i = kHalf / 8; i < kHalf; i += kHalf / 4) pair(i);
+      test(8);
       if (isOver()) return false;
     }
     if constexpr (kLength > 40) {
-      for (int i = kHalf / 16; i < kHalf; i += kHalf / 8) pair(i);
+      test(16);
       if (isOver()) return false;
     }
 
-    V values[kLength];
-    for (int i = 0; i < kLength; ++i) values[i] = hn::LoadU(d, centre + offsets[i]);
-    const auto lesser = [](V a, V b) { return hn::Min(a, b); };
-    const auto greater = [](V a, V b) { return hn::Max(a, b); };
-    V brightExcess = hn::Zero(d);
-    V darkExcess = hn::Zero(d);
-    if (!none(hn::SaturatedSub(bright, upper))) {
-      bright = bestArc(values, lesser, greater);
-      brightExcess = hn::SaturatedSub(bright, upper);
-    }
-    if (!none(hn::SaturatedSub(lower, dark))) {
-      dark = bestArc(values, greater, lesser);
-      darkExcess = hn::SaturatedSub(lower, dark);
-    }
+    findArcs(d, centre, bright, dark);
+    const V brightExcess = hn::SaturatedSub(bright, upper);
+    const V darkExcess = hn::SaturatedSub(lower, dark);
     if (none(hn::Or(brightExcess, darkExcess))) return false;
     const auto isBright = hn::Ne(brightExcess, hn::Zero(d));
     const auto isDark = hn::Ne(darkExcess, hn::Zero(d));

@@ -136,7 +136,7 @@ class BitLines {
   // A row is read with its border, so there is nothing to widen.
   Slice core(std::ptrdiff_t first, std::ptrdiff_t last) const { return {first, last}; }
   void widen(Word*, std::ptrdiff_t, std::ptrdiff_t) const {}
-  static Word* place(Word* line, std::ptrdiff_t) { return line; }
+  static constexpr std::ptrdiff_t wordsBefore(std::ptrdiff_t) { return 0; }
 
   Span read(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, Word* scratch) const {
     const bool rowInMemory = (y < 0 && border_.top) || (y >= size_.height && border_.bottom);
@@ -165,13 +165,18 @@ class BitLines {
   static void combine(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
     combineSpans<Lanes, LineEnd::padded>(spans, count, wordsOf(columns), line);
   }
-  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line,
-                           std::ptrdiff_t lines, std::ptrdiff_t step) {
-    combineSpans<Lanes, LineEnd::padded>(spans, count, (lines - 1) * step + wordsOf(columns), line);
+  static void combineFour(Span from, std::ptrdiff_t apart, std::ptrdiff_t columns, Word* line, std::ptrdiff_t lines,
+                          std::ptrdiff_t step) {
+    const Span spans[] = {from, at(from, apart), at(from, 2 * apart), at(from, 3 * apart)};
+    combineSpans<Lanes, LineEnd::padded>(spans, 4, (lines - 1) * step + wordsOf(columns), line);
   }
-  static void slideRows(const Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs, std::ptrdiff_t columns,
-                        Word* lines, std::ptrdiff_t step) {
-    windowsOfRows<Lanes, LineEnd::padded>(rows, height, outputs, wordsOf(columns), lines, step);
+  static void collectUp(Span below, const Span* rows, std::ptrdiff_t count, std::ptrdiff_t columns, Word* lines,
+                        std::ptrdiff_t step) {
+    collectUpwards<Lanes, LineEnd::padded>(below, rows, count, wordsOf(columns), lines, step);
+  }
+  static void collectDown(Span above, const Span* rows, std::ptrdiff_t count, std::ptrdiff_t columns,
+                          const Word* from, Word* lines, std::ptrdiff_t step, Word* last) {
+    collectDownwards<Lanes, LineEnd::padded>(above, rows, count, wordsOf(columns), from, lines, step, last);
   }
   void emit(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t columns, const Span* spans, std::ptrdiff_t count,
             Word* scratch) const {

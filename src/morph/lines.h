@@ -159,49 +159,124 @@ void combineSpans(const typename Lanes::Span* spans, std::ptrdiff_t count, std::
       });
 }
 
-// The windows of `height` rows that begin at rows 0 to `outputs` - 1, at most `height` of them, after van Herk: the
-// minima from each row down to row height - 1, and then those with the running minimum of the rows behind it.
-// Window i goes to line i of `lines`, which are `step` words apart and none of the rows.
-template <class Lanes, LineEnd kEnd>
-void windowsOfRows(const typename Lanes::Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs,
-                   std::ptrdiff_t n, typename Lanes::Word* lines, std::ptrdiff_t step) {
+// The vector that begins kBytes behind `low`, whose next one is `high`.
+template <std::size_t kBytes, class D, class V>
+HWY_INLINE V shifted(D d, V low, V high) {
+  constexpr std::size_t kBlock = 16;
+  constexpr std::size_t kVector = hn::MaxLanes(d) * sizeof(hn::TFromD<D>);
+  static_assert(kBytes > 0 && kBytes <= kVector);
+  if constexpr (kBytes == kVector) {
+    return high;
+  } else if constexpr (kVector == kBlock) {
+    return hn::CombineShiftRightBytes<kBytes>(d, high, low);
+  } else {
+    const V middle = hn::ConcatLowerUpper(d, high, low);
+    if constexpr (kBytes < kBlock) {
+      return hn::CombineShiftRightBytes<kBytes>(d, middle, low);
+    } else if constexpr (kBytes > kBlock) {
+      return hn::CombineShiftRightBytes<kBytes - kBlock>(d, high, middle);
+    } else {
+      return middle;
+    }
+  }
+}
+
+// dst[x] = minimum or maximum of the pairs p[x] and p[x + 2 apart], where p[x] is that of from[x] and from[x +
+// apart], for padded lines. A pair that is not far is taken from the pairs already in registers, as every other
+// load that is not aligned meets the end of a cache line. kApart is `apart` where it is known so early, and 0
+// elsewhere.
+template <class Lanes, std::size_t kApart>
+void combineFourApart(const typename Lanes::Word* from, std::ptrdiff_t apart, std::ptrdiff_t n,
+                      typename Lanes::Word* dst) {
   using Word = typename Lanes::Word;
-  forLine<kEnd, Word>(
+  using Group = LineGroup<Lanes>;
+  constexpr auto kLanes = Group::kLanes;
+  constexpr std::size_t kShift = 2 * kApart * sizeof(Word);
+  const auto pair = [=](std::ptrdiff_t x) {
+    return Lanes::of(Lanes::load(Group::kTag, from, x), Lanes::load(Group::kTag, from, x + apart));
+  };
+  const auto pairs = [=](std::ptrdiff_t x) -> Group {
+    return {pair(x), pair(x + kLanes), pair(x + 2 * kLanes), pair(x + 3 * kLanes)};
+  };
+  const auto one = [=](auto d, std::ptrdiff_t x) {
+    hn::StoreU(Lanes::of(pair(x), pair(x + 2 * apart)), d, dst + x);
+  };
+  if constexpr (kShift > 0 && kShift <= kLanes * sizeof(Word)) {
+    auto next = pair(0);
+    forLine<LineEnd::padded, Word>(
+        n,
+        [&](std::ptrdiff_t x) {
+          constexpr auto d = Group::kTag;
+          Group group = {next, pair(x + kLanes), pair(x + 2 * kLanes), pair(x + 3 * kLanes)};
+          next = pair(x + 4 * kLanes);
+          group.take({shifted<kShift>(d, group.v0, group.v1), shifted<kShift>(d, group.v1, group.v2),
+                      shifted<kShift>(d, group.v2, group.v3), shifted<kShift>(d, group.v3, next)});
+          group.store(dst, x);
+        },
+        one);
+  } else {
+    forLine<LineEnd::padded, Word>(
+        n,
+        [=](std::ptrdiff_t x) {
+          auto group = pairs(x);
+          group.take(pairs(x + 2 * apart));
+          group.store(dst, x);
+        },
+        one);
+  }
+}
+
+// Upper parts of windows, after van Herk: line i of `lines`, which are `step` words apart, gets the minima from row
+// i of `count` down to the last one and of what `below` has of the rows under it.
+template <class Lanes, LineEnd kEnd>
+void collectUpwards(typename Lanes::Span below, const typename Lanes::Span* rows, std::ptrdiff_t count,
+                    std::ptrdiff_t n, typename Lanes::Word* lines, std::ptrdiff_t step) {
+  forLine<kEnd, typename Lanes::Word>(
       n,
       [&](std::ptrdiff_t x) {
-        using Group = LineGroup<Lanes>;
-        auto suffix = Group::load(rows[height - 1], x);
-        suffix.store(lines + (height - 1) * step, x);
-        for (std::ptrdiff_t i = height - 2; i >= 0; --i) {
-          suffix.take(Group::load(rows[i], x));
-          suffix.store(lines + i * step, x);
-        }
-        if (outputs == 1) return;
-        auto prefix = Group::load(rows[height], x);
-        for (std::ptrdiff_t i = 1;; ++i) {
-          Word* line = lines + i * step;
-          auto window = Group::load(typename Lanes::Span{line}, x);
-          window.take(prefix);
-          window.store(line, x);
-          if (i == outputs - 1) return;
-          prefix.take(Group::load(rows[height + i], x));
+        auto group = LineGroup<Lanes>::load(below, x);
+        for (std::ptrdiff_t i = count - 1; i >= 0; --i) {
+          group.take(LineGroup<Lanes>::load(rows[i], x));
+          group.store(lines + i * step, x);
         }
       },
       [&](auto d, std::ptrdiff_t x) {
-        auto suffix = Lanes::load(d, rows[height - 1], x);
-        hn::StoreU(suffix, d, lines + (height - 1) * step + x);
-        for (std::ptrdiff_t i = height - 2; i >= 0; --i) {
-          suffix = Lanes::of(suffix, Lanes::load(d, rows[i], x));
-          hn::StoreU(suffix, d, lines + i * step + x);
+        auto v = Lanes::load(d, below, x);
+        for (std::ptrdiff_t i = count - 1; i >= 0; --i) {
+          v = Lanes::of(v, Lanes::load(d, rows[i], x));
+          hn::StoreU(v, d, lines + i * step + x);
         }
-        if (outputs == 1) return;
-        auto prefix = Lanes::load(d, rows[height], x);
-        for (std::ptrdiff_t i = 1;; ++i) {
-          Word* line = lines + i * step + x;
-          hn::StoreU(Lanes::of(hn::LoadU(d, line), prefix), d, line);
-          if (i == outputs - 1) return;
-          prefix = Lanes::of(prefix, Lanes::load(d, rows[height + i], x));
+      });
+}
+
+// Windows from their upper parts, in the lines of `from`, and their lower parts: those have what `above` has of
+// rows further up and one more of `count` rows each. The windows go to `lines`, the last lower part to `last`; none
+// of these is an operand. Lines are `step` words apart.
+template <class Lanes, LineEnd kEnd>
+void collectDownwards(typename Lanes::Span above, const typename Lanes::Span* rows, std::ptrdiff_t count,
+                      std::ptrdiff_t n, const typename Lanes::Word* from, typename Lanes::Word* lines,
+                      std::ptrdiff_t step, typename Lanes::Word* last) {
+  using Span = typename Lanes::Span;
+  forLine<kEnd, typename Lanes::Word>(
+      n,
+      [&](std::ptrdiff_t x) {
+        using Group = LineGroup<Lanes>;
+        auto group = Group::load(above, x);
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+          group.take(Group::load(rows[i], x));
+          auto window = Group::load(Span{from + i * step}, x);
+          window.take(group);
+          window.store(lines + i * step, x);
         }
+        group.store(last, x);
+      },
+      [&](auto d, std::ptrdiff_t x) {
+        auto v = Lanes::load(d, above, x);
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+          v = Lanes::of(v, Lanes::load(d, rows[i], x));
+          hn::StoreU(Lanes::of(hn::LoadU(d, from + i * step + x), v), d, lines + i * step + x);
+        }
+        hn::StoreU(v, d, last + x);
       });
 }
 
@@ -246,7 +321,8 @@ class PixelLines {
   static Span at(Span span, std::ptrdiff_t columns) { return span + columns * kChannels; }
   static Span below(Span span, std::ptrdiff_t words) { return span + words; }
 
-  static Word* place(Word* line, std::ptrdiff_t columns) { return line + columns * kChannels; }
+  // Words of a line before its core, of so many columns.
+  static constexpr std::ptrdiff_t wordsBefore(std::ptrdiff_t columns) { return columns * kChannels; }
 
   // Columns `first` to `last` - 1 of row y, where they are or in `scratch`.
   Span read(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, Word* scratch) const {
@@ -273,16 +349,31 @@ class PixelLines {
   static void combine(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
     combineSpans<Lanes, LineEnd::exact>(spans, count, columns * kChannels, line);
   }
-  // For spans of padded lines, behind or at `line`, and of as many lines behind it, `step` words apart. What lies
-  // between those is spoilt.
-  static void combineAhead(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line,
-                           std::ptrdiff_t lines, std::ptrdiff_t step) {
-    combineSpans<Lanes, LineEnd::padded>(spans, count, (lines - 1) * step + columns * kChannels, line);
+  // The combination of four spans, `apart` columns from each other and the first one at `from`: of padded lines,
+  // behind or at `line`, and of as many lines behind it, `step` words apart. What lies between those is spoilt.
+  static void combineFour(Span from, std::ptrdiff_t apart, std::ptrdiff_t columns, Word* line, std::ptrdiff_t lines,
+                          std::ptrdiff_t step) {
+    const std::ptrdiff_t n = (lines - 1) * step + columns * kChannels;
+    const std::ptrdiff_t words = apart * kChannels;
+    switch (apart) {
+      case 1:
+        return combineFourApart<Lanes, kChannels>(from, words, n, line);
+      case 4:
+        return combineFourApart<Lanes, 4 * kChannels>(from, words, n, line);
+      case 16:
+        return combineFourApart<Lanes, 16 * kChannels>(from, words, n, line);
+      default:
+        return combineFourApart<Lanes, 0>(from, words, n, line);
+    }
   }
-  // See windowsOfRows.
-  static void slideRows(const Span* rows, std::ptrdiff_t height, std::ptrdiff_t outputs, std::ptrdiff_t columns,
-                        Word* lines, std::ptrdiff_t step) {
-    windowsOfRows<Lanes, LineEnd::exact>(rows, height, outputs, columns * kChannels, lines, step);
+  // See collectUpwards and collectDownwards.
+  static void collectUp(Span below, const Span* rows, std::ptrdiff_t count, std::ptrdiff_t columns, Word* lines,
+                        std::ptrdiff_t step) {
+    collectUpwards<Lanes, LineEnd::exact>(below, rows, count, columns * kChannels, lines, step);
+  }
+  static void collectDown(Span above, const Span* rows, std::ptrdiff_t count, std::ptrdiff_t columns,
+                          const Word* from, Word* lines, std::ptrdiff_t step, Word* last) {
+    collectDownwards<Lanes, LineEnd::exact>(above, rows, count, columns * kChannels, from, lines, step, last);
   }
   // Into the destination, from column x of row y on.
   void emit(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t columns, const Span* spans, std::ptrdiff_t count,

@@ -67,6 +67,11 @@ struct Keys {
       return hn::Not(key);
     }
   }
+  static Key fromElement(Key element) {
+    if constexpr (std::is_signed_v<Key>)
+      element ^= (element >> std::numeric_limits<Key>::digits) & std::numeric_limits<Key>::max();
+    return kMorph == Morph::dilate ? element : static_cast<Key>(~element);
+  }
   template <class D>
   HWY_INLINE static auto toElements(D d, const Key* keys) {
     const auto key = hn::LoadU(d, keys);
@@ -95,7 +100,7 @@ class Runs {
   using V = hn::VFromD<D>;
   using Key = hn::TFromD<D>;
   static constexpr std::ptrdiff_t kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(D()));
-  static_assert(kLanes == 1 || kLanes * sizeof(Key) == 16);
+  static_assert(kLanes * sizeof(Key) == 16);
 
   HWY_INLINE static V clamp(V c, V low, V high) { return hn::Min(hn::Max(c, low), high); }
 
@@ -108,15 +113,11 @@ class Runs {
   // The value that arrives behind a vector, in all lanes.
   template <bool kRightwards>
   HWY_INLINE static V lastOf(V values) {
-    if constexpr (kLanes == 1) {
-      return values;
-    } else {
-      constexpr D d;
-      const hn::Repartition<std::uint8_t, D> d8;
-      constexpr int kFirstByte = kRightwards ? 16 - static_cast<int>(sizeof(Key)) : 0;
-      const auto bytes = hn::Add(hn::And(hn::Iota(d8, 0), hn::Set(d8, sizeof(Key) - 1)), hn::Set(d8, kFirstByte));
-      return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, values), bytes));
-    }
+    constexpr D d;
+    const hn::Repartition<std::uint8_t, D> d8;
+    constexpr int kFirstByte = kRightwards ? 16 - static_cast<int>(sizeof(Key)) : 0;
+    const auto bytes = hn::Add(hn::And(hn::Iota(d8, 0), hn::Set(d8, sizeof(Key) - 1)), hn::Set(d8, kFirstByte));
+    return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, values), bytes));
   }
 
  private:
@@ -282,14 +283,38 @@ class Reconstruction {
   // that values never fall brings every call to an end, even one whose images overlap.
   template <bool kRightwards, bool kFirst>
   Columns spread(std::ptrdiff_t y, Columns columns) const {
-    return width_ < Runs<Vector>::kLanes ? spreadBy<Single, kRightwards, kFirst>(y, columns)
-                                         : spreadBy<Vector, kRightwards, kFirst>(y, columns);
+    // Two keys of 64 bits cost more side by side than one by one: their minima are not a single instruction.
+    if constexpr (sizeof(Key) < sizeof(std::int64_t)) {
+      if (width_ >= Runs<Vector>::kLanes) return spreadVectors<kRightwards, kFirst>(y, columns);
+    }
+    return spreadSingly<kRightwards, kFirst>(y, columns);
   }
 
-  template <class D, bool kRightwards, bool kFirst>
-  Columns spreadBy(std::ptrdiff_t y, Columns columns) const {
-    constexpr D d;
-    constexpr std::ptrdiff_t kLanes = Runs<D>::kLanes;
+  template <bool kRightwards, bool kFirst>
+  Columns spreadSingly(std::ptrdiff_t y, Columns columns) const {
+    constexpr std::ptrdiff_t kStep = kRightwards ? 1 : -1;
+    Key* const here = values(y);
+    const Key* const limit = limits(y);
+    std::ptrdiff_t x = kRightwards ? columns.first : columns.last - 1;
+    const std::ptrdiff_t before = x - kStep;
+    Key carry = before >= 0 && before < width_ ? here[before] : std::numeric_limits<Key>::lowest();
+    for (; x >= 0 && x < width_; x += kStep) {
+      const Key old = here[x];
+      const Key high = K::fromElement(limit[x]);
+      // Two steps from `carry`, the last to be known, to the next one.
+      const Key low = kFirst ? std::min(old, high) : old;
+      carry = std::max(std::min(carry, high), low);
+      if (!kFirst && carry == old && (kRightwards ? x >= columns.last : x < columns.first)) break;
+      here[x] = carry;
+      columns = {std::min(columns.first, x), std::max(columns.last, x + 1)};
+    }
+    return columns;
+  }
+
+  template <bool kRightwards, bool kFirst>
+  Columns spreadVectors(std::ptrdiff_t y, Columns columns) const {
+    constexpr Vector d;
+    constexpr std::ptrdiff_t kLanes = Runs<Vector>::kLanes;
     Key* const here = values(y);
     const Key* const limit = limits(y);
     // The place of the next vector in the direction of the run. The last one overlaps the one before it, which is
@@ -303,7 +328,7 @@ class Reconstruction {
     for (;;) {
       const auto old = hn::LoadU(d, here + x);
       const auto high = K::fromElements(d, limit + x);
-      auto now = Runs<D>::template after<kRightwards>(carry, hn::Min(old, high), high);
+      auto now = Runs<Vector>::template after<kRightwards>(carry, hn::Min(old, high), high);
       if (!kFirst) {
         now = hn::Max(now, old);
         const bool isPast = kRightwards ? x >= columns.last : x + kLanes <= columns.first;
@@ -313,13 +338,13 @@ class Reconstruction {
       if (kRightwards) {
         columns.last = std::max(columns.last, x + kLanes);
         if (x == end) break;
-        carry = x + kLanes <= end ? Runs<D>::template lastOf<true>(now)
+        carry = x + kLanes <= end ? Runs<Vector>::template lastOf<true>(now)
                                   : hn::Set(d, hn::GetLane(hn::LoadU(Single(), here + end - 1)));
         x = std::min(x + kLanes, end);
       } else {
         columns.first = std::min(columns.first, x);
         if (x == 0) break;
-        carry = x >= kLanes ? Runs<D>::template lastOf<false>(now)
+        carry = x >= kLanes ? Runs<Vector>::template lastOf<false>(now)
                             : hn::Set(d, hn::GetLane(hn::LoadU(Single(), here + kLanes)));
         x = std::max(x - kLanes, std::ptrdiff_t{0});
       }

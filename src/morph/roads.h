@@ -1,9 +1,9 @@
 // Erosion and dilation by a mask, written over lines (lines.h, bit_lines.h). There are three roads to one result:
 //
-// filterRectangle  a solid rectangle. Columns first, for all pixels of a line at once: few rows directly, more by
+// RectangleRoad    a solid rectangle. Columns first, for all pixels of a line at once: few rows directly, more by
 //                  the method of van Herk, which needs three minima a pixel whatever the height. Then along the
 //                  line, where the window is put together from windows of 4, 16, 64... pixels.
-// filterRing       any mask, as runs of selected cells. For each row of the source the minima of windows of 2, 4,
+// RingRoad         any mask, as runs of selected cells. For each row of the source the minima of windows of 2, 4,
 //                  8... pixels are kept as long as the mask reaches the row; two of them cover a run.
 // filterPieces     any mask, from a little memory on the stack: where the caller's block has no room for the
 // others.
@@ -65,8 +65,7 @@ std::ptrdiff_t slide(typename Lines::Span from, typename Lines::Word* line, std:
   constexpr std::ptrdiff_t kAtOnce = 4;
   std::ptrdiff_t have = 1;
   while (window > kAtOnce * have && window > kSlideSpans) {
-    for (std::ptrdiff_t i = 0; i < kAtOnce; ++i) spans[i] = Lines::at(from, i * have);
-    Lines::combineAhead(spans, kAtOnce, columns + window - kAtOnce * have, line, lines, step);
+    Lines::combineFour(from, have, columns + window - kAtOnce * have, line, lines, step);
     from = Lines::at(line, 0);
     have *= kAtOnce;
   }
@@ -88,14 +87,10 @@ class RectangleRoad {
         box_(box),
         first_(std::min<std::ptrdiff_t>(box.left, 0)),
         last_(source.size().width + std::max<std::ptrdiff_t>(box.right, 0)),
-        core_(source.core(first_, last_)),
-        step_(Lines::lineWords(last_ - first_)),
-        group_(std::max<std::ptrdiff_t>(kGroupBytes / static_cast<std::ptrdiff_t>(sizeof(Word)) / step_, 1)) {
-    const std::ptrdiff_t height = box.height();
-    rows_ = work.take<Span>(2 * height);
-    lines_ = work.take<Word>(step_ * height);
-    read_ = work.take<Word>(Lines::kRowsStay ? step_ : 2 * height * step_);
-    scratch_ = Lines::kRowsStay ? read_ : work.take<Word>(step_);
+        core_(source.core(first_, last_)) {
+    // Stores that are not aligned take three times as long.
+    layOut(work, kVectorBytes / static_cast<std::ptrdiff_t>(sizeof(Word)));
+    if (!hasRoom()) layOut(work, 1);
   }
 
   bool hasRoom() const { return scratch_ != nullptr; }
@@ -107,17 +102,41 @@ class RectangleRoad {
     for (std::ptrdiff_t y = 0; y < rows; y += height) {
       const std::ptrdiff_t outputs = std::min(height, rows - y);
       for (std::ptrdiff_t i = 0; i < height + outputs - 1; ++i) rows_[i] = read(y + i, i);
-      combineRows(outputs);
-      for (std::ptrdiff_t i = 0; i < outputs; i += group_)
-        finish(y + i, lines_ + i * step_, std::min(group_, outputs - i));
+      if (height > kDirectRows) {
+        runBlock(y, outputs);
+      } else {
+        for (std::ptrdiff_t i = 0; i < outputs; ++i) {
+          Lines::combine(rows_ + i, height, core_.count(), core(0));
+          finish(y + i, 1);
+        }
+      }
     }
   }
 
  private:
   // Up to so many rows are combined one by one; from there on van Herk's way needs fewer reads.
   static constexpr std::ptrdiff_t kDirectRows = 6;
-  // Lines that are finished together, to be as one long line: they should stay in the nearest cache.
-  static constexpr std::ptrdiff_t kGroupBytes = std::ptrdiff_t{1} << 14;
+  // Short lines are finished together, as one long line that stays in the nearest cache.
+  static constexpr std::ptrdiff_t kGroupBytes = std::ptrdiff_t{1} << 12;
+  // Upper parts that are collected side by side: enough to save loads, few enough to be streams that the processor
+  // reads ahead.
+  static constexpr std::ptrdiff_t kRowsAtOnce = 8;
+  // The widest vector's, in all variants, as is what memory it takes.
+  static constexpr std::ptrdiff_t kVectorBytes = 32;
+
+  // Gives out the memory; lines and their cores begin at multiples of so many words.
+  void layOut(Workspace work, std::ptrdiff_t unit) {
+    const auto rounded = [&](std::ptrdiff_t words) { return (words + unit - 1) / unit * unit; };
+    const std::ptrdiff_t before = Lines::wordsBefore(core_.first - first_);
+    lead_ = rounded(before) - before;
+    step_ = rounded(lead_ + Lines::lineWords(last_ - first_));
+    group_ = std::max<std::ptrdiff_t>(kGroupBytes / static_cast<std::ptrdiff_t>(sizeof(Word)) / step_, 1);
+    const std::ptrdiff_t height = box_.height();
+    rows_ = work.take<Span>(2 * height);
+    lines_ = work.take<Word>(step_ * height);
+    read_ = work.take<Word>(Lines::kRowsStay ? step_ : 2 * height * step_);
+    scratch_ = Lines::kRowsStay ? read_ : work.take<Word>(step_);
+  }
 
   // The row of the source that is under the mask's first row when its anchor is at row y. All rows of border that
   // have to be made are alike where other rows stay: then one line holds them.
@@ -125,20 +144,45 @@ class RectangleRoad {
     return source_.read(y + box_.top, core_.first, core_.last, Lines::kRowsStay ? read_ : read_ + i * step_);
   }
 
-  void combineRows(std::ptrdiff_t outputs) const {
-    const std::ptrdiff_t height = box_.height();
-    Word* const core = Lines::place(lines_, core_.first - first_);
-    if (height > kDirectRows) return Lines::slideRows(rows_, height, outputs, core_.count(), core, step_);
-    for (std::ptrdiff_t i = 0; i < outputs; ++i) Lines::combine(rows_ + i, height, core_.count(), core + i * step_);
+  // The memory of the core of a line.
+  Word* core(std::ptrdiff_t i) const {
+    return lines_ + lead_ + i * step_ + Lines::wordsBefore(core_.first - first_);
   }
 
-  // From the vertical minima of rows to their pixels.
-  void finish(std::ptrdiff_t y, Word* line, std::ptrdiff_t lines) const {
-    for (std::ptrdiff_t i = 0; i < lines; ++i) source_.widen(line + i * step_, first_, last_);
+  // Windows after van Herk: each consists of an upper part, which ends with the block's last row, and of a lower
+  // one. The upper parts are noted first, in a line each, and then windows go down the image with the growing lower
+  // part. The lines of windows that are done take the newest lower part and, from line 0 on, the next windows.
+  void runBlock(std::ptrdiff_t y, std::ptrdiff_t outputs) const {
+    const std::ptrdiff_t height = box_.height();
+    const std::ptrdiff_t columns = core_.count();
+    Lines::combine(rows_ + height - 1, 1, columns, core(height - 1));
+    for (std::ptrdiff_t i = height - 1, count = 0; i > 0; i -= count) {
+      count = std::min(kRowsAtOnce, i);
+      Lines::collectUp(Lines::at(Span{core(i)}, 0), rows_ + i - count, count, columns, core(i - count), step_);
+    }
+    finish(y, 1);
+    if (outputs == 1) return;
+    Span above = rows_[height];
+    const Span first[] = {Lines::at(Span{core(1)}, 0), above};
+    Lines::combine(first, 2, columns, core(0));
+    finish(y + 1, 1);
+    std::ptrdiff_t room = 1;
+    for (std::ptrdiff_t i = 2, count = 0; i < outputs; i += count) {
+      count = std::min({group_, room, outputs - i});
+      Lines::collectDown(above, rows_ + height + i - 1, count, columns, core(i), core(0), step_, core(i - 1));
+      above = Lines::at(Span{core(i - 1)}, 0);
+      room = i - 1;
+      finish(y + i, count);
+    }
+  }
+
+  // From the vertical minima of the first lines to pixels.
+  void finish(std::ptrdiff_t y, std::ptrdiff_t lines) const {
+    for (std::ptrdiff_t i = 0; i < lines; ++i) source_.widen(lines_ + lead_ + i * step_, first_, last_);
     const std::ptrdiff_t width = source_.size().width;
     Span spans[kSlideSpans];
-    const std::ptrdiff_t count =
-        slide<Lines>(Lines::at(Span{line}, box_.left - first_), line, width, box_.width(), spans, lines, step_);
+    const std::ptrdiff_t count = slide<Lines>(Lines::at(Span{lines_ + lead_}, box_.left - first_), lines_, width,
+                                              box_.width(), spans, lines, step_);
     for (std::ptrdiff_t i = 0; i < lines; ++i) {
       Span below[kSlideSpans];
       for (std::ptrdiff_t k = 0; k < count; ++k) below[k] = Lines::below(spans[k], i * step_);
@@ -151,11 +195,12 @@ class RectangleRoad {
   std::ptrdiff_t first_;  // The columns of a line.
   std::ptrdiff_t last_;
   Slice core_;
-  std::ptrdiff_t step_;
-  std::ptrdiff_t group_;
-  Span* rows_;   // What is read for a block of rows,
-  Word* read_;   // where it is written if it has to be,
-  Word* lines_;  // and the minima of its columns.
+  std::ptrdiff_t lead_;   // Words of a line's memory before its first column,
+  std::ptrdiff_t step_;   // and all of them.
+  std::ptrdiff_t group_;  // Lines that are finished together.
+  Span* rows_;            // What is read for a block of rows,
+  Word* read_;            // where it is written if it has to be,
+  Word* lines_;           // and the minima of its columns.
   Word* scratch_;
 };
 
