@@ -391,7 +391,7 @@ TYPED_TEST(Flow, FollowsItsFormulas) {
   using T = TypeParam;
   const RvpiSize size = {61, 45};
   const Pyramid<T> one = pyramidOf<T>(size, 3, 0, 0), two = pyramidOf<T>(size, 3, 1.3, -0.8);
-  for (const RvpiSize roi : {RvpiSize{1, 1}, {31, 23}, {40, 22}, {100, 100}}) {
+  for (const RvpiSize roi : {RvpiSize{1, 1}, {31, 23}, {40, 22}, {30, 40}, {100, 100}}) {
     for (const int window : {1, 2, 5, 8, 13, 21, 33}) {
       for (const bool wild : {false, true}) {
         const Settings settings = {roi, window, window % 3, 1 + window % 8, window % 2 == 0 ? 0.0f : 0.05f};
