@@ -16,7 +16,8 @@ struct Place {
 };
 
 // The four nearest neighbours, and the four at the corners.
-inline constexpr std::array<Place, 8> kAround = {{{0, -1}, {0, 1}, {-1, 0}, {1, 0}, {-1, -1}, {-1, 1}, {1, -1}, {1, 1}}};
+inline constexpr std::array<Place, 8> kAround = {
+    {{0, -1}, {0, 1}, {-1, 0}, {1, 0}, {-1, -1}, {-1, 1}, {1, -1}, {1, 1}}};
 inline Place next(Place p, int i) {
   const Place step = kAround[static_cast<std::size_t>(i)];
   return {p.y + step.y, p.x + step.x};
@@ -38,8 +39,9 @@ void forNeighbours(const Plane<T>& plane, bool withDiagonals, Place start, const
 }
 
 enum class Pattern { empty, full, columns, rows, checkerboard, comb, hangingComb, spiral };
-inline constexpr std::array kPatterns = {Pattern::empty,        Pattern::full, Pattern::columns,     Pattern::rows,
-                                  Pattern::checkerboard, Pattern::comb, Pattern::hangingComb, Pattern::spiral};
+inline constexpr std::array kPatterns = {Pattern::empty,       Pattern::full,         Pattern::columns,
+                                         Pattern::rows,        Pattern::checkerboard, Pattern::comb,
+                                         Pattern::hangingComb, Pattern::spiral};
 
 // One path, one pixel wide, from the corner to the middle.
 inline Plane<std::uint8_t> spiralPlane(int width, int height) {
