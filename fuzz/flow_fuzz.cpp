@@ -10,15 +10,12 @@ void tryTrack(fuzz::Input& input) {
   const Pyramid<T> one = pyramidOf<T>(size, levels, 0, 0);
   const Pyramid<T> two = pyramidOf<T>(size, levels, dx, dy);
   const Placing placing = input.placing();
-  const Record<T, Guarded> record1(one, placing);
-  const Record<T, Guarded> record2(two, placing);
   const RvpiSize roi = input.size();
   const Settings settings = {roi, input.between(1, 24), input.between(0, levels - 1), input.between(1, 9),
                              static_cast<float>(input.between(0, 100)) / 500};
   const auto prev = someplaces(size, input.any<std::uint8_t>(), input.flag());
   const auto start = input.flag() ? someplaces(size, input.any<std::uint8_t>(), input.flag()) : prev;
-  expectSame<T>(Reference<T>::run(one, two, settings, prev, start),
-                track<T>(record1.record, record2.record, settings, prev, start));
+  checkTrack(one, two, placing, settings, prev, start);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {

@@ -11,7 +11,7 @@ void tryNorm(fuzz::Input& input, const Shape& shape) {
     in.src1 = input.plane<T>(in.src1.width, in.src1.height);
     in.src2 = input.plane<T>(in.src2.width, in.src2.height);
   }
-  check<Guarded>(operation, in, input.between(1, operation.channels), shape.threads, shape.placing);
+  checkOne(operation, in, input.between(1, operation.channels), shape);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {

@@ -7,7 +7,7 @@ void tryType(fuzz::Input& input) {
     const auto mask = noisePlane<T>(shape.width, shape.height, shape.seed, input.between(0, 4));
     const auto marker = input.flag() ? noisePlane<T>(shape.width, shape.height, shape.seed + 1, input.between(0, 4))
                                      : sparseMarker<T>(mask, shape.seed, T{});
-    checkAll<T>(mask, marker, shape.placing, input.shift());
+    checkAll<T>(mask, marker, shape);
   });
 }
 

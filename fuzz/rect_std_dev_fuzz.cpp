@@ -9,17 +9,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
   RvpiRect rect = {input.between(0, 6), input.between(0, 6), input.between(1, 9), input.between(1, 9)};
   if (tilted) rect.x += rect.height;
   const int scale = input.between(-10, 10);
-  const unsigned seed = input.any<std::uint16_t>();
-  const Placing placing = input.placing();
+  const Shape shape = input.shape();
   switch (input.between(0, 2)) {
     case 0:
-      check<Scaled, Guarded>(tilted, size, rect, scale, seed, placing);
+      check<Scaled>(tilted, size, rect, scale, shape);
       break;
     case 1:
-      check<Mixed, Guarded>(tilted, size, rect, scale, seed, placing);
+      check<Mixed>(tilted, size, rect, scale, shape);
       break;
     default:
-      check<Floats, Guarded>(tilted, size, rect, scale, seed, placing);
+      check<Floats>(tilted, size, rect, scale, shape);
   }
   return 0;
 }

@@ -3,14 +3,13 @@
 
 template <class T>
 void tryImage(fuzz::Input& input) {
-  const RvpiSize size = input.size();
+  const Shape shape = input.shape();
   const auto image = input.flag()
-                         ? levels<T>(size.width, size.height, input.any<std::uint16_t>(), input.between(1, 6))
-                         : input.plane<T>(size.width, size.height);
+                         ? levels<T>(shape.width, shape.height, input.any<std::uint16_t>(), input.between(1, 6))
+                         : input.plane<T>(shape.width, shape.height);
   const Setting<T> setting = {input.flag() ? input.any<T>() : T{}, input.between(0, 60),
                               static_cast<T>(input.between(0, 5))};
-  const Placing placing = input.placing();
-  checkOne(image, placing, input.shift(), setting);
+  checkOne(image, shape, setting);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {

@@ -43,8 +43,8 @@ class Input {
     return {columns, height()};
   }
   test::Placing placing() {
-    const int gap = between(0, 5);
-    return {gap, between(0, 7)};
+    const int gap = between(0, 5), shift = between(0, 7);
+    return {gap, shift, oneOf({test::Cliff::none, test::Cliff::none, test::Cliff::before, test::Cliff::behind})};
   }
   // Bytes from a 64-byte boundary to a block that may begin anywhere.
   int shift() { return between(0, 63); }

@@ -3,13 +3,13 @@
 
 #include <array>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <random>
 #include <utility>
 
 #include "rvpcv.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -155,24 +155,21 @@ struct Call {
 
   RvpStatus run(bool mixed) const {
     if constexpr (std::is_same_v<V, std::int32_t>) {
-      if (mixed)
-        return rvpiApplyMixedHaarClassifier_32s_C1RSfs(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
-                                                       size, positive, threshold, state, scale);
-      return rvpiApplyHaarClassifier_32s_C1RSfs(src, srcStep, norm, normStep, mask, maskStep, size, positive,
-                                                threshold, state, scale);
+      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32s_C1RSfs, scale)
+                   : runPlain(rvpiApplyHaarClassifier_32s_C1RSfs, scale);
     } else if constexpr (std::is_same_v<T, float>) {
-      if (mixed)
-        return rvpiApplyMixedHaarClassifier_32f_C1R(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
-                                                    size, positive, threshold, state);
-      return rvpiApplyHaarClassifier_32f_C1R(src, srcStep, norm, normStep, mask, maskStep, size, positive,
-                                             threshold, state);
+      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32f_C1R) : runPlain(rvpiApplyHaarClassifier_32f_C1R);
     } else {
-      if (mixed)
-        return rvpiApplyMixedHaarClassifier_32s32f_C1R(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep,
-                                                       size, positive, threshold, state);
-      return rvpiApplyHaarClassifier_32s32f_C1R(src, srcStep, norm, normStep, mask, maskStep, size, positive,
-                                                threshold, state);
+      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32s32f_C1R)
+                   : runPlain(rvpiApplyHaarClassifier_32s32f_C1R);
     }
+  }
+  RvpStatus runPlain(const auto& apply, auto... last) const {
+    return apply(src, srcStep, norm, normStep, mask, maskStep, size, positive, threshold, state, last...);
+  }
+  RvpStatus runMixed(const auto& apply, auto... last) const {
+    return apply(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep, size, positive, threshold, state,
+                 last...);
   }
 };
 
@@ -242,18 +239,13 @@ void checkStage(const Stage<typename C::V>& s, Block<typename C::V>& block, bool
   }
   const auto before = randomMask(width, kHeight, seed);
   const int scale = -static_cast<int>(seed % 5);
-  Plane<std::uint8_t> wanted = before;
   int count = 0;
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < width; ++x) {
-      if (wanted.at(y, x) == 0) continue;
-      if (passes(s, table, mixed ? &tilt : nullptr, norm.at(y, x), scale, x, y)) {
-        ++count;
-      } else {
-        wanted.at(y, x) = 0;
-      }
-    }
-  }
+  const auto wanted = planeOf<std::uint8_t>(width, kHeight, [&](int y, int x) {
+    const bool stays =
+        before.at(y, x) != 0 && passes(s, table, mixed ? &tilt : nullptr, norm.at(y, x), scale, x, y);
+    count += stays ? 1 : 0;
+    return stays ? before.at(y, x) : 0;
+  });
   OnCliff<T> src(table, cliff), tilted(tilt, cliff);
   OnCliff<V> norms(norm, cliff);
   OnCliff<std::uint8_t> mask(before, cliff);
@@ -261,7 +253,7 @@ void checkStage(const Stage<typename C::V>& s, Block<typename C::V>& block, bool
   const C call = {src.data(),  src.step(),  tilted.data(), tilted.step(), norms.data(),  norms.step(), mask.data(),
                   mask.step(), mask.size(), &positive,     s.threshold,   block.state(), scale};
   ASSERT_EQ(call.run(mixed), rvpStatusOk);
-  ASSERT_TRUE(same(wanted, mask.content()));
+  ASSERT_TRUE(same(wanted, mask));
   ASSERT_EQ(positive, count);
 }
 
@@ -380,8 +372,13 @@ TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
   constexpr int kWidth = 4, kStep = 4 * (kWidth + kWindow + 1);
   const auto table = randomPlane<T>(kWidth + kWindow + 1, 2 + kWindow, 1);
   const auto norm = randomPlane<V>(kWidth, 1, 2);
+  std::uint8_t mask[kWidth] = {1, 2, 3, 4};
+  int positive = 77;
+  const TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
+                          kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
   for (const bool mixed : {false, true}) {
-    std::vector<std::pair<RvpStatus, std::function<void(TypeParam&)>>> faults = {
+    const Faults<TypeParam> faults = {
+        {rvpStatusNullPointer, [](auto& c) { c.tilt = nullptr; }, mixed},
         {rvpStatusNullPointer, [](auto& c) { c.src = nullptr; }},
         {rvpStatusNullPointer, [](auto& c) { c.norm = nullptr; }},
         {rvpStatusNullPointer, [](auto& c) { c.mask = nullptr; }},
@@ -389,36 +386,19 @@ TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
         {rvpStatusNullPointer, [](auto& c) { c.state = nullptr; }},
         {rvpStatusBadSize, [](auto& c) { c.size.width = 0; }},
         {rvpStatusBadSize, [](auto& c) { c.size.height = -1; }},
+        {rvpStatusBadStep, [](auto& c) { c.tiltStep = -4; }, mixed},
         {rvpStatusBadStep, [](auto& c) { c.srcStep = 4 * kWidth - 4; }},
         {rvpStatusBadStep, [](auto& c) { c.normStep = 4 * kWidth - 1; }},
         {rvpStatusBadStep, [](auto& c) { c.maskStep = kWidth - 1; }},
         {rvpStatusStepNotMultiple, [](auto& c) { c.srcStep = 4 * kWidth + 1; }},
-        {rvpStatusStepNotMultiple, [](auto& c) { c.normStep = 4 * kWidth + 2; }}};
-    if (mixed) {
-      faults.insert(faults.begin(), {rvpStatusNullPointer, [](auto& c) { c.tilt = nullptr; }});
-      faults.insert(faults.begin() + 8, {rvpStatusBadStep, [](auto& c) { c.tiltStep = -4; }});
-      faults.push_back({rvpStatusStepNotMultiple, [](auto& c) { c.tiltStep = kStep + 2; }});
-    }
-    if (std::is_same_v<V, std::int32_t>) faults.push_back({rvpStatusBadArgument, [](auto& c) { c.scale = 1; }});
-    for (std::size_t i = 0; i < faults.size(); ++i) {
-      for (std::size_t j = i; j < faults.size(); ++j) {
-        std::uint8_t mask[kWidth] = {1, 2, 3, 4};
-        int positive = 77;
-        TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
-                          kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
-        faults[j].second(call);
-        faults[i].second(call);
-        EXPECT_EQ(call.run(mixed), faults[i].first) << "faults " << i << " and " << j;
-        EXPECT_TRUE(positive == 77 && mask[0] == 1 && mask[3] == 4);
-      }
-    }
+        {rvpStatusStepNotMultiple, [](auto& c) { c.normStep = 4 * kWidth + 2; }},
+        {rvpStatusStepNotMultiple, [](auto& c) { c.tiltStep = kStep + 2; }, mixed},
+        {rvpStatusBadArgument, [](auto& c) { c.scale = 1; }, std::is_same_v<V, std::int32_t>}};
+    expectFirstOfTwo(faults, call, [=](const TypeParam& c) { return c.run(mixed); });
   }
+  EXPECT_TRUE(positive == 77 && mask[0] == 1 && mask[3] == 4);
   // The scratch area is asked for last, and by the plain functions only.
   block.header().pScratch = nullptr;
-  std::uint8_t mask[kWidth] = {};
-  int positive = 0;
-  TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
-                    kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
   EXPECT_EQ(call.run(false), rvpStatusNullPointer);
   EXPECT_EQ(call.run(true), rvpStatusOk);
 }

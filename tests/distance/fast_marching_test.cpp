@@ -6,6 +6,7 @@
 
 #include "distance/fmm_sub.h"
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
 #include "support/sweep.h"
 
@@ -25,27 +26,17 @@ float solved(float v, float h) {
 
 Plane<float> expectedField(const Mask& mask, float radius) {
   constexpr float kNever = std::numeric_limits<float>::infinity();
-  const auto isInside = [&](int y, int x) {
-    return y >= 0 && y < mask.height && x >= 0 && x < mask.width && mask.at(y, x) != 0;
-  };
+  const auto isInside = [&](int y, int x) { return mask.holds(y, x) && mask.at(y, x) != 0; };
   Plane<float> times(mask.width, mask.height, kNever);
-  const auto timeAt = [&](int y, int x) -> float {
-    if (y < 0 || y >= mask.height || x < 0 || x >= mask.width) return kNever;
-    return times.at(y, x);
-  };
-  const auto forAll = [&](const auto& body) {
-    for (int y = 0; y < mask.height; ++y) {
-      for (int x = 0; x < mask.width; ++x) body(y, x);
-    }
-  };
-  forAll([&](int y, int x) {
+  const auto timeAt = [&](int y, int x) { return times.holds(y, x) ? times.at(y, x) : kNever; };
+  forElements(mask, [&](int y, int x) {
     const bool touches = isInside(y - 1, x) || isInside(y + 1, x) || isInside(y, x - 1) || isInside(y, x + 1);
     if (!isInside(y, x) && (touches || radius == 0)) times.at(y, x) = 0;
   });
   if (isInside(0, 0)) times.at(0, 0) = 999999;
   for (bool isChanged = true; isChanged;) {
     isChanged = false;
-    forAll([&](int y, int x) {
+    forElements(mask, [&](int y, int x) {
       const float time =
           solved(std::min(timeAt(y - 1, x), timeAt(y + 1, x)), std::min(timeAt(y, x - 1), timeAt(y, x + 1)));
       if (time < times.at(y, x)) {
@@ -54,7 +45,7 @@ Plane<float> expectedField(const Mask& mask, float radius) {
       }
     });
   }
-  forAll([&](int y, int x) {
+  forElements(mask, [&](int y, int x) {
     float& t = times.at(y, x);
     if (isInside(y, x) || radius == 0) return;
     t = t == 0 ? -1e-10f : t <= radius + 1e-5f && std::isfinite(t) ? -t : 0;
@@ -65,54 +56,37 @@ Plane<float> expectedField(const Mask& mask, float radius) {
 // Blobs of a few pixels, or single pixels of the lesser kind.
 Mask blobs(int width, int height, unsigned seed, unsigned kind) {
   const Plane<std::uint32_t> noise = randomPlane<std::uint32_t>(width, height, seed);
-  Mask mask(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const std::uint32_t coarse = noise.at(y / 4 * 4, x / 5 * 5) / 256;
-      const std::uint32_t fine = noise.at(y, x) / 256;
-      const bool isInside = kind == 0 ? coarse % 3 != 0 : kind == 1 ? fine % 40 != 0 : fine % 40 == 0;
-      mask.at(y, x) = isInside ? static_cast<std::uint8_t>(1 + fine % 255) : 0;
-    }
-  }
-  return mask;
+  return planeOf<std::uint8_t>(width, height, [&](int y, int x) {
+    const std::uint32_t coarse = noise.at(y / 4 * 4, x / 5 * 5) / 256;
+    const std::uint32_t fine = noise.at(y, x) / 256;
+    const bool isInside = kind == 0 ? coarse % 3 != 0 : kind == 1 ? fine % 40 != 0 : fine % 40 == 0;
+    return isInside ? 1 + fine % 255 : 0;
+  });
 }
 
-int bufferSize(RvpiSize size) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiFastMarchingGetBufferSize_8u32f_C1R(size, &bytes), rvpStatusOk);
-  return bytes;
-}
+constexpr auto kBytes = rvpiFastMarchingGetBufferSize_8u32f_C1R;
 
 Plane<float> march(const Mask& mask, float radius) {
-  Plane<float> field(mask.width, mask.height, -77.0f);
-  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(bufferSize({mask.width, mask.height})), 0xA5);
-  EXPECT_EQ(rvpiFastMarching_8u32f_C1R(mask.row(0), mask.width, field.elements.data(), 4 * mask.width,
-                                       {mask.width, mask.height}, radius, scratch.data()),
-            rvpStatusOk);
-  return field;
+  Guarded<std::uint8_t> src(mask);
+  Guarded<float> field(Plane<float>(mask.width, mask.height, -77.0f));
+  Block scratch(bytesOf(kBytes, src.size()));
+  EXPECT_EQ(call(rvpiFastMarching_8u32f_C1R, src, field, src.size(), radius, scratch), rvpStatusOk);
+  return field.content();
 }
 
 template <class T>
 Plane<T> transposed(const Plane<T>& plane) {
-  Plane<T> turned(plane.height, plane.width);
-  for (int y = 0; y < plane.height; ++y) {
-    for (int x = 0; x < plane.width; ++x) turned.at(x, y) = plane.at(y, x);
-  }
-  return turned;
+  return planeOf<T>(plane.height, plane.width, [&](int y, int x) { return plane.at(x, y); });
 }
 
 void checkShape(const Shape& shape, const Mask& mask, float radius) {
   SCOPED_TRACE("radius " + std::to_string(radius));
   Guarded<std::uint8_t> src(mask, shape.placing);
   Guarded<float> dst(Plane<float>(mask.width, mask.height, 5.0f), shape.placing);
-  Guarded<std::uint8_t> scratch(Mask(bufferSize(src.size()), 1, 0x7F), {0, static_cast<int>(shape.seed % 37)});
-  ASSERT_EQ(rvpiFastMarching_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), src.size(), radius,
-                                       scratch.data()),
-            rvpStatusOk);
-  ASSERT_TRUE(same(expectedField(mask, radius), dst.content()));
-  ASSERT_TRUE(dst.intact());
-  ASSERT_TRUE(scratch.intact());
-  ASSERT_TRUE(same(mask, src.content()));
+  Block scratch(bytesOf(kBytes, src.size()), shape.anywhere());
+  ASSERT_EQ(call(rvpiFastMarching_8u32f_C1R, src, dst, src.size(), radius, scratch), rvpStatusOk);
+  ASSERT_TRUE(same(expectedField(mask, radius), dst));
+  ASSERT_TRUE(same(mask, src));
 }
 
 TEST(FastMarching, ReachesTheFixedPointForEveryWidth) {
@@ -163,10 +137,7 @@ TEST(FastMarching, DoesNotKnowRowsFromColumns) {
 }
 
 TEST(FastMarching, HoldsKnownDistances) {
-  Mask halves(9, 20);
-  for (int y = 8; y < 20; ++y) {
-    for (int x = 0; x < 9; ++x) halves.at(y, x) = 200;
-  }
+  const auto halves = planeOf<std::uint8_t>(9, 20, [](int y, int) { return y < 8 ? 0 : 200; });
   const Plane<float> inside = march(halves, 0);
   const Plane<float> both = march(halves, 3);
   const float outside[] = {0, 0, 0, 0, -3, -2, -1, -1e-10f};
@@ -202,21 +173,8 @@ TEST(FastMarching, IsCloseToTheEuclideanDistance) {
 
 TEST(FastMarching, StaysWithinItsMemory) {
   for (const int threads : {1, 2}) {
-    ASSERT_EQ(rvpSetNumThreads(threads), rvpStatusOk);
-    for (const Cliff cliff : {Cliff::before, Cliff::behind}) {
-      for (const int width : {1, 31, 32, 33, 75}) {
-        for (const int height : {1, 5, 6, 21}) {
-          const Mask mask = blobs(width, height, 3, 0);
-          OnCliff<std::uint8_t> src(mask, cliff);
-          OnCliff<float> dst(Plane<float>(width, height), cliff);
-          OnCliff<std::uint8_t> scratch(Mask(bufferSize(src.size()), 1, 0xFF), cliff);
-          ASSERT_EQ(rvpiFastMarching_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), src.size(), 2,
-                                               scratch.data()),
-                    rvpStatusOk);
-          ASSERT_TRUE(same(expectedField(mask, 2), dst.content()));
-        }
-      }
-    }
+    sweepCliffs({{1, 5}, {1, 21}, {31, 6}, {32, 5}, {33, 21}, {75, 1}, {75, 6}}, threads,
+                [](const Shape& shape) { checkShape(shape, blobs(shape.width, shape.height, 3, 0), 2); });
   }
 }
 
@@ -244,8 +202,8 @@ TEST(FastMarching, ChecksInOrder) {
   EXPECT_EQ(rvpiFastMarchingGetBufferSize_8u32f_C1R({4, 0}, &size), rvpStatusBadSize);
   EXPECT_EQ(rvpiFastMarchingGetBufferSize_8u32f_C1R({0, 4}, &size), rvpStatusBadSize);
   EXPECT_EQ(size, -1);
-  EXPECT_EQ(bufferSize({1, 1}), 35 * 37 + 40);
-  EXPECT_EQ(bufferSize({65, 100}), 134 * 101 + 40);
+  EXPECT_EQ(bytesOf(kBytes, RvpiSize{1, 1}), 35 * 37 + 40);
+  EXPECT_EQ(bytesOf(kBytes, RvpiSize{65, 100}), 134 * 101 + 40);
 }
 
 TEST(FastMarching, IntegerTableFollowsItsFormula) {

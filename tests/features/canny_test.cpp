@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <type_traits>
 
 #include "rvpcv.h"
 #include "support/bordered.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -80,35 +81,20 @@ Plane<std::uint8_t> edges(const Gradients& g, double high) {
   return result;
 }
 
-// A scratch of exactly the reported size, at an address that fits nothing.
-struct Scratch : Guarded<std::uint8_t> {
-  explicit Scratch(int bytes, unsigned seed)
-      : Guarded(Plane<std::uint8_t>(bytes, 1, 0xA5), {0, static_cast<int>(seed % 64)}) {}
-};
-
 template <class T>
-RvpStatus ready(const T* dx, int dxStep, const T* dy, int dyStep, std::uint8_t* dst, int dstStep, RvpiSize size,
-                std::uint8_t* buffer, float low, float high) {
-  if constexpr (std::is_same_v<T, float>) {
-    return rvpiCanny_32f8u_C1R(dx, dxStep, dy, dyStep, dst, dstStep, size, buffer, low, high);
-  } else {
-    return rvpiCanny_16s8u_C1R(dx, dxStep, dy, dyStep, dst, dstStep, size, buffer, low, high);
-  }
-}
+constexpr auto kReady = rvpiCanny_32f8u_C1R;
+template <>
+constexpr auto kReady<std::int16_t> = rvpiCanny_16s8u_C1R;
 
 // Derivatives with many ties, zeros, borders between sectors, and in one case extremes.
 template <class T>
 Plane<T> derivative(const Shape& shape, unsigned salt) {
   const Plane<std::uint16_t> bits = randomPlane<std::uint16_t>(shape.width, shape.height, shape.seed + salt);
-  Plane<T> plane(shape.width, shape.height);
   constexpr int kPell[] = {0, 1, 2378, 5741, 985, 408, -2378, -5741, -985, 13860, 5, 12, 29, -12, 33, 4};
-  for (std::size_t i = 0; i < plane.elements.size(); ++i) {
-    const int b = bits.elements[i];
-    int v = shape.seed % 3 == 0 ? kPell[b % 16] : b % 17 - 8;
-    if (shape.seed % 5 == 0) v = b % 2 == 0 ? -32768 : 32767 - b % 3;
-    plane.elements[i] = static_cast<T>(v);
-  }
-  return plane;
+  return changed<T>(bits, [&](int b) {
+    if (shape.seed % 5 == 0) return b % 2 == 0 ? -32768 : 32767 - b % 3;
+    return shape.seed % 3 == 0 ? kPell[b % 16] : b % 17 - 8;
+  });
 }
 
 template <class T>
@@ -118,29 +104,20 @@ void checkReady(const Shape& shape) {
   const bool extreme = shape.seed % 5 == 0;
   for (const auto& [low, high] : {std::pair{0.0f, 0.0f}, std::pair{5.0f, 9.0f}, std::pair{4.9f, 11.5f},
                                   std::pair{65533.0f, 65535.0f}, std::pair{3e9f, 4e9f}}) {
-    Gradients g = {kFloat ? Form::float32 : Form::integer16, {dx.width, dx.height}, {dx.width, dx.height}, {}};
-    g.magnitude = g.dx;
-    for (int y = 0; y < dx.height; ++y) {
-      for (int x = 0; x < dx.width; ++x) {
-        g.dx.at(y, x) = static_cast<double>(dx.at(y, x));
-        g.dy.at(y, x) = static_cast<double>(dy.at(y, x));
-        double m = std::fabs(g.dx.at(y, x)) + std::fabs(g.dy.at(y, x));
-        if (!kFloat && x < dx.width / 8 * 8) m = std::min(m, 65535.0);
-        g.magnitude.at(y, x) = m;
-      }
-    }
+    const auto toDouble = [](T d) { return static_cast<double>(d); };
+    Gradients g = {
+        kFloat ? Form::float32 : Form::integer16, changed<double>(dx, toDouble), changed<double>(dy, toDouble), {}};
+    g.magnitude = planeOf<double>(dx.width, dx.height, [&](int y, int x) {
+      const double m = std::fabs(g.dx.at(y, x)) + std::fabs(g.dy.at(y, x));
+      return !kFloat && x < dx.width / 8 * 8 ? std::min(m, 65535.0) : m;
+    });
     applyLow(g, kFloat ? static_cast<double>(low) : std::trunc(static_cast<double>(low)));
-    int bytes = 0;
-    ASSERT_EQ(rvpiCannyGetSize({shape.width, shape.height}, &bytes), rvpStatusOk);
-    Scratch scratch(bytes, shape.seed);
+    Block scratch(bytesOf(rvpiCannyGetSize, shape.size()), shape.anywhere());
     OnCliff<T> srcX(dx, extreme ? Cliff::before : Cliff::behind), srcY(dy, Cliff::behind);
     Guarded<std::uint8_t> dst(Plane<std::uint8_t>(shape.width, shape.height, 77), shape.placing);
-    ASSERT_EQ(ready<T>(srcX.data(), srcX.step(), srcY.data(), srcY.step(), dst.data(), dst.step(), dst.size(),
-                       scratch.data(), low, high),
-              rvpStatusOk);
+    ASSERT_EQ(call(kReady<T>, srcX, srcY, dst, dst.size(), scratch, low, high), rvpStatusOk);
     const double cut = kFloat ? static_cast<double>(high) : std::trunc(static_cast<double>(high));
-    ASSERT_TRUE(same(edges(g, cut), dst.content())) << "thresholds " << low << ", " << high;
-    ASSERT_TRUE(dst.intact() && scratch.intact());
+    ASSERT_TRUE(same(edges(g, cut), dst)) << "thresholds " << low << ", " << high;
   }
 }
 
@@ -164,21 +141,19 @@ Gradients gradientsOf(const Bordered<std::uint8_t>& image, int filter, int mask,
   const int r = mask / 22;
   const Plane<double> zero(image.width(), image.height());
   Gradients g = {Form::bordered, zero, zero, zero};
-  for (int y = 0; y < g.height(); ++y) {
-    for (int x = 0; x < g.width(); ++x) {
-      int dx = 0, dy = 0;
-      for (int j = -r; j <= r; ++j) {
-        for (int i = -r; i <= r; ++i) {
-          const int p = image.at(x + i, y + j);
-          dx += weight(mask, true, filter, i) * weight(mask, false, filter, j) * p;
-          dy += weight(mask, true, filter, j) * weight(mask, false, filter, i) * p;
-        }
+  forElements(zero, [&](int y, int x) {
+    int dx = 0, dy = 0;
+    for (int j = -r; j <= r; ++j) {
+      for (int i = -r; i <= r; ++i) {
+        const int p = image.at(x + i, y + j);
+        dx += weight(mask, true, filter, i) * weight(mask, false, filter, j) * p;
+        dy += weight(mask, true, filter, j) * weight(mask, false, filter, i) * p;
       }
-      g.dx.at(y, x) = dx;
-      g.dy.at(y, x) = dy;
-      g.magnitude.at(y, x) = norm(normKind, static_cast<float>(std::abs(dx)), static_cast<float>(std::abs(dy)));
     }
-  }
+    g.dx.at(y, x) = dx;
+    g.dy.at(y, x) = dy;
+    g.magnitude.at(y, x) = norm(normKind, static_cast<float>(std::abs(dx)), static_cast<float>(std::abs(dy)));
+  });
   return g;
 }
 
@@ -197,19 +172,15 @@ void checkBordered(const Shape& shape, RvpiBorderType border, const Options& o) 
   // Few grey values, for ties; and smooth patches.
   for (std::uint8_t& p : image.memory.elements) p = static_cast<std::uint8_t>(p % 5 * 60);
   OnlyFlaggedSides<std::uint8_t> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
-  int bytes = 0;
-  const RvpiSize size = {shape.width, shape.height};
-  ASSERT_EQ(rvpiCannyBorderGetSize(size, o.filter, o.mask, o.norm, &bytes), rvpStatusOk);
-  Scratch scratch(bytes, shape.seed);
+  Block scratch(bytesOf(rvpiCannyBorderGetSize, shape.size(), o.filter, o.mask, o.norm), shape.anywhere());
   Guarded<std::uint8_t> dst(Plane<std::uint8_t>(shape.width, shape.height, 77), shape.placing);
-  ASSERT_EQ(rvpiCannyBorder_8u_C1R(src.region(), src.step(), dst.data(), dst.step(), size, o.filter, o.mask, border,
-                                   image.value, o.norm, scratch.data(), o.low, o.high),
+  ASSERT_EQ(call(rvpiCannyBorder_8u_C1R, src, dst, shape.size(), o.filter, o.mask, border, image.value, o.norm,
+                 scratch, o.low, o.high),
             rvpStatusOk);
   if (std::min(shape.width, shape.height) < (o.mask == 33 ? 3 : 5)) image.border = rvpBorderConst;
   Gradients g = gradientsOf(image, o.filter, o.mask, o.norm);
   applyLow(g, static_cast<double>(o.low));
-  ASSERT_TRUE(same(edges(g, static_cast<double>(o.high)), dst.content()));
-  ASSERT_TRUE(dst.intact() && scratch.intact());
+  ASSERT_TRUE(same(edges(g, static_cast<double>(o.high)), dst));
 }
 
 constexpr Options kOptions[] = {
@@ -247,9 +218,10 @@ TEST(Canny, BreaksTies) {
       dy.at(4 + i * c.step[1], 4 + i * c.step[0]) = c.dy;
     }
     std::vector<std::uint8_t> dst(kN * kN, 1), scratch(4096);
-    ASSERT_EQ(ready<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 9, 8.9f),
-              rvpStatusBadArgument);
-    ASSERT_EQ(ready<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 8, 8),
+    ASSERT_EQ(
+        kReady<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 9, 8.9f),
+        rvpStatusBadArgument);
+    ASSERT_EQ(kReady<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 8, 8),
               rvpStatusOk);
     EXPECT_EQ(std::count(dst.begin(), dst.end(), 255), c.kept);
     EXPECT_EQ(dst[4 * kN + 4], c.kept * 255);
@@ -291,58 +263,43 @@ struct ImageArguments {
   int filter, mask, border, norm;
   float low, high;
 };
-template <class Arguments>
-using Faults = std::vector<std::pair<RvpStatus, std::function<void(Arguments&)>>>;
-
-template <class Arguments, class Run>
-void expectFirstOfTwo(const Faults<Arguments>& faults, const Arguments& good, const Run& run) {
-  for (std::size_t i = 0; i < faults.size(); ++i) {
-    for (std::size_t j = i; j < faults.size(); ++j) {
-      Arguments a = good;
-      faults[j].second(a);
-      faults[i].second(a);
-      EXPECT_EQ(run(a), faults[i].first) << "faults " << i << " and " << j;
-    }
-  }
-}
-
 TEST(Canny, ReportsTheFirstOfTwoFaults) {
   std::vector<std::uint8_t> dst(64, 9), scratch(1024);
   const std::int16_t d[64] = {};
   const ReadyArguments readyGood = {d, d, 16, 16, 8, dst.data(), scratch.data(), {8, 4}, 1, 2};
-  expectFirstOfTwo<ReadyArguments>({{rvpStatusNullPointer, [](auto& a) { a.dx = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.dy = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.dxStep = 15; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.dyStep = -16; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.dstStep = 7; }},
-                                    {rvpStatusStepNotMultiple, [](auto& a) { a.dxStep = 17; }},
-                                    {rvpStatusStepNotMultiple, [](auto& a) { a.dyStep = 17; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.low = -1; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.high = 0.5f; }}},
-                                   readyGood, [](const ReadyArguments& a) {
-                                     return rvpiCanny_16s8u_C1R(a.dx, a.dxStep, a.dy, a.dyStep, a.dst, a.dstStep,
-                                                                a.size, a.buffer, a.low, a.high);
-                                   });
+  const Faults<ReadyArguments> ofReady = {{rvpStatusNullPointer, [](auto& a) { a.dx = nullptr; }},
+                                          {rvpStatusNullPointer, [](auto& a) { a.dy = nullptr; }},
+                                          {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                                          {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                                          {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
+                                          {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                                          {rvpStatusBadStep, [](auto& a) { a.dxStep = 15; }},
+                                          {rvpStatusBadStep, [](auto& a) { a.dyStep = -16; }},
+                                          {rvpStatusBadStep, [](auto& a) { a.dstStep = 7; }},
+                                          {rvpStatusStepNotMultiple, [](auto& a) { a.dxStep = 17; }},
+                                          {rvpStatusStepNotMultiple, [](auto& a) { a.dyStep = 17; }},
+                                          {rvpStatusBadArgument, [](auto& a) { a.low = -1; }},
+                                          {rvpStatusBadArgument, [](auto& a) { a.high = 0.5f; }}};
+  expectFirstOfTwo(ofReady, readyGood, [](const ReadyArguments& a) {
+    return rvpiCanny_16s8u_C1R(a.dx, a.dxStep, a.dy, a.dyStep, a.dst, a.dstStep, a.size, a.buffer, a.low, a.high);
+  });
   const std::uint8_t src[64] = {};
   const ImageArguments imageGood = {src, dst.data(), scratch.data(), {8, 4}, 2, 33, 1, 2, 1, 2};
-  expectFirstOfTwo<ImageArguments>({{rvpStatusBadMaskSize, [](auto& a) { a.mask = 77; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.width = -1; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.filter = rvpFilterCentralDifference; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.norm = 3; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.low = 3; }},
-                                    {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirror; }}},
-                                   imageGood, [](const ImageArguments& a) {
-                                     return rvpiCannyBorder_8u_C1R(a.src, 8, a.dst, 8, a.size, a.filter, a.mask,
-                                                                   a.border, 0, a.norm, a.buffer, a.low, a.high);
-                                   });
+  const Faults<ImageArguments> ofImage = {
+      {rvpStatusBadMaskSize, [](auto& a) { a.mask = 77; }},
+      {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+      {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+      {rvpStatusBadSize, [](auto& a) { a.size.width = -1; }},
+      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+      {rvpStatusBadArgument, [](auto& a) { a.filter = rvpFilterCentralDifference; }},
+      {rvpStatusBadArgument, [](auto& a) { a.norm = 3; }},
+      {rvpStatusBadArgument, [](auto& a) { a.low = 3; }},
+      {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirror; }}};
+  expectFirstOfTwo(ofImage, imageGood, [](const ImageArguments& a) {
+    return rvpiCannyBorder_8u_C1R(a.src, 8, a.dst, 8, a.size, a.filter, a.mask, a.border, 0, a.norm, a.buffer,
+                                  a.low, a.high);
+  });
   EXPECT_EQ(rvpiCannyBorder_8u_C1R(nullptr, 8, dst.data(), 8, {0, 0}, rvpFilterScharr, 55, 0, 0, 0, nullptr, 0, 0),
             rvpStatusBadMaskSize);
   EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](std::uint8_t b) { return b == 9; }));

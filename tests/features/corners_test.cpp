@@ -2,11 +2,11 @@
 // are exact in float, so that the order in which a window is summed cannot be seen.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "features/tensor_reference.h"
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -37,17 +37,14 @@ std::array<Plane<float>, 3> means(const Bordered<T>& image, const Options& o) {
   std::array<Plane<float>, 3> result;
   const auto factor = static_cast<float>(1.0 / (static_cast<double>(o.window) * o.window));
   for (std::size_t k = 0; k < 3; ++k) {
-    result[k] = Plane<float>(image.width(), image.height());
-    for (int y = 0; y < image.height(); ++y) {
-      for (int x = 0; x < image.width(); ++x) {
-        float sum = 0;
-        for (int j = -before; j <= behind; ++j) {
-          for (int i = -before; i <= behind; ++i) sum += products.at(k, x + i, y + j);
-        }
-        EXPECT_LT(std::fabs(sum), 16777216.0f) << "the test's sums must be exact";
-        result[k].at(y, x) = sum * factor;
+    result[k] = planeOf<float>(image.width(), image.height(), [&](int y, int x) {
+      float sum = 0;
+      for (int j = -before; j <= behind; ++j) {
+        for (int i = -before; i <= behind; ++i) sum += products.at(k, x + i, y + j);
       }
-    }
+      EXPECT_LT(std::fabs(sum), 16777216.0f) << "the test's sums must be exact";
+      return sum * factor;
+    });
   }
   return result;
 }
@@ -55,28 +52,19 @@ std::array<Plane<float>, 3> means(const Bordered<T>& image, const Options& o) {
 template <class T>
 RvpStatus harris(const T* src, int srcStep, float* dst, int dstStep, RvpiSize size, const Options& o, int border,
                  T value, std::uint8_t* buffer) {
-  if constexpr (sizeof(T) == 1) {
-    return rvpiHarrisCorner_8u32f_C1R(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale,
-                                      border, value, buffer);
-  } else {
-    return rvpiHarrisCorner_32f_C1R(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale,
-                                    border, value, buffer);
-  }
+  const auto run = [=](const auto& function) {
+    return function(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale, border, value,
+                    buffer);
+  };
+  if constexpr (sizeof(T) == 1) return run(rvpiHarrisCorner_8u32f_C1R);
+  if constexpr (sizeof(T) == 4) return run(rvpiHarrisCorner_32f_C1R);
 }
 
 int scratchBytes(RvpiSize size, const Options& o, RvpDataType type) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiHarrisCornerGetBufferSize(size, o.mask, o.window, type, 1, &bytes), rvpStatusOk);
-  int same = 0;
-  EXPECT_EQ(rvpiLineSuppressionGetBufferSize(size, o.mask, o.window, type, 1, &same), rvpStatusOk);
-  EXPECT_EQ(bytes, same);
+  const int bytes = bytesOf(rvpiHarrisCornerGetBufferSize, size, o.mask, o.window, type, 1);
+  EXPECT_EQ(bytes, bytesOf(rvpiLineSuppressionGetBufferSize, size, o.mask, o.window, type, 1));
   return bytes;
 }
-
-struct Scratch : Guarded<std::uint8_t> {
-  Scratch(int bytes, unsigned seed)
-      : Guarded(Plane<std::uint8_t>(bytes, 1, 0x5A), {0, static_cast<int>(seed % 64)}) {}
-};
 
 std::string describe(const Options& o, int border) {
   return "border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
@@ -97,12 +85,9 @@ void checkHarris(const Shape& shape, RvpiBorderType border, const Options& o) {
   }
   OnlyFlaggedSides<T> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
   Guarded<float> dst(Plane<float>(shape.width, shape.height), shape.placing);
-  Scratch scratch(scratchBytes(dst.size(), o, sizeof(T) == 1 ? rvp8u : rvp32f), shape.seed);
-  ASSERT_EQ(
-      harris(src.region(), src.step(), dst.data(), dst.step(), dst.size(), o, border, image.value, scratch.data()),
-      rvpStatusOk);
-  ASSERT_TRUE(same(expected, dst.content()));
-  ASSERT_TRUE(dst.intact() && scratch.intact());
+  Block scratch(scratchBytes(dst.size(), o, sizeof(T) == 1 ? rvp8u : rvp32f), shape.anywhere());
+  ASSERT_EQ(call(harris<T>, src, dst, dst.size(), o, border, image.value, scratch), rvpStatusOk);
+  ASSERT_TRUE(same(expected, dst));
 }
 
 void checkSuppression(const Shape& shape, RvpiBorderType border, const Options& o) {
@@ -120,13 +105,11 @@ void checkSuppression(const Shape& shape, RvpiBorderType border, const Options& 
     OnlyFlaggedSides<std::uint8_t> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
     OnCliff<std::uint8_t> feature(features, Cliff::behind);
     Guarded<std::uint8_t> dst(features, shape.placing);
-    Scratch scratch(scratchBytes(dst.size(), o, rvp8u), shape.seed);
-    ASSERT_EQ(rvpiLineSuppression_8u_C1R(src.region(), src.step(), feature.data(), feature.step(), dst.data(),
-                                         dst.step(), dst.size(), o.filter, o.mask, o.window, threshold, border,
-                                         image.value, scratch.data()),
+    Block scratch(scratchBytes(dst.size(), o, rvp8u), shape.anywhere());
+    ASSERT_EQ(call(rvpiLineSuppression_8u_C1R, src, feature, dst, dst.size(), o.filter, o.mask, o.window, threshold,
+                   border, image.value, scratch),
               rvpStatusOk);
-    ASSERT_TRUE(same(expected, dst.content()));
-    ASSERT_TRUE(dst.intact() && scratch.intact());
+    ASSERT_TRUE(same(expected, dst));
   }
 }
 
@@ -160,36 +143,22 @@ struct Arguments {
   int border;
   std::uint8_t* buffer;
 };
-using Fault = std::pair<RvpStatus, std::function<void(Arguments&)>>;
-
-void expectFirstOfTwo(const std::vector<Fault>& faults, const Arguments& good,
-                      const std::function<RvpStatus(const Arguments&)>& run) {
-  for (std::size_t i = 0; i < faults.size(); ++i) {
-    for (std::size_t j = i; j < faults.size(); ++j) {
-      Arguments a = good;
-      faults[j].second(a);
-      faults[i].second(a);
-      EXPECT_EQ(run(a), faults[i].first) << "faults " << i << " and " << j;
-    }
-  }
-}
-
 TEST(Corners, ReportTheFirstOfTwoFaults) {
   std::vector<float> memory(256, 9.0f), other(256);
   std::vector<std::uint8_t> scratch(1 << 16);
   const Arguments good = {other.data(), other.data() + 128, memory.data(), 32, 32, 32, {8, 4},
                           {2, 33, 3},   rvpBorderRepl,      scratch.data()};
-  const std::vector<Fault> common = {{rvpStatusBadFilterType, [](auto& a) { a.options.filter = 3; }},
-                                     {rvpStatusBadMaskSize, [](auto& a) { a.options.mask = 77; }},
-                                     {rvpStatusBadBorder, [](auto& a) { a.border = 4; }},
-                                     {rvpStatusBadSize, [](auto& a) { a.options.window = 0; }},
-                                     {rvpStatusBadStep, [](auto& a) { a.srcStep = -32; }},
-                                     {rvpStatusBadStep, [](auto& a) { a.dstStep = -32; }}};
-  std::vector<Fault> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-                               {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-                               {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                               {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                               {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 33; }}};
+  const Faults<Arguments> common = {{rvpStatusBadFilterType, [](auto& a) { a.options.filter = 3; }},
+                                    {rvpStatusBadMaskSize, [](auto& a) { a.options.mask = 77; }},
+                                    {rvpStatusBadBorder, [](auto& a) { a.border = 4; }},
+                                    {rvpStatusBadSize, [](auto& a) { a.options.window = 0; }},
+                                    {rvpStatusBadStep, [](auto& a) { a.srcStep = -32; }},
+                                    {rvpStatusBadStep, [](auto& a) { a.dstStep = -32; }}};
+  Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+                              {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                              {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                              {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
+                              {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 33; }}};
   // The step's two faults cannot stand together.
   faults.insert(faults.end(), common.begin(), common.end() - 1);
   const auto on8u = [](const Arguments& a) {

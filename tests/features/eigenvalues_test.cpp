@@ -1,11 +1,11 @@
 // Eigenvalues and eigenvectors against the formulas, and against what an eigenvector is.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "features/tensor_reference.h"
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -82,36 +82,37 @@ struct Arguments {
 template <class T>
 RvpStatus run(const Arguments<T>& a, int elements) {
   const Options& o = a.options;
+  const auto with = [&](const auto& function) {
+    return function(a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.border, a.value,
+                    a.buffer);
+  };
   if constexpr (sizeof(T) == 1) {
-    return (elements == 1 ? rvpiMinEigenValBorder_8u32f_C1R : rvpiEigenValsVecsBorder_8u32f_C1R)(
-        a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.border, a.value, a.buffer);
+    return with(elements == 1 ? rvpiMinEigenValBorder_8u32f_C1R : rvpiEigenValsVecsBorder_8u32f_C1R);
   } else {
-    return (elements == 1 ? rvpiMinEigenValBorder_32f_C1R : rvpiEigenValsVecsBorder_32f_C1R)(
-        a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.border, a.value, a.buffer);
+    return with(elements == 1 ? rvpiMinEigenValBorder_32f_C1R : rvpiEigenValsVecsBorder_32f_C1R);
   }
 }
 
 template <class T>
 RvpStatus runPlain(const Arguments<T>& a, int elements) {
   const Options& o = a.options;
+  const auto with = [&](const auto& function) {
+    return function(a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.buffer);
+  };
   if constexpr (sizeof(T) == 1) {
-    return (elements == 1 ? rvpiMinEigenVal_8u32f_C1R : rvpiEigenValsVecs_8u32f_C1R)(
-        a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.buffer);
+    return with(elements == 1 ? rvpiMinEigenVal_8u32f_C1R : rvpiEigenValsVecs_8u32f_C1R);
   } else {
-    return (elements == 1 ? rvpiMinEigenVal_32f_C1R : rvpiEigenValsVecs_32f_C1R)(
-        a.src, a.srcStep, a.dst, a.dstStep, a.size, o.kind, o.aperture, o.window, a.buffer);
+    return with(elements == 1 ? rvpiMinEigenVal_32f_C1R : rvpiEigenValsVecs_32f_C1R);
   }
 }
 
 template <class T>
 int scratchBytes(RvpiSize size, const Options& o, int elements) {
-  int bytes = 0;
   const auto query =
       sizeof(T) == 1
           ? (elements == 1 ? rvpiMinEigenValGetBufferSize_8u32f_C1R : rvpiEigenValsVecsGetBufferSize_8u32f_C1R)
           : (elements == 1 ? rvpiMinEigenValGetBufferSize_32f_C1R : rvpiEigenValsVecsGetBufferSize_32f_C1R);
-  EXPECT_EQ(query(size, o.aperture, o.window, &bytes), rvpStatusOk);
-  return bytes;
+  return bytesOf(query, size, o.aperture, o.window);
 }
 
 template <class T>
@@ -127,16 +128,15 @@ class Eigenvalues : public testing::Test {
       Guarded<float> dst(Plane<float>(shape.width * elements, shape.height), shape.placing);
       const int bytes = scratchBytes<T>(size, o, elements);
       ASSERT_GE(bytes, shape.width * shape.height * 16 + 224);
-      Guarded<std::uint8_t> scratch(Plane<std::uint8_t>(bytes, 1), {0, static_cast<int>(shape.seed % 64)});
+      Block scratch(bytes, shape.anywhere());
       const Arguments<T> a = {src.region(), src.step(),  dst.data(),    dst.step(), size, o,
                               border,       image.value, scratch.data()};
       ASSERT_EQ(run(a, elements), rvpStatusOk);
       const Plane<float> wanted = expected(image, o, elements);
-      ASSERT_TRUE(same(wanted, dst.content())) << elements << " elements";
-      ASSERT_TRUE(dst.intact() && scratch.intact());
+      ASSERT_TRUE(same(wanted, dst)) << elements << " elements";
       if (border != rvpBorderRepl) continue;
       ASSERT_EQ(runPlain(a, elements), rvpStatusOk);
-      ASSERT_TRUE(same(wanted, dst.content())) << elements << " elements, no border argument";
+      ASSERT_TRUE(same(wanted, dst)) << elements << " elements, no border argument";
     }
   }
 };
@@ -206,40 +206,31 @@ TYPED_TEST(Eigenvalues, ReportTheFirstOfTwoFaults) {
   const Plane<float> content(24, 2, 1.0f);
   Guarded<T> src(Plane<T>(4, 2), {1, 0});
   std::vector<std::uint8_t> scratch(4096);
-  std::vector<std::pair<RvpStatus, std::function<void(Arguments<T>&)>>> faults = {
-      {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-      {rvpStatusBadStep, [](auto& a) { a.srcStep = kSrcRow - 1; }},
-      {rvpStatusBadStep, [](auto& a) { a.dstStep = 15; }},
-      {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 97; }},
-      {rvpStatusBadArgument, [](auto& a) { a.options.kind = 3; }},
-      {rvpStatusBadSize, [](auto& a) { a.options.aperture = 4; }},
-      {rvpStatusBadSize, [](auto& a) { a.options.window = 4; }},
-      {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirrorEdge; }},
-      {rvpStatusBadArgument, [](auto& a) { a.border = rvpBorderRepl | 256; }}};
-  if (sizeof(T) == 4)
-    faults.insert(faults.begin() + 7, {rvpStatusStepNotMultiple, [](auto& a) { a.srcStep = 18; }});
-  for (std::size_t i = 0; i < faults.size(); ++i) {
-    for (std::size_t j = i; j < faults.size(); ++j) {
-      for (const int elements : {1, 6}) {
-        Guarded<float> dst(content, {1, 0});
-        Arguments<T> a = {src.data(), src.step(),    dst.data(), dst.step(),    {4, 2},
-                          {0, 3, 3},  rvpBorderRepl, T{},        scratch.data()};
-        faults[j].second(a);
-        faults[i].second(a);
-        EXPECT_EQ(run(a, elements), faults[i].first) << "faults " << i << " and " << j;
-        EXPECT_TRUE(same(content, dst.content()) && dst.intact());
-      }
-    }
-  }
+  const Faults<Arguments<T>> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+                                       {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
+                                       {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                                       {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                                       {rvpStatusBadStep, [](auto& a) { a.srcStep = kSrcRow - 1; }},
+                                       {rvpStatusBadStep, [](auto& a) { a.dstStep = 15; }},
+                                       {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 97; }},
+                                       {rvpStatusStepNotMultiple, [](auto& a) { a.srcStep = 18; }, sizeof(T) == 4},
+                                       {rvpStatusBadArgument, [](auto& a) { a.options.kind = 3; }},
+                                       {rvpStatusBadSize, [](auto& a) { a.options.aperture = 4; }},
+                                       {rvpStatusBadSize, [](auto& a) { a.options.window = 4; }},
+                                       {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirrorEdge; }},
+                                       {rvpStatusBadArgument, [](auto& a) { a.border = rvpBorderRepl | 256; }}};
   Guarded<float> dst(content, {1, 0});
-  const Arguments<T> scharr5 = {src.data(), src.step(), dst.data(), dst.step(),    {4, 2},
-                                {1, 5, 3},  1,          T{},        scratch.data()};
-  EXPECT_EQ(run(scharr5, 1), rvpStatusBadSize);
-  EXPECT_EQ(run(Arguments<T>{src.data(), src.step(), dst.data(), 92, {4, 2}, {0, 3, 3}, 1, T{}, scratch.data()}, 6),
-            rvpStatusBadStep);
+  const Arguments<T> good = {src.data(), src.step(),    dst.data(), dst.step(),    {4, 2},
+                             {0, 3, 3},  rvpBorderRepl, T{},        scratch.data()};
+  for (const int elements : {1, 6})
+    expectFirstOfTwo(faults, good, [&](const Arguments<T>& a) { return run(a, elements); });
+  Arguments<T> other = good;
+  other.options = {1, 5, 3};
+  EXPECT_EQ(run(other, 1), rvpStatusBadSize);
+  other = good;
+  other.dstStep = 92;
+  EXPECT_EQ(run(other, 6), rvpStatusBadStep);
+  EXPECT_TRUE(same(content, dst));
 }
 
 TEST(EigenvalueSizes, AreCheckedInOrder) {

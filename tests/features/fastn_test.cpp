@@ -5,7 +5,9 @@
 #include <functional>
 
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -56,22 +58,16 @@ struct Settings {
   bool has(int option) const { return (options & option) != 0; }
 };
 
-// Memory at an odd distance from any boundary, of exactly the size that is asked for.
-struct Block {
-  explicit Block(int bytes, int shift) : memory(Bytes(bytes, 1, 0xA5), {0, shift}) {}
-  RvpiFastNSpec* spec() { return reinterpret_cast<RvpiFastNSpec*>(memory.data()); }
-  Guarded<std::uint8_t> memory;
+// A spec in memory at an odd distance from any boundary, of exactly the size that is asked for.
+struct Spec {
+  Spec(const Settings& s, RvpiSize size, int shift)
+      : memory(bytesOf(rvpiFastNGetSize, size, s.radius, s.arc, s.bins, s.options, rvp8u, 1), {0, shift}) {
+    EXPECT_EQ(memory.size().width, 8 * static_cast<int>(circle(s.radius).size()) + 68);
+    EXPECT_EQ(rvpiFastNInit(size, s.radius, s.arc, s.bins, s.options, rvp8u, 1, get(), s.threshold), rvpStatusOk);
+  }
+  RvpiFastNSpec* get() { return memory.as<RvpiFastNSpec>(); }
+  Block memory;
 };
-
-Block makeSpec(const Settings& s, RvpiSize size, int shift) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiFastNGetSize(size, s.radius, s.arc, s.bins, s.options, rvp8u, 1, &bytes), rvpStatusOk);
-  EXPECT_EQ(bytes, 8 * static_cast<int>(circle(s.radius).size()) + 68);
-  Block block(bytes, shift);
-  EXPECT_EQ(rvpiFastNInit(size, s.radius, s.arc, s.bins, s.options, rvp8u, 1, block.spec(), s.threshold),
-            rvpStatusOk);
-  return block;
-}
 
 struct Result {
   Bytes corners, scores;
@@ -121,88 +117,75 @@ Result reference(const Bytes& image, const Settings& s) {
     }
   }
   const Bytes raw = r.scores;
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      if (r.corners.at(y, x) == 0) continue;
-      bool stays = true;
-      for (int k = 0; k < 9 && s.has(2); ++k) {
-        const int v = raw.at(y + k / 3 - 1, x + k % 3 - 1), own = raw.at(y, x);
-        if (k < 4 ? v >= own : v > own) stays = false;
-      }
-      if (!stays) r.corners.at(y, x) = r.scores.at(y, x) = 0;
-      if (stays) ++r.count;
+  forElements(image, [&](int y, int x) {
+    if (r.corners.at(y, x) == 0) return;
+    bool stays = true;
+    for (int k = 0; k < 9 && s.has(2); ++k) {
+      const int v = raw.at(y + k / 3 - 1, x + k % 3 - 1), own = raw.at(y, x);
+      if (k < 4 ? v >= own : v > own) stays = false;
     }
-  }
+    if (stays) ++r.count;
+    if (!stays) r.corners.at(y, x) = r.scores.at(y, x) = 0;
+  });
   return r;
 }
 
 // Blobs of few values: corners of both kinds, and ties among neighbours.
 Bytes blobs(int width, int height, unsigned seed) {
   const Bytes bits = randomPlane<std::uint8_t>(width, height, seed);
-  Bytes image(width, height);
   const int size = 1 + static_cast<int>(seed % 5);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const int v = bits.at(y / size * size, x / size * size);
-      image.at(y, x) = static_cast<std::uint8_t>(v < 50 ? 0 : v < 200 ? 120 + v % 3 * 20 : 255);
-    }
-  }
-  return image;
+  return planeOf<std::uint8_t>(width, height, [&](int y, int x) {
+    const int v = bits.at(y / size * size, x / size * size);
+    return v < 50 ? 0 : v < 200 ? 120 + v % 3 * 20 : 255;
+  });
 }
 
 // Detects into a tile among sentinels and compares it with that part of `expected`; what lies outside is 0.
 void checkTile(const Bytes& image, const Result& expected, const Settings& s, RvpiPoint offset, RvpiSize size,
                unsigned seed) {
   OnCliff<std::uint8_t> src(image, seed % 2 == 0 ? Cliff::before : Cliff::behind);
-  Block block = makeSpec(s, src.size(), static_cast<int>(seed % 9));
-  int bytes = 0;
-  ASSERT_EQ(rvpiFastNGetBufferSize(block.spec(), size, &bytes), rvpStatusOk);
+  Spec spec(s, src.size(), static_cast<int>(seed % 9));
+  const int bytes = bytesOf(rvpiFastNGetBufferSize, spec.get(), size);
   ASSERT_EQ(bytes, 6 * (size.width + 2) + 624);
-  OnCliff<std::uint8_t> scratch(Bytes(bytes, 1, 9), Cliff::behind);
+  Block scratch(bytes, {0, 0, Cliff::behind});
   const Bytes before(size.width, size.height, 77);
   Guarded<std::uint8_t> corners(before, {static_cast<int>(seed % 3), 1}), scores(before, {2, 3});
   int count = -1;
   ASSERT_EQ(
       rvpiFastN_8u_C1R(src.data(), src.step(), corners.data(), corners.step(), s.has(32) ? scores.data() : nullptr,
-                       scores.step(), &count, offset, size, block.spec(), scratch.data()),
+                       scores.step(), &count, offset, size, spec.get(), scratch.data()),
       rvpStatusOk);
   Bytes wantedCorners = before, wantedScores = before;
   std::vector<RvpiCornerFastN> list;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      const std::int64_t ox = offset.x, oy = offset.y;
-      const std::int64_t sx = x + ox, sy = y + oy;
-      if (sx < 0 || sy < 0) continue;
+  forElements(before, [&](int y, int x) {
+    const std::int64_t sx = std::int64_t{x} + offset.x, sy = std::int64_t{y} + offset.y;
+    if (sx < 0 || sy < 0) return;
+    const auto at = [&](const Bytes& plane) {
       const bool inside = sx < image.width && sy < image.height;
-      const std::uint8_t corner =
-          inside ? expected.corners.at(static_cast<int>(sy), static_cast<int>(sx)) : std::uint8_t{0};
-      const std::uint8_t score =
-          inside ? expected.scores.at(static_cast<int>(sy), static_cast<int>(sx)) : std::uint8_t{0};
-      wantedCorners.at(y, x) = corner;
-      if (s.has(32)) wantedScores.at(y, x) = score;
-      if (corner == 0) continue;
-      const int bin = corner & 63;
-      list.push_back({x, y, corner >= 128 ? 1 : 0, s.has(1) ? bin : -1,
-                      s.has(1) ? static_cast<float>(bin * 360) / static_cast<float>(s.bins) : -1.0F,
-                      s.has(32) ? static_cast<float>(score) : -1.0F});
-    }
-  }
-  ASSERT_TRUE(same(wantedCorners, corners.content()));
-  ASSERT_TRUE(same(wantedScores, scores.content()));
-  ASSERT_TRUE(corners.intact() && scores.intact() && block.memory.intact());
+      return inside ? plane.at(static_cast<int>(sy), static_cast<int>(sx)) : std::uint8_t{0};
+    };
+    const std::uint8_t corner = wantedCorners.at(y, x) = at(expected.corners);
+    if (s.has(32)) wantedScores.at(y, x) = at(expected.scores);
+    if (corner == 0) return;
+    const int bin = corner & 63;
+    list.push_back({x, y, corner >= 128 ? 1 : 0, s.has(1) ? bin : -1,
+                    s.has(1) ? static_cast<float>(bin * 360) / static_cast<float>(s.bins) : -1.0F,
+                    s.has(32) ? static_cast<float>(at(expected.scores)) : -1.0F});
+  });
+  ASSERT_TRUE(same(wantedCorners, corners));
+  ASSERT_TRUE(same(wantedScores, scores));
   ASSERT_EQ(count, static_cast<int>(list.size()));
   if (offset.x < 0 || offset.y < 0) return;
   for (const int most : {count + 1, count, count / 2, 0}) {
     Guarded<RvpiCornerFastN> dst(Plane<RvpiCornerFastN>(std::max(most, 1), 1, {-9, 0, 0, 0, 0, 0}));
     int written = -1;
     ASSERT_EQ(rvpiFastN2DToVec_8u(corners.data(), corners.step(), s.has(32) ? scores.data() : nullptr,
-                                  scores.step(), dst.data(), size, most, &written, block.spec()),
+                                  scores.step(), dst.data(), size, most, &written, spec.get()),
               rvpStatusOk);
     ASSERT_EQ(written, std::min(count, most));
     ASSERT_TRUE(written == 0 ? dst.data()->x == -9
                              : std::memcmp(dst.data(), list.data(),
                                            sizeof(list[0]) * static_cast<std::size_t>(written)) == 0);
-    ASSERT_TRUE(dst.intact());
   }
 }
 
@@ -269,55 +252,54 @@ TEST(FastN, TakesThresholdsAtTheirEnds) {
 struct Arguments {
   RvpiSize size = {20, 20};
   int radius = 3, arc = 9, bins = 4, options = 39, type = rvp8u, channels = 1;
-  int bytes = -7;
-  int* pSize = &bytes;
+  int* pSize;
   float threshold = 1;
 };
 
 TEST(FastN, ReportsTheFirstOfTwoFaults) {
-  const std::pair<RvpStatus, std::function<void(Arguments&)>> faults[] = {
-      {rvpStatusNullPointer, [](auto& a) { a.pSize = nullptr; }},
-      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-      {rvpStatusBadThreshold, [](auto& a) { a.threshold = -0.5F; }},
-      {rvpStatusBadDataType, [](auto& a) { a.type = rvp16u; }},
-      {rvpStatusBadNumChannels, [](auto& a) { a.channels = 3; }},
-      {rvpStatusBadArgument, [](auto& a) { a.options = 35; }},
-      {rvpStatusBadArgument, [](auto& a) { a.options = 39 | 8; }},
-      {rvpStatusBadArgument, [](auto& a) { a.options = 7; }},
-      {rvpStatusOutOfRange, [](auto& a) { a.bins = 65; }},
-      {rvpStatusBadArgument, [](auto& a) { a.radius = 4; }},
-      {rvpStatusOutOfRange, [](auto& a) { a.arc = 8; }}};
-  for (std::size_t i = 0; i < std::size(faults); ++i) {
-    for (std::size_t j = i; j < std::size(faults); ++j) {
-      Arguments a;
-      faults[j].second(a);
-      faults[i].second(a);
-      alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
-      auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
-      EXPECT_EQ(rvpiFastNInit(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels,
-                              a.pSize == nullptr ? nullptr : spec, a.threshold),
-                faults[i].first);
-      EXPECT_EQ(memory[0], 0);
-      if (a.threshold > 0) {
-        EXPECT_EQ(rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.pSize),
-                  faults[i].first);
-        EXPECT_EQ(a.bytes, -7);
-      }
-      if (i < 3) continue;
-      // The same faults in a block.
-      ASSERT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
-      auto* fields = reinterpret_cast<std::int32_t*>(memory + 8);
-      fields[1] = a.type, fields[2] = a.channels, fields[5] = a.radius, fields[6] = a.arc, fields[7] = a.bins,
-      fields[8] = a.options;
-      std::uint8_t pixel[4] = {};
-      int count = -7;
-      RvpiCornerFastN corner = {};
-      EXPECT_EQ(rvpiFastN_8u_C1R(pixel, 1, pixel, 1, nullptr, 1, &count, {0, 0}, {1, 1}, spec, pixel),
-                faults[i].first);
-      EXPECT_EQ(rvpiFastN2DToVec_8u(pixel, 1, nullptr, 1, &corner, {1, 1}, 1, &count, spec), faults[i].first);
-      EXPECT_EQ(count, -7);
-    }
-  }
+  const Faults<Arguments> all = {{rvpStatusNullPointer, [](auto& a) { a.pSize = nullptr; }},
+                                 {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                                 {rvpStatusBadThreshold, [](auto& a) { a.threshold = -0.5F; }},
+                                 {rvpStatusBadDataType, [](auto& a) { a.type = rvp16u; }},
+                                 {rvpStatusBadNumChannels, [](auto& a) { a.channels = 3; }},
+                                 {rvpStatusBadArgument, [](auto& a) { a.options = 35; }},
+                                 {rvpStatusBadArgument, [](auto& a) { a.options = 39 | 8; }},
+                                 {rvpStatusBadArgument, [](auto& a) { a.options = 7; }},
+                                 {rvpStatusOutOfRange, [](auto& a) { a.bins = 65; }},
+                                 {rvpStatusBadArgument, [](auto& a) { a.radius = 4; }},
+                                 {rvpStatusOutOfRange, [](auto& a) { a.arc = 8; }}};
+  int sizeBytes = -7, found = -7;
+  const Arguments good = {.pSize = &sizeBytes};
+  expectFirstOfTwo(all, good, [](const Arguments& a) {
+    alignas(8) std::uint8_t block[8 * 16 + 68] = {};
+    auto* spec = a.pSize == nullptr ? nullptr : reinterpret_cast<RvpiFastNSpec*>(block);
+    const RvpStatus status =
+        rvpiFastNInit(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, spec, a.threshold);
+    EXPECT_EQ(block[0], 0);
+    return status;
+  });
+  Faults<Arguments> ofSize = all;
+  ofSize.erase(ofSize.begin() + 2);
+  expectFirstOfTwo(ofSize, good, [](const Arguments& a) {
+    return rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.pSize);
+  });
+  EXPECT_EQ(sizeBytes, -7);
+  // The same faults in a block.
+  const Faults<Arguments> ofBlock(all.begin() + 3, all.end());
+  expectFirstOfTwo(ofBlock, good, [&](const Arguments& a) {
+    alignas(8) std::uint8_t block[8 * 16 + 68] = {};
+    auto* spec = reinterpret_cast<RvpiFastNSpec*>(block);
+    EXPECT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
+    auto* fields = reinterpret_cast<std::int32_t*>(block + 8);
+    fields[1] = a.type, fields[2] = a.channels, fields[5] = a.radius, fields[6] = a.arc, fields[7] = a.bins,
+    fields[8] = a.options;
+    std::uint8_t pixel[4] = {};
+    RvpiCornerFastN corner = {};
+    const RvpStatus status = rvpiFastN_8u_C1R(pixel, 1, pixel, 1, nullptr, 1, &found, {0, 0}, {1, 1}, spec, pixel);
+    EXPECT_EQ(rvpiFastN2DToVec_8u(pixel, 1, nullptr, 1, &corner, {1, 1}, 1, &found, spec), status);
+    return status;
+  });
+  EXPECT_EQ(found, -7);
   alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
   auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
   ASSERT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);

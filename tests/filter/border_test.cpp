@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "support/bordered.h"
 #include "support/compare.h"
 #include "support/sweep.h"
 
@@ -12,14 +13,6 @@ namespace {
 
 using namespace test;
 using namespace rvp::n8;
-
-// The column or row that stands for i, walking there step by step; -1 for the constant.
-int reflected(int mode, int i, int n) {
-  if (mode == rvpBorderConst) return i >= 0 && i < n ? i : -1;
-  if (mode == rvpBorderRepl || n == 1) return i < 0 ? 0 : i >= n ? n - 1 : i;
-  while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
-  return i;
-}
 
 struct Case {
   RvpiSize src;
@@ -29,15 +22,10 @@ struct Case {
 
 template <class T, int kChannels>
 Plane<T> extended(const Plane<T>& src, const Case& c, int mode, const T* value) {
-  Plane<T> result(c.dst().width * kChannels, c.dst().height);
-  for (int y = 0; y < c.dst().height; ++y) {
-    for (int x = 0; x < c.dst().width; ++x) {
-      const int sx = reflected(mode, x - c.left, c.src.width), sy = reflected(mode, y - c.top, c.src.height);
-      for (int k = 0; k < kChannels; ++k)
-        result.at(y, x * kChannels + k) = sx < 0 || sy < 0 ? value[k] : src.at(sy, sx * kChannels + k);
-    }
-  }
-  return result;
+  return planeOf<T>(c.dst().width * kChannels, c.dst().height, [&](int y, int x) {
+    const int sx = standIn(mode, x / kChannels - c.left, c.src.width), sy = standIn(mode, y - c.top, c.src.height);
+    return sx < 0 || sy < 0 ? value[x % kChannels] : src.at(sy, sx * kChannels + x % kChannels);
+  });
 }
 
 template <class T, int kChannels>
@@ -66,15 +54,14 @@ void checkCase(const Case& c, unsigned seed) {
     const RvpStatus status =
         copy<T, kChannels>(mode, src.data(), src.step(), dst.data(), dst.step(), c, value.data());
     ASSERT_EQ(status, rvpStatusOk);
-    ASSERT_TRUE(same(expected, dst.content())) << "mode " << mode;
-    ASSERT_TRUE(dst.intact() && src.intact());
+    ASSERT_TRUE(same(expected, dst)) << "mode " << mode;
 
     OnCliff<T> cliffSrc(content, Cliff::behind);
     Guarded<T> rows(before, {1, 0});
     const ExtendedImage<T, kChannels> image = {cliffSrc.data(), cliffSrc.step(), c.src, borderOf(mode),
                                                value.data()};
     image.readTile({-c.left, -c.top, c.dst().width, c.dst().height}, rows.data(), rows.step());
-    ASSERT_TRUE(same(expected, rows.content()) && rows.intact()) << "mode " << mode << ", by rows";
+    ASSERT_TRUE(same(expected, rows)) << "mode " << mode << ", by rows";
 
     if (mode == rvpBorderConst) continue;
     Plane<T> around = before;
@@ -83,7 +70,7 @@ void checkCase(const Case& c, unsigned seed) {
     Guarded<T> inPlace(around, {2, 1});
     T* first = row(inPlace.data(), inPlace.step(), c.top) + c.left * kChannels;
     ASSERT_EQ((copy<T, kChannels>(mode, first, -1, first, inPlace.step(), c, value.data())), rvpStatusOk);
-    ASSERT_TRUE(same(expected, inPlace.content()) && inPlace.intact()) << "mode " << mode << ", in place";
+    ASSERT_TRUE(same(expected, inPlace)) << "mode " << mode << ", in place";
   }
 }
 
@@ -121,36 +108,24 @@ TEST(Borders, ReflectBeyondTheImage) {
 // A flagged side reads what stands beside the region, corners included; the mode serves the others.
 TEST(Borders, ReadFlaggedSidesFromMemory) {
   constexpr int kReach = 4;
-  const Plane<std::int16_t> whole = randomPlane<std::int16_t>(7 + 2 * kReach, 5 + 2 * kReach, 700);
-  const std::int16_t value = 77;
-  Guarded<std::int16_t> memory(whole, {});
+  Bordered<std::int16_t> image = {randomPlane<std::int16_t>(7 + 2 * kReach, 5 + 2 * kReach, 700), kReach, 0, 77};
+  Guarded<std::int16_t> memory(image.memory);
   const std::int16_t* region = row(memory.data(), memory.step(), kReach) + kReach;
   for (const int mode : {rvpBorderConst, rvpBorderRepl, rvpBorderMirror, rvpBorderInMem}) {
     for (int flags = 0; flags < 256; flags += 16) {
       if (mode == rvpBorderInMem && flags != 0) continue;
-      const bool all = mode == rvpBorderInMem;
-      const auto place = [&](int i, int n, bool before, bool behind) {
-        return (i < 0 && before) || (i >= n && behind) ? i
-               : reflected(mode, i, n) < 0             ? -100
-                                                       : reflected(mode, i, n);
-      };
-      const ExtendedImage<std::int16_t, 1> image = {region, memory.step(), {7, 5}, borderOf(mode | flags), &value};
-      Plane<std::int16_t> expected(7 + 2 * kReach, 5 + 2 * kReach);
-      Guarded<std::int16_t> tile(expected, {});
-      for (int y = -kReach; y < 5 + kReach; ++y) {
-        for (int x = -kReach; x < 7 + kReach; ++x) {
-          const int sx = place(x, 7, all || (flags & rvpBorderInMemLeft), all || (flags & rvpBorderInMemRight));
-          const int sy = place(y, 5, all || (flags & rvpBorderInMemTop), all || (flags & rvpBorderInMemBottom));
-          expected.at(y + kReach, x + kReach) =
-              sx == -100 || sy == -100 ? value : whole.at(sy + kReach, sx + kReach);
-        }
-      }
-      image.readTile({-kReach, -kReach, 7 + 2 * kReach, 5 + 2 * kReach}, tile.data(), tile.step());
-      EXPECT_TRUE(same(expected, tile.content())) << "mode " << mode << " flags " << flags;
+      image.border = mode | flags;
+      const ExtendedImage<std::int16_t, 1> extended = {
+          region, memory.step(), {7, 5}, borderOf(image.border), &image.value};
+      const auto expected = planeOf<std::int16_t>(7 + 2 * kReach, 5 + 2 * kReach,
+                                                  [&](int y, int x) { return image.at(x - kReach, y - kReach); });
+      Guarded<std::int16_t> tile(Plane<std::int16_t>(expected.width, expected.height));
+      extended.readTile({-kReach, -kReach, expected.width, expected.height}, tile.data(), tile.step());
+      EXPECT_TRUE(same(expected, tile)) << "mode " << mode << " flags " << flags;
       // Ranges that lie wholly beside the region.
       for (const auto& [from, to] : {std::pair{-4, -1}, std::pair{8, 11}, std::pair{3, 3}}) {
         std::int16_t part[4] = {};
-        image.readRow(-2, from, to, part);
+        extended.readRow(-2, from, to, part);
         for (int x = from; x < to; ++x) EXPECT_EQ(part[x - from], expected.at(kReach - 2, x + kReach));
       }
     }

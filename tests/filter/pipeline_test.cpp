@@ -8,7 +8,10 @@
 #include <limits>
 
 #include "rvpcv.h"
+#include "support/bordered.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -163,122 +166,79 @@ struct Setting {
   bool right() const { return (border & 15) == rvpBorderInMem || (border & rvpBorderInMemRight) != 0; }
 };
 
-// Scratch of exactly the size that is reported, at an odd address or in front of an unreadable page.
-class Scratch {
- public:
-  Scratch(int bytes, bool odd)
-      : odd_(odd), guarded_(Plane<uint8_t>(bytes, 1), {0, 1}), cliff_(Plane<uint8_t>(bytes, 1), Cliff::behind) {}
-  uint8_t* data() { return odd_ ? guarded_.data() : cliff_.data(); }
-  testing::AssertionResult intact() const { return guarded_.intact(); }
-
- private:
-  bool odd_;
-  Guarded<uint8_t> guarded_;
-  OnCliff<uint8_t> cliff_;
-};
-
 template <class Op>
-Scratch scratchFor(RvpiSize size, int kernelSize, bool odd) {
-  int bytes = 0;
-  EXPECT_EQ(Op::size(size, kernelSize, &bytes), rvpStatusOk);
-  return {bytes, odd};
+int scratchBytes(RvpiSize size, int kernelSize) {
+  return bytesOf(Op::size, size, kernelSize);
 }
 
-// Image is Guarded or OnCliff: how rows of results lie in memory.
-template <class Op, class Image>
-void checkRows(const Shape& shape, const Setting<Op>& setting, Image& dst, bool cliff) {
+// Row `y` of an image.
+template <class T>
+T* rowOf(Guarded<T>& image, int y) {
+  return reinterpret_cast<T*>(reinterpret_cast<char*>(image.data()) +
+                              static_cast<std::ptrdiff_t>(y) * image.step());
+}
+
+template <class Op>
+void checkRows(const Shape& shape, const Setting<Op>& setting, Guarded<typename Op::Dst>& dst) {
   using Src = typename Op::Src;
   const int n = setting.length(), before = setting.anchor, behind = n - 1 - setting.anchor;
   // On sides that are in memory the source is wider than the region.
   const int left = setting.left() ? before : 0, right = setting.right() ? behind : 0;
   const Plane<Src> source =
       randomPlane<Src>((left + shape.width + right) * Op::kChannels, shape.height, shape.seed, true);
-  Guarded<Src> guarded(source, shape.placing);
-  OnCliff<Src> onCliff(source, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
-  const Src* first = (cliff ? onCliff.data() : guarded.data()) + left * Op::kChannels;
-  const int step = cliff ? onCliff.step() : guarded.step();
-
+  Guarded<Src> src(source, shape.placing);
   std::vector<typename Op::Dst*> rows;
-  for (int y = 0; y < shape.height; ++y)
-    rows.push_back(reinterpret_cast<typename Op::Dst*>(reinterpret_cast<char*>(dst.data()) +
-                                                       static_cast<std::ptrdiff_t>(y) * dst.step()));
-  std::reverse(rows.begin(), rows.end());
-  const RvpiSize size = {shape.width, shape.height};
-  Scratch scratch = scratchFor<Op>(size, n, shape.seed % 2 == 1);
-  ASSERT_EQ(Op::run({first, step, rows.data(), size, setting.kernel.data(), n, setting.anchor, setting.border,
-                     setting.value.data(), setting.divisor, scratch.data()}),
-            rvpStatusOk);
-  ASSERT_TRUE(scratch.intact());
-
-  Plane<typename Op::Dst> expected(shape.width * Op::kChannels, shape.height);
+  for (int y = shape.height - 1; y >= 0; --y) rows.push_back(rowOf(dst, y));
+  Block scratch(scratchBytes<Op>(shape.size(), n), shape.anywhere());
+  ASSERT_EQ(
+      Op::run({src.data() + left * Op::kChannels, src.step(), rows.data(), shape.size(), setting.kernel.data(), n,
+               setting.anchor, setting.border, setting.value.data(), setting.divisor, scratch.data()}),
+      rvpStatusOk);
   const int mode = setting.border & 15;
-  for (int y = 0; y < shape.height; ++y) {
-    for (int x = 0; x < shape.width; ++x) {
-      for (int c = 0; c < Op::kChannels; ++c) {
-        expected.at(shape.height - 1 - y, x * Op::kChannels + c) =
-            expectedSum<Op>(setting.kernel, setting.divisor, [&](int i) {
-              int at = x + i - setting.anchor;
-              const bool inMemory = (at < 0 && setting.left()) || (at >= shape.width && setting.right());
-              if (!inMemory && (at < 0 || at >= shape.width)) {
-                if (mode == rvpBorderConst) return setting.value[static_cast<std::size_t>(c)];
-                if (mode == rvpBorderRepl || shape.width == 1) at = at < 0 ? 0 : shape.width - 1;
-                while (at < 0 || at >= shape.width) at = at < 0 ? -at : 2 * (shape.width - 1) - at;
-              }
-              return source.at(y, (left + at) * Op::kChannels + c);
-            });
-      }
-    }
-  }
-  ASSERT_TRUE(same(expected, dst.content()));
+  const auto expected = planeOf<typename Op::Dst>(shape.width * Op::kChannels, shape.height, [&](int y, int at) {
+    const int c = at % Op::kChannels;
+    return expectedSum<Op>(setting.kernel, setting.divisor, [&](int i) {
+      int x = at / Op::kChannels + i - setting.anchor;
+      const bool isInMemory = (x < 0 && setting.left()) || (x >= shape.width && setting.right());
+      if (!isInMemory) x = standIn(mode, x, shape.width);
+      if (!isInMemory && x == kOutside) return setting.value[static_cast<std::size_t>(c)];
+      return source.at(shape.height - 1 - y, (left + x) * Op::kChannels + c);
+    });
+  });
+  ASSERT_TRUE(same(expected, dst));
 }
 
-template <class Op, class Image>
-void checkColumns(const Shape& shape, const Setting<Op>& setting, Image& dst, bool cliff) {
+template <class Op>
+void checkColumns(const Shape& shape, const Setting<Op>& setting, Guarded<typename Op::Dst>& dst) {
   using Src = typename Op::Src;
   const int n = setting.length(), count = shape.height + n - 1;
   // Fewer rows than pointers: some rows serve several times.
   const int distinct = std::max(1, count - count / 4);
   const Plane<Src> source = randomPlane<Src>(shape.width * Op::kChannels, distinct, shape.seed, true);
-  Guarded<Src> guarded(source, shape.placing);
-  OnCliff<Src> onCliff(source, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
-  const auto rowOf = [&](int i) { return (i * 5 + 3) % distinct; };
+  Guarded<Src> src(source, shape.placing);
+  const auto indexOf = [&](int i) { return (i * 5 + 3) % distinct; };
   std::vector<const Src*> rows;
-  for (int i = 0; i < count; ++i)
-    rows.push_back(reinterpret_cast<const Src*>(
-        reinterpret_cast<const char*>(cliff ? onCliff.data() : guarded.data()) +
-        static_cast<std::ptrdiff_t>(rowOf(i)) * (cliff ? onCliff.step() : guarded.step())));
-  const RvpiSize size = {shape.width, shape.height};
-  Scratch scratch = scratchFor<Op>(size, n, shape.seed % 2 == 1);
-  ASSERT_EQ(Op::run({rows.data(), dst.data(), dst.step(), size, setting.kernel.data(), n, setting.divisor,
+  for (int i = 0; i < count; ++i) rows.push_back(rowOf(src, indexOf(i)));
+  Block scratch(scratchBytes<Op>(shape.size(), n), shape.anywhere());
+  ASSERT_EQ(Op::run({rows.data(), dst.data(), dst.step(), shape.size(), setting.kernel.data(), n, setting.divisor,
                      scratch.data()}),
             rvpStatusOk);
-  ASSERT_TRUE(scratch.intact());
-
-  Plane<typename Op::Dst> expected(shape.width * Op::kChannels, shape.height);
-  for (int y = 0; y < expected.height; ++y) {
-    for (int x = 0; x < expected.width; ++x)
-      expected.at(y, x) =
-          expectedSum<Op>(setting.kernel, setting.divisor, [&](int i) { return source.at(rowOf(y + i), x); });
-  }
-  ASSERT_TRUE(same(expected, dst.content()));
-}
-
-template <class Op, class Image>
-void check(const Shape& shape, const Setting<Op>& setting, Image& dst, bool cliff) {
-  SCOPED_TRACE(testing::Message() << setting.length() << " taps, anchor " << setting.anchor << ", divisor "
-                                  << setting.divisor << ", border " << setting.border);
-  if constexpr (Op::kRow) {
-    checkRows<Op>(shape, setting, dst, cliff);
-  } else {
-    checkColumns<Op>(shape, setting, dst, cliff);
-  }
+  const auto expected = planeOf<typename Op::Dst>(shape.width * Op::kChannels, shape.height, [&](int y, int x) {
+    return expectedSum<Op>(setting.kernel, setting.divisor, [&](int i) { return source.at(indexOf(y + i), x); });
+  });
+  ASSERT_TRUE(same(expected, dst));
 }
 
 template <class Op>
-void checkGuarded(const Shape& shape, const Setting<Op>& setting) {
+void check(const Shape& shape, const Setting<Op>& setting) {
+  SCOPED_TRACE(testing::Message() << setting.length() << " taps, anchor " << setting.anchor << ", divisor "
+                                  << setting.divisor << ", border " << setting.border);
   Guarded<typename Op::Dst> dst(Plane<typename Op::Dst>(shape.width * Op::kChannels, shape.height), shape.placing);
-  check<Op>(shape, setting, dst, false);
-  ASSERT_TRUE(dst.intact());
+  if constexpr (Op::kRow) {
+    checkRows<Op>(shape, setting, dst);
+  } else {
+    checkColumns<Op>(shape, setting, dst);
+  }
 }
 
 template <class Op>
@@ -294,25 +254,14 @@ TYPED_TEST(Pipelines, FollowTheFormulaAtEveryWidth) {
   sweepSmall([](Shape shape) {
     for (const int height : {shape.height, 9}) {
       shape.height = height;
-      checkGuarded<TypeParam>(shape, Setting<TypeParam>(shape.seed * 3 + static_cast<unsigned>(height)));
+      check<TypeParam>(shape, Setting<TypeParam>(shape.seed * 3 + static_cast<unsigned>(height)));
     }
   });
 }
 
-TYPED_TEST(Pipelines, StayInsideTheirRows) {
-  for (unsigned width = 1; width <= kWidestSmall; ++width) {
-    for (unsigned variety = 0; variety < 2; ++variety) {
-      const Shape shape = {static_cast<int>(width), 4, {}, 1, width * 2 + variety};
-      const Plane<typename TypeParam::Dst> before(shape.width * TypeParam::kChannels, shape.height);
-      OnCliff<typename TypeParam::Dst> dst(before, variety == 0 ? Cliff::before : Cliff::behind);
-      check<TypeParam>(shape, Setting<TypeParam>(width * 7 + variety), dst, true);
-    }
-  }
-}
-
 TYPED_TEST(Pipelines, DoNotDependOnTheTeam) {
   sweepTeams(3 << 15, [](const Shape& shape) {
-    checkGuarded<TypeParam>(shape, Setting<TypeParam>(shape.seed, shape.seed % 2 == 0 ? 5 : 7));
+    check<TypeParam>(shape, Setting<TypeParam>(shape.seed, shape.seed % 2 == 0 ? 5 : 7));
   });
 }
 
@@ -320,7 +269,7 @@ TYPED_TEST(Pipelines, DoNotDependOnTheTeam) {
 TYPED_TEST(Pipelines, TakeKernelsOfAnyLength) {
   for (const int length : {255, 256, 257, 342, 1024, 1500}) {
     tryShape({19, 5, {1, 1}, 2, static_cast<unsigned>(length)},
-             [&](const Shape& shape) { checkGuarded<TypeParam>(shape, Setting<TypeParam>(shape.seed, length)); });
+             [&](const Shape& shape) { check<TypeParam>(shape, Setting<TypeParam>(shape.seed, length)); });
   }
 }
 
@@ -337,8 +286,6 @@ TYPED_TEST(Pipelines, ReportTheirScratch) {
   EXPECT_EQ(TypeParam::size({INT32_MAX, INT32_MAX}, INT32_MAX, &bytes), rvpStatusOk);
 }
 
-// Every pair of faults in one call: the one that comes first in the order of checking is reported, and nothing
-// changes.
 TYPED_TEST(Pipelines, ReportTheFirstOfTwoFaults) {
   using Op = TypeParam;
   using Src = typename Op::Src;
@@ -352,17 +299,13 @@ TYPED_TEST(Pipelines, ReportTheFirstOfTwoFaults) {
   const Plane<Dst> before(kWidth * Op::kChannels, kHeight, Dst{17});
   const std::array<Src, 3> value = {};
   const std::array<typename Op::Kernel, kTaps> kernel = {1, 2, 3};
-  Scratch scratch = scratchFor<Op>({kWidth, kHeight}, kTaps, true);
+  Block scratch(scratchBytes<Op>({kWidth, kHeight}, kTaps), {0, 1});
 
-  struct Fault {
-    RvpStatus status;
-    std::function<void(Arguments&)> plant;
-  };
   std::vector<Src*> srcRows;
   std::vector<Dst*> dstRows;
-  std::vector<Fault> faults;
+  Faults<Arguments> faults;
   const auto add = [&](bool applies, RvpStatus status, std::function<void(Arguments&)> plant) {
-    if (applies) faults.push_back({status, std::move(plant)});
+    faults.push_back({status, std::move(plant), applies});
   };
   add(true, rvpStatusNullPointer, [](auto& a) { a.src = nullptr; });
   add(true, rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; });
@@ -370,9 +313,14 @@ TYPED_TEST(Pipelines, ReportTheFirstOfTwoFaults) {
   add(Op::kRow, rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; });
   add(true, rvpStatusBadSize, [](auto& a) { a.size.width = 0; });
   add(true, rvpStatusBadSize, [](auto& a) { a.size.height = -1; });
-  add(true, rvpStatusNullPointer, [&](auto&) {
-    dstRows.back() = nullptr;
-    srcRows.front() = nullptr;
+  std::vector<Src*> brokenSrc;
+  std::vector<Dst*> brokenDst;
+  add(true, rvpStatusNullPointer, [&](auto& a) {
+    if constexpr (Op::kRow) {
+      if (a.dst != nullptr) a.dst = brokenDst.data();
+    } else {
+      if (a.src != nullptr) a.src = brokenSrc.data();
+    }
   });
   if constexpr (Op::kRow) {
     add(Op::kChannels == 3, rvpStatusNullPointer, [](auto& a) { a.value = nullptr; });
@@ -394,26 +342,24 @@ TYPED_TEST(Pipelines, ReportTheFirstOfTwoFaults) {
       add(true, rvpStatusBadBorder, [border](auto& a) { a.border = border; });
   }
 
-  for (std::size_t i = 0; i < faults.size(); ++i) {
-    for (std::size_t j = i; j < faults.size(); ++j) {
-      Guarded<Dst> dst(before, {4, 0});
-      srcRows.assign(kHeight + kTaps - 1, src.data());
-      dstRows.assign(kHeight, dst.data());
-      Arguments arguments = [&]() -> Arguments {
-        const RvpiSize size = {kWidth, kHeight};
-        if constexpr (Op::kRow) {
-          return {src.data(), src.step(),    dstRows.data(), size, kernel.data(), kTaps,
-                  1,          rvpBorderRepl, value.data(),   1,    scratch.data()};
-        } else {
-          return {srcRows.data(), dst.data(), dst.step(), size, kernel.data(), kTaps, 1, scratch.data()};
-        }
-      }();
-      faults[j].plant(arguments);
-      faults[i].plant(arguments);
-      EXPECT_EQ(Op::run(arguments), faults[i].status) << "faults " << i << " and " << j;
-      EXPECT_TRUE(same(before, dst.content()) && dst.intact() && scratch.intact());
+  Guarded<Dst> dst(before, {4, 0});
+  srcRows.assign(kHeight + kTaps - 1, src.data());
+  dstRows.assign(kHeight, dst.data());
+  brokenSrc = srcRows;
+  brokenSrc.front() = nullptr;
+  brokenDst = dstRows;
+  brokenDst.back() = nullptr;
+  const Arguments good = [&]() -> Arguments {
+    const RvpiSize size = {kWidth, kHeight};
+    if constexpr (Op::kRow) {
+      return {src.data(), src.step(),    dstRows.data(), size, kernel.data(), kTaps,
+              1,          rvpBorderRepl, value.data(),   1,    scratch.data()};
+    } else {
+      return {srcRows.data(), dst.data(), dst.step(), size, kernel.data(), kTaps, 1, scratch.data()};
     }
-  }
+  }();
+  expectFirstOfTwo(faults, good, Op::run);
+  EXPECT_TRUE(same(before, dst));
 }
 
 // A caller's own team, where each member's call has one thread: its scratch begins where its own block does.
@@ -425,7 +371,7 @@ TEST(PipelineCalls, MayComeFromATeam) {
 #pragma omp parallel for num_threads(3) schedule(static, 1) ordered
   for (int i = 0; i < 3; ++i) {
     const Setting<Row_16s_C1R> setting(3, 9);
-    Scratch scratch = scratchFor<Row_16s_C1R>({50, 1}, 9, true);
+    Block scratch(scratchBytes<Row_16s_C1R>({50, 1}, 9), {0, 1});
     std::vector<int16_t> result(50);
     int16_t* rows[] = {result.data()};
     Row_16s_C1R::run({image.row(0),

@@ -35,28 +35,16 @@ inline Plane<std::uint8_t> packed(const Plane<std::uint8_t>& bits, int offset) {
 class FlaggedBits {
  public:
   FlaggedBits(const Bordered<std::uint8_t>& image, int spareBits, Cliff cliff)
-      : left_(image.inMemory(rvpBorderInMemLeft) ? image.margin : 0),
-        top_(image.inMemory(rvpBorderInMemTop) ? image.margin : 0),
-        offset_(left_ + spareBits),
-        cliff_(packed(cut(image), spareBits), cliff) {}
+      : sides_(flaggedSides(image)),
+        offset_(sides_.left + spareBits),
+        cliff_(packed(sides_.part, spareBits), cliff) {}
 
-  const std::uint8_t* first() { return cliff_.data() + static_cast<std::ptrdiff_t>(top_) * cliff_.step(); }
+  const std::uint8_t* first() { return cliff_.data() + static_cast<std::ptrdiff_t>(sides_.top) * cliff_.step(); }
   int bitOffset() const { return offset_; }
   int step() const { return cliff_.step(); }
 
  private:
-  Plane<std::uint8_t> cut(const Bordered<std::uint8_t>& image) const {
-    const int right = image.inMemory(rvpBorderInMemRight) ? image.margin : 0;
-    const int bottom = image.inMemory(rvpBorderInMemBottom) ? image.margin : 0;
-    Plane<std::uint8_t> part(left_ + image.width() + right, top_ + image.height() + bottom);
-    for (int y = 0; y < part.height; ++y)
-      for (int x = 0; x < part.width; ++x)
-        part.at(y, x) = image.memory.at(y + image.margin - top_, x + image.margin - left_);
-    return part;
-  }
-
-  int left_;
-  int top_;
+  FlaggedSides<std::uint8_t> sides_;
   int offset_;
   OnCliff<std::uint8_t> cliff_;
 };

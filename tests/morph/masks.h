@@ -7,6 +7,7 @@
 
 #include "rvpcv/types.h"
 #include "support/bordered.h"
+#include "support/calls.h"
 #include "support/images.h"
 
 namespace test {
@@ -110,26 +111,18 @@ T extremumAt(const Bordered<T>& image, const Mask& mask, int x, int y, Choose ch
   return result;
 }
 
-// A block of exactly as many bytes, up to a page that cannot be touched, or from one on.
-class Block {
- public:
-  Block(int bytes, Cliff cliff) : cliff_(Plane<std::uint8_t>(bytes, 1, 0xA5), cliff) {}
-  std::uint8_t* data() { return cliff_.data(); }
-
- private:
-  OnCliff<std::uint8_t> cliff_;
-};
-
 // A state in a block of exactly the reported size, and a buffer of that kind. Blocks that end at a page begin at
 // any address.
 template <class State, class GetSize, class Init>
 class Element {
  public:
   Element(GetSize getSize, Init init, RvpiSize largest, const Mask& mask, Cliff cliff)
-      : bytes_(sizes(getSize, largest, mask)), spec_(bytes_.width, cliff), buffer_(bytes_.height, cliff) {
+      : bytes_(sizes(getSize, largest, mask)),
+        spec_(bytes_.width, {0, 0, cliff}),
+        buffer_(bytes_.height, {0, 0, cliff}) {
     EXPECT_EQ(init(largest, mask.cells.data(), mask.size(), spec(), buffer()), rvpStatusOk);
   }
-  State* spec() { return reinterpret_cast<State*>(spec_.data()); }
+  State* spec() { return spec_.as<State>(); }
   std::uint8_t* buffer() { return buffer_.data(); }
 
  private:

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
+#include <optional>
 
 #include "rvpcv.h"
 #include "support/bordered.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
 #include "support/sweep.h"
 
 namespace {
@@ -118,40 +120,28 @@ struct DownReference {
   static Plane<T> image(const Plane<T>& src, int channels, RvpiSize dstSize, float rate, const std::vector<K>& k) {
     const int width = src.width / channels;
     const int height = src.height;
-    Plane<Work> rows(src.width, height), filtered(src.width, height);
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < src.width; ++x)
-        rows.at(y, x) = afterRow(sum(k, [&](int i) {
-          return static_cast<Work>(
-              src.at(y, standIn(rvpBorderMirror, x / channels + i, width) * channels + x % channels));
-        }));
-    }
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < src.width; ++x)
-        filtered.at(y, x) =
-            afterColumn(sum(k, [&](int i) { return rows.at(standIn(rvpBorderMirror, y + i, height), x); }));
-    }
-    const bool halves = rate >= 1.99998F && rate <= 2.00002F;
-    const int dstElements = dstSize.width * channels;
-    Plane<Work> sampled(dstElements, height);
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < dstElements; ++x) {
-        const float p = static_cast<float>(x / channels) * rate;
-        const int i = halves ? std::min(x / channels * 2, width - 1) : static_cast<int>(p);
-        const auto at = [&](int column) { return filtered.at(y, column * channels + x % channels); };
-        sampled.at(y, x) = halves || i + 1 >= width ? at(i) : between(p - static_cast<float>(i), at(i + 1), at(i));
-      }
-    }
-    Plane<T> dst(dstElements, dstSize.height);
-    for (int y = 0; y < dstSize.height; ++y) {
-      const float p = static_cast<float>(y) * rate;
-      const int i = halves ? std::min(2 * y, height - 1) : static_cast<int>(p);
-      for (int x = 0; x < dstElements; ++x)
-        dst.at(y, x) = pixel(halves || i + 1 >= height
-                                 ? sampled.at(i, x)
-                                 : between(p - static_cast<float>(i), sampled.at(i + 1, x), sampled.at(i, x)));
-    }
-    return dst;
+    const auto rows = planeOf<Work>(src.width, height, [&](int y, int x) {
+      return afterRow(sum(k, [&](int i) {
+        return static_cast<Work>(
+            src.at(y, standIn(rvpBorderMirror, x / channels + i, width) * channels + x % channels));
+      }));
+    });
+    const auto filtered = planeOf<Work>(src.width, height, [&](int y, int x) {
+      return afterColumn(sum(k, [&](int i) { return rows.at(standIn(rvpBorderMirror, y + i, height), x); }));
+    });
+    // The sample at `to` of a line of `extent` values.
+    const auto sampled = [&](int to, int extent, const auto& at) {
+      if (rate >= 1.99998F && rate <= 2.00002F) return at(std::min(2 * to, extent - 1));
+      const float p = static_cast<float>(to) * rate;
+      const int i = static_cast<int>(p);
+      return i + 1 >= extent ? at(i) : between(p - static_cast<float>(i), at(i + 1), at(i));
+    };
+    const auto narrow = planeOf<Work>(dstSize.width * channels, height, [&](int y, int x) {
+      return sampled(x / channels, width, [&](int i) { return filtered.at(y, i * channels + x % channels); });
+    });
+    return planeOf<T>(narrow.width, dstSize.height, [&](int y, int x) {
+      return pixel(sampled(y, height, [&](int i) { return narrow.at(i, x); }));
+    });
   }
 };
 
@@ -229,57 +219,37 @@ Plane<T> expectedUp(const Plane<T>& src, int channels, RvpiSize dstSize, float r
   return dst;
 }
 
-// Where a block begins: any address will do.
-Placing anywhere(RvpiSize roi) { return {0, (5 * roi.width + roi.height) % 37}; }
+// A state in a block of exactly the reported size, at any address.
+template <class F, bool kIsDown>
+struct Layer {
+  using State = std::conditional_t<kIsDown, RvpiPyramidDownState, RvpiPyramidUpState>;
 
-// A state block of exactly the reported size between guards.
-template <class F>
-class Down {
- public:
-  using K = typename F::Coefficient;
-  Down(RvpiSize roi, float rate, const Kernel& kernel) {
-    const std::vector<K> k(kernel.begin(), kernel.end());
+  Layer(RvpiSize roi, float rate, const Kernel& kernel) {
+    const std::vector<typename F::Coefficient> k(kernel.begin(), kernel.end());
     const int length = static_cast<int>(k.size());
+    const Placing anywhere = {0, (5 * roi.width + roi.height) % 37};
     int bytes = 0, scratchBytes = 0;
-    EXPECT_EQ(F::downSize(roi, length, &bytes, &scratchBytes, rate), rvpStatusOk);
-    block_ = std::make_unique<Guarded<std::uint8_t>>(randomPlane<std::uint8_t>(bytes, 1, 7), anywhere(roi));
-    Guarded<std::uint8_t> scratch(randomPlane<std::uint8_t>(scratchBytes, 1, 8), {0, 3});
-    status = F::downInit(&state, roi, rate, k.data(), length, 2, block_->data(), scratch.data());
-    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(state), block_->data());
-    EXPECT_TRUE(scratch.intact());
-    EXPECT_TRUE(intact());
+    if constexpr (kIsDown) {
+      EXPECT_EQ(F::downSize(roi, length, &bytes, &scratchBytes, rate), rvpStatusOk);
+      Block scratch(scratchBytes, {0, 3});
+      block.emplace(bytes, anywhere);
+      status = F::downInit(&state, roi, rate, k.data(), length, 2, block->data(), scratch.data());
+    } else {
+      EXPECT_EQ(F::upSize(roi, length, &bytes, rate), rvpStatusOk);
+      block.emplace(bytes, anywhere);
+      status = F::upInit(&state, roi, rate, k.data(), length, 2, block->data());
+    }
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(state), block->data());
   }
-  testing::AssertionResult intact() const { return block_->intact(); }
 
-  RvpiPyramidDownState* state = nullptr;
+  std::optional<Block> block;
+  State* state = nullptr;
   RvpStatus status = rvpStatusError;
-
- private:
-  std::unique_ptr<Guarded<std::uint8_t>> block_;
 };
-
 template <class F>
-class Up {
- public:
-  using K = typename F::Coefficient;
-  Up(RvpiSize roi, float rate, const Kernel& kernel) {
-    const std::vector<K> k(kernel.begin(), kernel.end());
-    const int length = static_cast<int>(k.size());
-    int bytes = 0;
-    EXPECT_EQ(F::upSize(roi, length, &bytes, rate), rvpStatusOk);
-    block_ = std::make_unique<Guarded<std::uint8_t>>(randomPlane<std::uint8_t>(bytes, 1, 7), anywhere(roi));
-    status = F::upInit(&state, roi, rate, k.data(), length, 2, block_->data());
-    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(state), block_->data());
-    EXPECT_TRUE(intact());
-  }
-  testing::AssertionResult intact() const { return block_->intact(); }
-
-  RvpiPyramidUpState* state = nullptr;
-  RvpStatus status = rvpStatusError;
-
- private:
-  std::unique_ptr<Guarded<std::uint8_t>> block_;
-};
+using Down = Layer<F, true>;
+template <class F>
+using Up = Layer<F, false>;
 
 const std::vector<Kernel> kKernels = {{1, 2, 1},
                                       {1, 4, 6, 4, 1},
@@ -302,24 +272,41 @@ using Forms = testing::Types<Form<std::uint8_t, 1>, Form<std::uint8_t, 3>, Form<
                              Form<std::uint16_t, 3>, Form<float, 1>, Form<float, 3>>;
 TYPED_TEST_SUITE(PyramidLayer, Forms);
 
-template <class F>
-void checkDown(const Shape& shape, float rate, const Kernel& kernel, RvpiSize initRoi) {
+std::string describe(float rate, const Kernel& kernel) {
+  return "rate " + std::to_string(rate) + ", kernel " + testing::PrintToString(kernel);
+}
+
+// What becomes of a random image.
+template <class F, bool kIsDown>
+void checkLayer(const Shape& shape, RvpiSize dstRoi, const Layer<F, kIsDown>& layer, float rate,
+                const Kernel& kernel) {
   using T = typename F::Pixel;
-  SCOPED_TRACE("rate " + std::to_string(rate) + ", kernel " + testing::PrintToString(kernel));
-  const RvpiSize srcRoi = {shape.width, shape.height};
-  RvpiSize dstRoi{};
-  ASSERT_EQ(rvpiGetPyramidDownROI(srcRoi, &dstRoi, rate), rvpStatusOk);
-  const Down<F> layer(initRoi, rate, kernel);
+  SCOPED_TRACE(describe(rate, kernel));
   ASSERT_EQ(layer.status, rvpStatusOk);
   const Plane<T> content = randomPlane<T>(shape.width * F::kChannels, shape.height, shape.seed);
   Guarded<T> src(content, shape.placing);
   Guarded<T> dst(Plane<T>(dstRoi.width * F::kChannels, dstRoi.height, T{77}), shape.placing);
-  ASSERT_EQ(F::down(src.data(), src.step(), srcRoi, dst.data(), dst.step(), dstRoi, layer.state), rvpStatusOk);
-  ASSERT_TRUE(same(DownReference<T>::image(content, F::kChannels, dstRoi, rate,
-                                           normalised<typename F::Coefficient>(kernel, false)),
-                   dst.content()));
-  ASSERT_TRUE(dst.intact());
-  ASSERT_TRUE(layer.intact());
+  const auto run = [] {
+    if constexpr (kIsDown) {
+      return F::down;
+    } else {
+      return F::up;
+    }
+  }();
+  ASSERT_EQ(call(run, src, shape.size(), dst, dstRoi, layer.state), rvpStatusOk);
+  const auto k = normalised<typename F::Coefficient>(kernel, !kIsDown);
+  if constexpr (kIsDown) {
+    ASSERT_TRUE(same(DownReference<T>::image(content, F::kChannels, dstRoi, rate, k), dst));
+  } else {
+    ASSERT_TRUE(same(expectedUp(content, F::kChannels, dstRoi, rate, k), dst));
+  }
+}
+
+template <class F>
+void checkDown(const Shape& shape, float rate, const Kernel& kernel, RvpiSize initRoi) {
+  RvpiSize dstRoi{};
+  ASSERT_EQ(rvpiGetPyramidDownROI(shape.size(), &dstRoi, rate), rvpStatusOk);
+  checkLayer(shape, dstRoi, Down<F>(initRoi, rate, kernel), rate, kernel);
 }
 
 TYPED_TEST(PyramidLayer, DownFollowsTheFormula) {
@@ -362,23 +349,10 @@ TYPED_TEST(PyramidLayer, DownServesAllLevelsOfAPyramid) {
 
 template <class F>
 void checkUp(const Shape& shape, float rate, const Kernel& kernel, bool largest) {
-  using T = typename F::Pixel;
-  SCOPED_TRACE("rate " + std::to_string(rate) + ", kernel " + testing::PrintToString(kernel));
-  const RvpiSize srcRoi = {shape.width, shape.height};
   RvpiSize least{}, most{};
-  ASSERT_EQ(rvpiGetPyramidUpROI(srcRoi, &least, &most, rate), rvpStatusOk);
+  ASSERT_EQ(rvpiGetPyramidUpROI(shape.size(), &least, &most, rate), rvpStatusOk);
   const RvpiSize dstRoi = largest ? most : RvpiSize{least.width, (least.height + most.height) / 2};
-  const Up<F> layer(dstRoi, rate, kernel);
-  ASSERT_EQ(layer.status, rvpStatusOk);
-  const Plane<T> content = randomPlane<T>(shape.width * F::kChannels, shape.height, shape.seed);
-  Guarded<T> src(content, shape.placing);
-  Guarded<T> dst(Plane<T>(dstRoi.width * F::kChannels, dstRoi.height, T{77}), shape.placing);
-  ASSERT_EQ(F::up(src.data(), src.step(), srcRoi, dst.data(), dst.step(), dstRoi, layer.state), rvpStatusOk);
-  ASSERT_TRUE(
-      same(expectedUp(content, F::kChannels, dstRoi, rate, normalised<typename F::Coefficient>(kernel, true)),
-           dst.content()));
-  ASSERT_TRUE(dst.intact());
-  ASSERT_TRUE(layer.intact());
+  checkLayer(shape, dstRoi, Up<F>(dstRoi, rate, kernel), rate, kernel);
 }
 
 TYPED_TEST(PyramidLayer, UpFollowsTheFormula) {
@@ -416,24 +390,13 @@ TYPED_TEST(PyramidLayer, TakesKernelsLongerThanTheImage) {
 }
 
 TYPED_TEST(PyramidLayer, StaysWithinItsRows) {
-  using F = TypeParam;
-  using T = typename F::Pixel;
   for (const Cliff cliff : {Cliff::before, Cliff::behind}) {
     for (const float rate : {1.3F, 2.0F}) {
       for (const int width : {1, 6, 37, 66}) {
-        const RvpiSize large = {width, 21};
-        RvpiSize small{};
-        rvpiGetPyramidDownROI(large, &small, rate);
-        const Down<F> down(large, rate, kKernels[1]);
-        const Up<F> up(large, rate, kKernels[1]);
-        const Plane<T> content = randomPlane<T>(large.width * F::kChannels, large.height, 3);
-        OnCliff<T> full(content, cliff);
-        OnCliff<T> level(Plane<T>(small.width * F::kChannels, small.height), cliff);
-        ASSERT_EQ(F::down(full.data(), full.step(), large, level.data(), level.step(), small, down.state), 0);
-        ASSERT_EQ(F::up(level.data(), level.step(), small, full.data(), full.step(), large, up.state), 0);
-        ASSERT_TRUE(same(expectedUp(level.content(), F::kChannels, large, rate,
-                                    normalised<typename F::Coefficient>(kKernels[1], true)),
-                         full.content()));
+        tryShape({width, 21, {0, 0, cliff}, 1, 3}, [&](const Shape& shape) {
+          checkDown<TypeParam>(shape, rate, kKernels[1], shape.size());
+          checkUp<TypeParam>(shape, rate, kKernels[1], true);
+        });
       }
     }
   }
@@ -451,7 +414,7 @@ TYPED_TEST(PyramidLayer, KeepsAConstantImage) {
     const Plane<T> content(large.width * F::kChannels, large.height, level);
     Guarded<T> src(content), dst(Plane<T>(small.width * F::kChannels, small.height));
     const Down<F> down(large, rate, kKernels[1]);
-    ASSERT_EQ(F::down(src.data(), src.step(), large, dst.data(), dst.step(), small, down.state), rvpStatusOk);
+    ASSERT_EQ(call(F::down, src, large, dst, small, down.state), rvpStatusOk);
     const auto checkLevel = [&](const Plane<T>& result) {
       if constexpr (std::is_same_v<T, float>) {
         for (const T value : result.elements) ASSERT_NEAR(value, level, 1e-6) << "rate " << rate;
@@ -464,7 +427,7 @@ TYPED_TEST(PyramidLayer, KeepsAConstantImage) {
     if (rate > 4) continue;
     const Up<F> up(large, rate, kKernels[1]);
     Guarded<T> back(Plane<T>(large.width * F::kChannels, large.height));
-    ASSERT_EQ(F::up(dst.data(), dst.step(), small, back.data(), back.step(), large, up.state), rvpStatusOk);
+    ASSERT_EQ(call(F::up, dst, small, back, large, up.state), rvpStatusOk);
     checkLevel(back.content());
   }
 }
@@ -480,114 +443,130 @@ TYPED_TEST(PyramidLayer, RebuildsTheRightHalfOfAKernel) {
   using T = typename F::Pixel;
   const Plane<T> content = randomPlane<T>(20 * F::kChannels, 20, 4);
   Guarded<T> src(content), dst(Plane<T>(10 * F::kChannels, 10));
-  ASSERT_EQ(F::down(src.data(), src.step(), {20, 20}, dst.data(), dst.step(), {10, 10}, lopsided.state),
-            rvpStatusOk);
+  ASSERT_EQ(call(F::down, src, RvpiSize{20, 20}, dst, RvpiSize{10, 10}, lopsided.state), rvpStatusOk);
   EXPECT_TRUE(same(DownReference<T>::image(content, F::kChannels, {10, 10}, 2,
                                            normalised<typename F::Coefficient>({1, 4, 6, 4, 1}, false)),
                    dst.content()));
 }
 
-TYPED_TEST(PyramidLayer, ChecksItsStateInOrder) {
+// What both Init functions take; GetSize takes the same region, length and rate.
+template <class F, class State>
+struct InitArguments {
+  State** state;
+  RvpiSize roi = {8, 8};
+  float rate = 2;
+  const typename F::Coefficient* kernel;
+  int length = 5, mode = 2;
+  std::uint8_t *block, *scratch;
+};
+
+TYPED_TEST(PyramidLayer, ReportsTheFirstOfTwoFaultsOfAState) {
   using F = TypeParam;
-  using K = typename F::Coefficient;
-  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-  const K k[5] = {1, 4, 6, 4, 1};
+  const typename F::Coefficient k[5] = {1, 4, 6, 4, 1};
   std::vector<std::uint8_t> block(20000, 9), scratch(400, 9);
-  int a = -1, b = -1;
-  EXPECT_EQ(F::downSize({0, 8}, 2, nullptr, &b, 1), rvpStatusNullPointer);
-  EXPECT_EQ(F::downSize({0, 8}, 2, &a, nullptr, 1), rvpStatusNullPointer);
+  const auto check = [&]<class State>(State* state, const auto& init, const auto& getSize) {
+    using A = InitArguments<F, State>;
+    constexpr bool kIsDown = std::is_same_v<State, RvpiPyramidDownState>;
+    const A good = {.state = &state, .kernel = k, .block = block.data(), .scratch = scratch.data()};
+    Faults<A> faults = {{rvpStatusBadSize, [](A& a) { a.roi.width = 0; }},
+                        {rvpStatusBadSize, [](A& a) { a.roi.height = -1; }}};
+    for (const float rate : {1.0F, 10.1F, std::numeric_limits<float>::quiet_NaN()})
+      faults.push_back({rvpStatusBadArgument, [rate](A& a) { a.rate = rate; }});
+    for (const int length : {1, 4, -5})
+      faults.push_back({rvpStatusBadArgument, [length](A& a) { a.length = length; }});
+    expectFirstOfTwo(faults, good, getSize);
+    // The size of the image decides whether scratch is needed.
+    faults.insert(faults.begin() + 2, {rvpStatusNullPointer, [](A& a) { a.scratch = nullptr; }, kIsDown});
+    faults.insert(faults.begin(), {{rvpStatusBadArgument, [](A& a) { a.mode = 1; }},
+                                   {rvpStatusNullPointer, [](A& a) { a.state = nullptr; }},
+                                   {rvpStatusNullPointer, [](A& a) { a.kernel = nullptr; }},
+                                   {rvpStatusNullPointer, [](A& a) { a.block = nullptr; }}});
+    expectFirstOfTwo(faults, good, init);
+    EXPECT_EQ(state, nullptr);
+  };
+  const auto initDown = [](const auto& a) {
+    return F::downInit(a.state, a.roi, a.rate, a.kernel, a.length, a.mode, a.block, a.scratch);
+  };
+  int bytes = -1, scratchBytes = -1;
+  check(static_cast<RvpiPyramidDownState*>(nullptr), initDown,
+        [&](const auto& a) { return F::downSize(a.roi, a.length, &bytes, &scratchBytes, a.rate); });
+  check(
+      static_cast<RvpiPyramidUpState*>(nullptr),
+      [](const auto& a) { return F::upInit(a.state, a.roi, a.rate, a.kernel, a.length, a.mode, a.block); },
+      [&](const auto& a) { return F::upSize(a.roi, a.length, &bytes, a.rate); });
+  EXPECT_EQ(F::downSize({0, 8}, 2, nullptr, &scratchBytes, 1), rvpStatusNullPointer);
+  EXPECT_EQ(F::downSize({0, 8}, 2, &bytes, nullptr, 1), rvpStatusNullPointer);
   EXPECT_EQ(F::upSize({0, 8}, 2, nullptr, 1), rvpStatusNullPointer);
-  EXPECT_EQ(F::downSize({0, 8}, 2, &a, &b, 1), rvpStatusBadSize);
-  EXPECT_EQ(F::upSize({8, 0}, 2, &a, 1), rvpStatusBadSize);
-  RvpiPyramidDownState* down = nullptr;
-  RvpiPyramidUpState* up = nullptr;
-  const auto initDown = [&](RvpiPyramidDownState** to, RvpiSize roi, float rate, const K* kernel, int length,
-                            int mode, bool withScratch = true) {
-    return F::downInit(to, roi, rate, kernel, length, mode, block.data(), withScratch ? scratch.data() : nullptr);
-  };
-  EXPECT_EQ(initDown(nullptr, {0, 8}, 1, k, 4, 1), rvpStatusBadArgument);
-  EXPECT_EQ(F::upInit(nullptr, {0, 8}, 1, k, 4, 3, block.data()), rvpStatusBadArgument);
-  EXPECT_EQ(initDown(nullptr, {0, 8}, 1, k, 4, 2), rvpStatusNullPointer);
-  EXPECT_EQ(initDown(&down, {0, 8}, 1, nullptr, 4, 2), rvpStatusNullPointer);
-  EXPECT_EQ(F::downInit(&down, {0, 8}, 1, k, 4, 2, nullptr, scratch.data()), rvpStatusNullPointer);
-  EXPECT_EQ(initDown(&down, {8, 8}, 1, k, 4, 2, false), rvpStatusNullPointer);
-  EXPECT_EQ(F::upInit(&up, {0, 8}, 1, nullptr, 4, 2, block.data()), rvpStatusNullPointer);
-  EXPECT_EQ(F::upInit(&up, {0, 8}, 1, k, 4, 2, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(initDown(&down, {8, 0}, 1, k, 4, 2), rvpStatusBadSize);
-  EXPECT_EQ(F::upInit(&up, {0, 8}, 1, k, 4, 2, block.data()), rvpStatusBadSize);
-  struct Bad {
-    float rate;
-    int length;
-  };
-  for (const Bad bad : {Bad{1.0F, 5}, {10.1F, 5}, {kNan, 5}, {2, 1}, {2, 4}, {2, -5}}) {
-    EXPECT_EQ(F::downSize({8, 8}, bad.length, &a, &b, bad.rate), rvpStatusBadArgument);
-    EXPECT_EQ(F::upSize({8, 8}, bad.length, &a, bad.rate), rvpStatusBadArgument);
-    EXPECT_EQ(initDown(&down, {8, 8}, bad.rate, k, bad.length, 2), rvpStatusBadArgument);
-    EXPECT_EQ(F::upInit(&up, {8, 8}, bad.rate, k, bad.length, 2, block.data()), rvpStatusBadArgument);
-  }
-  EXPECT_TRUE(a == -1 && b == -1 && down == nullptr && up == nullptr);
+  EXPECT_TRUE(bytes == -1 && scratchBytes == -1);
   EXPECT_EQ(std::count(block.begin(), block.end(), 9), 20000);
   // A small image needs no scratch.
-  EXPECT_EQ(initDown(&down, {5, 8}, 2, k, 5, 2, false), rvpStatusOk);
+  RvpiPyramidDownState* small = nullptr;
+  EXPECT_EQ(F::downInit(&small, {5, 8}, 2, k, 5, 2, block.data(), nullptr), rvpStatusOk);
 }
 
-TYPED_TEST(PyramidLayer, ChecksItsCallsInOrder) {
+template <class T, class State>
+struct LayerArguments {
+  const T* src;
+  int srcStep;
+  RvpiSize srcRoi;
+  T* dst;
+  int dstStep;
+  RvpiSize dstRoi;
+  State* state;
+};
+
+TYPED_TEST(PyramidLayer, ReportsTheFirstOfTwoFaultsOfACall) {
   using F = TypeParam;
   using T = typename F::Pixel;
-  constexpr int kRow = 8 * F::kChannels * static_cast<int>(sizeof(T));
-  constexpr int kOdd = sizeof(T) > 1 ? 1 : 0;
+  constexpr int kPixel = F::kChannels * static_cast<int>(sizeof(T));
   const Down<F> down({8, 8}, 2, kKernels[1]);
   const Up<F> up({8, 8}, 2, kKernels[1]);
   std::vector<T> large(512, T{5}), small(512, T{5});
-  const auto goDown = [&](const T* src, int srcStep, RvpiSize srcRoi, T* dst, int dstStep, RvpiSize dstRoi,
-                          RvpiPyramidDownState* state) {
-    return F::down(src, srcStep, srcRoi, dst, dstStep, dstRoi, state);
+  std::vector<std::uint8_t> blank(256, 0);
+  const auto check = [&]<class State>(const auto& go, State* state, RvpiSize src, RvpiSize dst) {
+    using A = LayerArguments<T, State>;
+    const A good = {large.data(), kPixel * src.width, src, small.data(), kPixel * dst.width, dst, state};
+    const Faults<A> faults = {
+        {rvpStatusNullPointer, [](A& a) { a.src = nullptr; }},
+        {rvpStatusNullPointer, [](A& a) { a.dst = nullptr; }},
+        {rvpStatusNullPointer, [](A& a) { a.state = nullptr; }},
+        {rvpStatusBadSize, [](A& a) { a.srcRoi.width = 0; }},
+        {rvpStatusBadStep, [&](A& a) { a.srcStep = kPixel - 1; }},
+        {rvpStatusBadStep, [&](A& a) { a.dstStep = kPixel - 1; }},
+        {rvpStatusStepNotMultiple, [&](A& a) { a.srcStep = 8 * kPixel + 1; }, sizeof(T) > 1},
+        {rvpStatusStepNotMultiple, [&](A& a) { a.dstStep = 8 * kPixel + 1; }, sizeof(T) > 1},
+        {rvpStatusBadArgument,
+         [&](A& a) { a.state = a.state == nullptr ? nullptr : reinterpret_cast<State*>(blank.data()); }},
+        {rvpStatusBadSize, [](A& a) { a.dstRoi.height += 2; }},
+        {rvpStatusBadSize, [](A& a) { a.dstRoi.width -= 2; }},
+        {rvpStatusBadSize, [](A& a) { a.dstRoi.height = -1; }}};
+    expectFirstOfTwo(faults, good, [&](const A& a) {
+      return go(a.src, a.srcStep, a.srcRoi, a.dst, a.dstStep, a.dstRoi, a.state);
+    });
   };
-  const auto goUp = [&](const T* src, int srcStep, RvpiSize srcRoi, T* dst, int dstStep, RvpiSize dstRoi,
-                        RvpiPyramidUpState* state) {
-    return F::up(src, srcStep, srcRoi, dst, dstStep, dstRoi, state);
-  };
-  const auto checkCommon = [&](const auto& go, auto* state, RvpiSize src, RvpiSize dst) {
-    using State = std::remove_pointer_t<decltype(state)>;
-    EXPECT_EQ(go(nullptr, 0, {0, 1}, small.data(), 0, dst, state), rvpStatusNullPointer);
-    EXPECT_EQ(go(large.data(), 0, {0, 1}, nullptr, 0, dst, state), rvpStatusNullPointer);
-    EXPECT_EQ(go(large.data(), 0, {0, 1}, small.data(), 0, dst, static_cast<State*>(nullptr)),
-              rvpStatusNullPointer);
-    EXPECT_EQ(go(large.data(), 0, {0, 1}, small.data(), 0, dst, state), rvpStatusBadSize);
-    const int srcRow = kRow * src.width / 8, dstRow = kRow * dst.width / 8;
-    EXPECT_EQ(go(large.data(), srcRow - 1, src, small.data(), dstRow + kOdd, dst, state), rvpStatusBadStep);
-    EXPECT_EQ(go(large.data(), srcRow + kOdd, src, small.data(), dstRow - 1, dst, state), rvpStatusBadStep);
-    const RvpiSize wrong = {dst.width, dst.height + 2};
-    if (kOdd == 1) {
-      EXPECT_EQ(go(large.data(), srcRow + 1, src, small.data(), dstRow, wrong, state), rvpStatusStepNotMultiple);
-      EXPECT_EQ(go(large.data(), srcRow, src, small.data(), dstRow + 1, wrong, state), rvpStatusStepNotMultiple);
-    }
-    std::vector<std::uint8_t> blank(256, 0);
-    EXPECT_EQ(go(large.data(), srcRow, src, small.data(), dstRow, wrong, reinterpret_cast<State*>(blank.data())),
-              rvpStatusBadArgument);
-    EXPECT_EQ(go(large.data(), srcRow, src, small.data(), dstRow, wrong, state), rvpStatusBadSize);
-    EXPECT_EQ(go(large.data(), srcRow, src, small.data(), dstRow, {dst.width - 2, dst.height}, state),
-              rvpStatusBadSize);
-    EXPECT_EQ(go(large.data(), srcRow, src, small.data(), dstRow, {dst.width, -1}, state), rvpStatusBadSize);
-  };
-  checkCommon(goDown, down.state, {8, 8}, {4, 4});
-  checkCommon(goUp, up.state, {4, 4}, {8, 8});
+  check(F::down, down.state, {8, 8}, {4, 4});
+  check(F::up, up.state, {4, 4}, {8, 8});
   EXPECT_EQ(std::count(small.begin(), small.end(), T{5}), 512);
   // Only the height is sought among the levels.
-  EXPECT_EQ(goDown(large.data(), kRow, {7, 8}, small.data(), kRow, {3, 4}, down.state), rvpStatusBadSize);
-  EXPECT_EQ(goDown(large.data(), kRow, {7, 8}, small.data(), kRow, {4, 4}, down.state), rvpStatusOk);
-  EXPECT_EQ(goDown(large.data(), kRow, {7, 7}, small.data(), kRow, {4, 4}, down.state), rvpStatusOk);
+  constexpr int kRow = 8 * kPixel;
+  const auto goDown = [&](RvpiSize src, RvpiSize dst) {
+    return F::down(large.data(), kRow, src, small.data(), kRow, dst, down.state);
+  };
+  EXPECT_EQ(goDown({7, 8}, {3, 4}), rvpStatusBadSize);
+  EXPECT_EQ(goDown({7, 8}, {4, 4}), rvpStatusOk);
+  EXPECT_EQ(goDown({7, 7}, {4, 4}), rvpStatusOk);
   // Images for which the blocks have no room.
   std::vector<T> wide(std::size_t{40000} * F::kChannels);
-  constexpr int kWide = 40000 * F::kChannels * static_cast<int>(sizeof(T));
-  EXPECT_EQ(goDown(wide.data(), kWide, {40000, 1}, wide.data(), kWide, {20000, 1}, down.state), rvpStatusBadSize);
-  EXPECT_EQ(goUp(wide.data(), kWide, {20000, 1}, wide.data(), kWide, {40000, 2}, up.state), rvpStatusBadSize);
+  constexpr int kWide = 40000 * kPixel;
+  EXPECT_EQ(F::down(wide.data(), kWide, {40000, 1}, wide.data(), kWide, {20000, 1}, down.state), rvpStatusBadSize);
+  EXPECT_EQ(F::up(wide.data(), kWide, {20000, 1}, wide.data(), kWide, {40000, 2}, up.state), rvpStatusBadSize);
   // The least and the largest destination.
   const Up<F> larger({20, 20}, 2, kKernels[1]);
-  for (const RvpiSize dst : {RvpiSize{7, 7}, {8, 8}})
-    EXPECT_EQ(goUp(large.data(), kRow, {4, 4}, small.data(), kRow, dst, larger.state), rvpStatusOk);
-  for (const RvpiSize dst : {RvpiSize{6, 7}, {7, 6}, {9, 8}, {8, 9}})
-    EXPECT_EQ(goUp(large.data(), kRow, {4, 4}, small.data(), 2 * kRow, dst, larger.state), rvpStatusBadSize);
+  const auto goUp = [&](RvpiSize dst) {
+    return F::up(large.data(), kRow, {4, 4}, small.data(), 2 * kRow, dst, larger.state);
+  };
+  for (const RvpiSize dst : {RvpiSize{7, 7}, {8, 8}}) EXPECT_EQ(goUp(dst), rvpStatusOk);
+  for (const RvpiSize dst : {RvpiSize{6, 7}, {7, 6}, {9, 8}, {8, 9}}) EXPECT_EQ(goUp(dst), rvpStatusBadSize);
 }
 
 TEST(PyramidLayerSizes, FollowTheirFormulas) {

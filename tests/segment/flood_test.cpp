@@ -1,13 +1,17 @@
 // Flood fills against the region found pixel by pixel, and range fills against a plain list of spans that forgets.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <tuple>
 
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
+#include "support/regions.h"
 #include "support/sweep.h"
 
 namespace {
@@ -16,40 +20,25 @@ using namespace test;
 
 enum class Kind { kPlain, kRange, kGradient };
 
-template <class T>
-using Plain1 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, T, RvpiFilledRegion*, std::uint8_t*);
-template <class T>
-using Plain3 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, const T*, RvpiFilledRegion*, std::uint8_t*);
-template <class T>
-using Deltas1 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, T, T, T, RvpiFilledRegion*, std::uint8_t*);
-template <class T>
-using Deltas3 = RvpStatus (*)(T*, int, RvpiSize, RvpiPoint, const T*, const T*, const T*, RvpiFilledRegion*,
-                              std::uint8_t*);
-
-template <class T>
-struct Members {
-  Plain1<T> plain1[2];
-  Plain3<T> plain3[2];
-  Deltas1<T> range1[2], gradient1[2];
-  Deltas3<T> range3[2], gradient3[2];
-};
-#define MEMBERS(TYPE)                                                                   \
-  {                                                                                     \
-    {rvpiFloodFill_4Con_##TYPE##_C1IR, rvpiFloodFill_8Con_##TYPE##_C1IR},               \
-        {rvpiFloodFill_4Con_##TYPE##_C3IR, rvpiFloodFill_8Con_##TYPE##_C3IR},           \
-        {rvpiFloodFill_Range4Con_##TYPE##_C1IR, rvpiFloodFill_Range8Con_##TYPE##_C1IR}, \
-        {rvpiFloodFill_Grad4Con_##TYPE##_C1IR, rvpiFloodFill_Grad8Con_##TYPE##_C1IR},   \
-        {rvpiFloodFill_Range4Con_##TYPE##_C3IR, rvpiFloodFill_Range8Con_##TYPE##_C3IR}, \
-        {rvpiFloodFill_Grad4Con_##TYPE##_C3IR, rvpiFloodFill_Grad8Con_##TYPE##_C3IR},   \
-  }
-template <class T>
-const Members<T> kMembers;
-template <>
-const Members<std::uint8_t> kMembers<std::uint8_t> = MEMBERS(8u);
-template <>
-const Members<std::uint16_t> kMembers<std::uint16_t> = MEMBERS(16u);
-template <>
-const Members<float> kMembers<float> = MEMBERS(32f);
+// The functions by type, channels, kind and connectivity.
+template <class T, int kChannels>
+struct Form;
+#define RVP_FORM(T, TYPE, C)                                                            \
+  template <>                                                                           \
+  struct Form<T, C> {                                                                   \
+    static constexpr std::array kPlain = {rvpiFloodFill_4Con_##TYPE##_C##C##IR,         \
+                                          rvpiFloodFill_8Con_##TYPE##_C##C##IR};        \
+    static constexpr std::array kRange = {rvpiFloodFill_Range4Con_##TYPE##_C##C##IR,    \
+                                          rvpiFloodFill_Range8Con_##TYPE##_C##C##IR};   \
+    static constexpr std::array kGradient = {rvpiFloodFill_Grad4Con_##TYPE##_C##C##IR,  \
+                                             rvpiFloodFill_Grad8Con_##TYPE##_C##C##IR}; \
+  };
+RVP_FORM(std::uint8_t, 8u, 1)
+RVP_FORM(std::uint8_t, 8u, 3)
+RVP_FORM(std::uint16_t, 16u, 1)
+RVP_FORM(std::uint16_t, 16u, 3)
+RVP_FORM(float, 32f, 1)
+RVP_FORM(float, 32f, 3)
 
 template <class T>
 struct Fill {
@@ -59,24 +48,24 @@ struct Fill {
   RvpiPoint seed;
   T newValue[3], minDelta[3], maxDelta[3];
 
-  RvpStatus call(T* image, int step, RvpiSize size, RvpiFilledRegion* region, std::uint8_t* scratch) const {
-    const Members<T>& all = kMembers<T>;
-    if (kind == Kind::kPlain)
-      return channels == 1 ? all.plain1[diagonal](image, step, size, seed, newValue[0], region, scratch)
-                           : all.plain3[diagonal](image, step, size, seed, newValue, region, scratch);
-    if (channels == 1)
-      return (kind == Kind::kRange ? all.range1 : all.gradient1)[diagonal](
-          image, step, size, seed, newValue[0], minDelta[0], maxDelta[0], region, scratch);
-    return (kind == Kind::kRange ? all.range3 : all.gradient3)[diagonal](image, step, size, seed, newValue,
-                                                                         minDelta, maxDelta, region, scratch);
+  RvpStatus run(T* image, int step, RvpiSize size, RvpiFilledRegion* region, std::uint8_t* scratch) const {
+    return channels == 1
+               ? runForm<Form<T, 1>>(image, step, size, region, scratch, newValue[0], minDelta[0], maxDelta[0])
+               : runForm<Form<T, 3>>(image, step, size, region, scratch, newValue, minDelta, maxDelta);
+  }
+
+ private:
+  template <class Form>
+  RvpStatus runForm(T* image, int step, RvpiSize size, RvpiFilledRegion* region, std::uint8_t* scratch, auto value,
+                    auto least, auto most) const {
+    if (kind == Kind::kPlain) return Form::kPlain[diagonal](image, step, size, seed, value, region, scratch);
+    return (kind == Kind::kRange ? Form::kRange : Form::kGradient)[diagonal](image, step, size, seed, value, least,
+                                                                             most, region, scratch);
   }
 };
 
 int scratchBytes(Kind kind, RvpiSize size) {
-  int bytes = 0;
-  EXPECT_EQ((kind == Kind::kGradient ? rvpiFloodFillGetSize_Grad : rvpiFloodFillGetSize)(size, &bytes),
-            rvpStatusOk);
-  return bytes;
+  return bytesOf(kind == Kind::kGradient ? rvpiFloodFillGetSize_Grad : rvpiFloodFillGetSize, size);
 }
 
 // What a fill does, told plainly. Widths are in pixels.
@@ -150,22 +139,12 @@ class Reference {
     if (fill_.kind == Kind::kPlain &&
         all([&, sx = sx, sy = sy](int c) { return at(sy, sx, c) == fill_.newValue[c]; }))
       return;
-    std::vector<RvpiPoint> open = {fill_.seed};
     take(sy, sx);
-    while (!open.empty()) {
-      const auto [x, y] = open.back();
-      open.pop_back();
-      for (int dy = -1; dy <= 1; ++dy) {
-        for (int dx = -1; dx <= 1; ++dx) {
-          const int nx = x + dx, ny = y + dy;
-          if ((dx != 0 && dy != 0 && !fill_.diagonal) || nx < 0 || ny < 0 || nx >= width_ || ny >= height_)
-            continue;
-          if (isIn_.at(ny, nx) != 0 || !joins(ny, nx, y, x)) continue;
-          take(ny, nx);
-          open.push_back({nx, ny});
-        }
-      }
-    }
+    forNeighbours(isIn_, fill_.diagonal, {sy, sx}, [&](Place from, Place to) {
+      if (isIn_.at(to.y, to.x) != 0 || !joins(to.y, to.x, from.y, from.x)) return false;
+      take(to.y, to.x);
+      return true;
+    });
   }
   // The list of spans, with what it forgets.
   void spans() {
@@ -222,20 +201,16 @@ class Reference {
 template <class T>
 void check(const Plane<T>& image, const Fill<T>& fill, Placing placing, int scratchShift) {
   if (testing::Test::HasFailure()) return;
-  SCOPED_TRACE("kind " + std::to_string(static_cast<int>(fill.kind)) + ", diagonal " +
-               std::to_string(fill.diagonal) + ", channels " + std::to_string(fill.channels) + ", seed " +
-               std::to_string(fill.seed.x) + " " + std::to_string(fill.seed.y) + ", " +
-               std::to_string(image.width) + " x " + std::to_string(image.height) + ", shift " +
-               std::to_string(scratchShift));
+  SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(fill.kind) << ", diagonal " << fill.diagonal
+                                  << ", channels " << fill.channels << ", seed " << fill.seed.x << " "
+                                  << fill.seed.y << ", " << image.width << " x " << image.height);
   const RvpiSize size = {image.width / fill.channels, image.height};
   const Reference<T> expected(image, fill);
   Guarded<T> actual(image, placing);
-  Guarded<std::uint8_t> scratch(Plane<std::uint8_t>(scratchBytes(fill.kind, size), 1, 0xA5), {0, scratchShift});
+  Block scratch(scratchBytes(fill.kind, size), {0, scratchShift, placing.cliff});
   RvpiFilledRegion region = {};
-  ASSERT_EQ(fill.call(actual.data(), actual.step(), size, &region, scratch.data()), rvpStatusOk);
-  ASSERT_TRUE(same(expected.after, actual.content()));
-  ASSERT_TRUE(actual.intact());
-  ASSERT_TRUE(scratch.intact());
+  ASSERT_EQ(fill.run(actual.data(), actual.step(), size, &region, scratch.data()), rvpStatusOk);
+  ASSERT_TRUE(same(expected.after, actual));
   EXPECT_EQ(std::memcmp(&region, &expected.region, sizeof region), 0)
       << region.area << ", not " << expected.region.area;
 }
@@ -272,7 +247,7 @@ Plane<T> patches(int width, int height, int channels, unsigned seed, unsigned va
 }
 
 template <class T>
-void sweep() {
+void checkEveryWidth() {
   sweepSmall([](const Shape& shape) {
     for (const unsigned values : {2U, 3U, 6U}) {
       const int height = shape.height + static_cast<int>(values) * 2 - 4;
@@ -285,9 +260,9 @@ void sweep() {
   });
 }
 
-TEST(Flood, FillsTheRegionOfEveryWidth8u) { sweep<std::uint8_t>(); }
-TEST(Flood, FillsTheRegionOfEveryWidth16u) { sweep<std::uint16_t>(); }
-TEST(Flood, FillsTheRegionOfEveryWidth32f) { sweep<float>(); }
+TEST(Flood, FillsTheRegionOfEveryWidth8u) { checkEveryWidth<std::uint8_t>(); }
+TEST(Flood, FillsTheRegionOfEveryWidth16u) { checkEveryWidth<std::uint16_t>(); }
+TEST(Flood, FillsTheRegionOfEveryWidth32f) { checkEveryWidth<float>(); }
 
 // Shapes with as many pending spans as can be, in images of all small sizes, with scratch at every address.
 TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
@@ -299,33 +274,27 @@ TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
       [](int y, int x) { return (x * 7 + y * 5) % 8 < 4 || y % 5 == 2; }  // islands
   };
   int shift = 0;
-  for (const auto& [width, height] : {std::pair{3, 3},
-                                      {1, 2},
-                                      {1, 3},
-                                      {2, 2},
-                                      {2, 3},
-                                      {24, 3},
-                                      {5, 5},
-                                      {33, 31},
-                                      {64, 3},
-                                      {1, 50},
-                                      {50, 1},
-                                      {70, 9},
-                                      {9, 70},
-                                      {31, 2}}) {
+  for (const auto [width, height] : std::initializer_list<RvpiSize>{{3, 3},
+                                                                    {1, 2},
+                                                                    {1, 3},
+                                                                    {2, 2},
+                                                                    {2, 3},
+                                                                    {24, 3},
+                                                                    {5, 5},
+                                                                    {33, 31},
+                                                                    {64, 3},
+                                                                    {1, 50},
+                                                                    {50, 1},
+                                                                    {70, 9},
+                                                                    {9, 70},
+                                                                    {31, 2}}) {
     for (const Shape8u& shape : shapes) {
-      Plane<std::uint8_t> one(width, height);
-      Plane<std::uint8_t> three(3 * width, height);
+      const auto value = [&](int y, int x) { return shape(y, x) ? 10 : 90; };
+      const auto one = planeOf<std::uint8_t>(width, height, value);
+      const auto three = planeOf<std::uint8_t>(3 * width, height, [&](int y, int x) { return value(y, x / 3); });
       // In stripes of `slope` neighbours in a row are never alike, so that each pixel is a span to a gradient.
-      Plane<std::uint8_t> slope(width, height);
-      for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-          const auto value = static_cast<std::uint8_t>(shape(y, x) ? 10 : 90);
-          one.at(y, x) = value;
-          for (int c = 0; c < 3; ++c) three.at(y, 3 * x + c) = value;
-          slope.at(y, x) = static_cast<std::uint8_t>(y == height / 2 ? 60 : (x % 2) * 60 + 30);
-        }
-      }
+      const auto slope = planeOf<std::uint8_t>(
+          width, height, [h = height](int y, int x) { return y == h / 2 ? 60 : (x % 2) * 60 + 30; });
       for (const auto& [x, y] : {std::pair{0, 0}, {width / 2, height / 2}, {std::min(1, width - 1), height - 1}}) {
         checkAllKinds<std::uint8_t>(one, three, {x, y}, 2, {}, shift++ % 16);
         for (const bool diagonal : {false, true})
@@ -352,7 +321,7 @@ TEST(Flood, ClampsIntegerRangesAndRoundsFloatGradients) {
 TEST(Flood, Fills32s) {
   Plane<std::int32_t> image(5, 2, -7);
   image.at(0, 2) = image.at(1, 1) = 70000;
-  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(scratchBytes(Kind::kPlain, {5, 2})));
+  Block scratch(scratchBytes(Kind::kPlain, {5, 2}));
   RvpiFilledRegion region = {};
   ASSERT_EQ(rvpiFloodFill_4Con_32s_C1IR(&image.at(0, 0), 20, {5, 2}, {0, 0}, 9, &region, scratch.data()),
             rvpStatusOk);
@@ -364,30 +333,44 @@ TEST(Flood, Fills32s) {
   EXPECT_EQ(region.value[0], -7.0);
 }
 
-TEST(Flood, ChecksInOrder) {
-  Plane<float> image(12, 4, 5.0f);
-  const float value[] = {5, 5, 5};
-  const float bad[] = {0, -1, 0};
-  std::uint8_t scratch[4096];
-  RvpiFilledRegion region = {-3, {}, {}};
-  const auto call = [&](float* pixels, int step, RvpiSize size, RvpiPoint seed, const float* delta,
-                        Deltas3<float> fill) {
-    return fill(pixels, step, size, seed, value, delta, value, &region, scratch);
+TEST(Flood, ReportsTheFirstOfTwoFaults) {
+  struct Arguments {
+    float* image;
+    int step;
+    RvpiSize size;
+    RvpiPoint seed;
+    const float *value, *least, *most;
+    RvpiFilledRegion* region;
+    std::uint8_t* scratch;
   };
-  float* const pixels = &image.at(0, 0);
-  for (const Deltas3<float> fill : {rvpiFloodFill_Grad4Con_32f_C3IR, rvpiFloodFill_Range8Con_32f_C3IR}) {
-    EXPECT_EQ(call(pixels, 48, {0, 4}, {0, 0}, nullptr, fill), rvpStatusNullPointer);
-    EXPECT_EQ(call(pixels, 47, {4, 0}, {0, 0}, value, fill), rvpStatusBadSize);
-    EXPECT_EQ(call(pixels, 47, {4, 4}, {9, 0}, value, fill), rvpStatusBadStep);
-    EXPECT_EQ(call(pixels, 50, {4, 4}, {9, 0}, value, fill), rvpStatusStepNotMultiple);
-    EXPECT_EQ(call(pixels, 48, {4, 4}, {4, 0}, value, fill), rvpStatusOutOfRange);
-    EXPECT_EQ(call(pixels, 48, {4, 4}, {0, -1}, value, fill), rvpStatusOutOfRange);
+  Plane<float> image(12, 4, 5.0f);
+  const float value[] = {5, 5, 5}, bad[] = {0, -1, 0};
+  std::uint8_t scratch[4096], byte = 1;
+  RvpiFilledRegion region = {-3, {}, {}};
+  const Arguments good = {&image.at(0, 0), 48, {4, 4}, {0, 0}, value, value, value, &region, scratch};
+  for (const bool isGradient : {false, true}) {
+    const auto fill = isGradient ? rvpiFloodFill_Grad4Con_32f_C3IR : rvpiFloodFill_Range8Con_32f_C3IR;
+    const Faults<Arguments> faults = {
+        {rvpStatusNullPointer, [](auto& a) { a.image = nullptr; }},
+        {rvpStatusNullPointer, [](auto& a) { a.value = nullptr; }},
+        {rvpStatusNullPointer, [](auto& a) { a.least = nullptr; }},
+        {rvpStatusNullPointer, [](auto& a) { a.most = nullptr; }},
+        {rvpStatusNullPointer, [](auto& a) { a.region = nullptr; }},
+        {rvpStatusNullPointer, [](auto& a) { a.scratch = nullptr; }},
+        {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+        {rvpStatusBadStep, [](auto& a) { a.step = 47; }},
+        {rvpStatusStepNotMultiple, [](auto& a) { a.step = 50; }},
+        {rvpStatusOutOfRange, [](auto& a) { a.seed.x = 4; }},
+        {rvpStatusOutOfRange, [](auto& a) { a.seed.y = -1; }},
+        {rvpStatusOutOfRange, [&](auto& a) { a.least = a.least == nullptr ? nullptr : bad; }, isGradient}};
+    expectFirstOfTwo(faults, good, [&](const Arguments& a) {
+      return fill(a.image, a.step, a.size, a.seed, a.value, a.least, a.most, a.region, a.scratch);
+    });
   }
-  EXPECT_EQ(call(pixels, 48, {4, 4}, {0, 0}, bad, rvpiFloodFill_Grad8Con_32f_C3IR), rvpStatusOutOfRange);
-  EXPECT_EQ(call(pixels, 48, {4, 4}, {0, 0}, value, rvpiFloodFill_Range4Con_32f_C3IR), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFloodFill_4Con_32f_C3IR(pixels, 48, {4, 4}, {0, 0}, value, &region, scratch), rvpStatusOk);
+  EXPECT_EQ(rvpiFloodFill_Range4Con_32f_C3IR(good.image, 48, {4, 4}, {0, 0}, value, value, value, &region, scratch),
+            rvpStatusBadArgument);
+  EXPECT_EQ(rvpiFloodFill_4Con_32f_C3IR(good.image, 48, {4, 4}, {0, 0}, value, &region, scratch), rvpStatusOk);
   EXPECT_EQ(region.area, -3);
-  std::uint8_t byte = 1;
   EXPECT_EQ(rvpiFloodFill_4Con_8u_C1IR(&byte, 20000, {20000, 20000}, {0, 0}, 2, &region, scratch),
             rvpStatusSizeOverflow);
   int bytes = 0;

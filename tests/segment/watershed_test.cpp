@@ -7,63 +7,41 @@
 #include <limits>
 
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/compare.h"
+#include "support/faults.h"
+#include "support/regions.h"
 #include "support/sweep.h"
 
 namespace {
 
 using namespace test;
-using Place = std::pair<int, int>;  // y, x
 
-constexpr Place kAround[] = {{0, -1}, {0, 1}, {-1, 0}, {1, 0}, {-1, -1}, {-1, 1}, {1, -1}, {1, 1}};
-Place next(Place p, int i) { return {p.first + kAround[i].first, p.second + kAround[i].second}; }
+// The functions by the types of pixels and labels.
+template <class Pixel, class Label>
+constexpr auto kBytes = nullptr;
+template <>
+constexpr auto kBytes<std::uint8_t, std::uint8_t> = rvpiSegmentWatershedGetBufferSize_8u_C1R;
+template <>
+constexpr auto kBytes<std::uint8_t, std::uint16_t> = rvpiSegmentWatershedGetBufferSize_8u16u_C1R;
+template <>
+constexpr auto kBytes<float, std::uint16_t> = rvpiSegmentWatershedGetBufferSize_32f16u_C1R;
+template <class Pixel, class Label>
+constexpr auto kFlood = nullptr;
+template <>
+constexpr auto kFlood<std::uint8_t, std::uint8_t> = rvpiSegmentWatershed_8u_C1IR;
+template <>
+constexpr auto kFlood<std::uint8_t, std::uint16_t> = rvpiSegmentWatershed_8u16u_C1IR;
+template <>
+constexpr auto kFlood<float, std::uint16_t> = rvpiSegmentWatershed_32f16u_C1IR;
 
-template <class T>
-bool isInside(const Plane<T>& plane, Place p) {
-  return p.first >= 0 && p.first < plane.height && p.second >= 0 && p.second < plane.width;
-}
-
-int bufferSize(RvpiSize size, std::uint8_t, std::uint8_t) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u_C1R(size, &bytes), rvpStatusOk);
-  return bytes;
-}
-int bufferSize(RvpiSize size, std::uint8_t, std::uint16_t) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u16u_C1R(size, &bytes), rvpStatusOk);
-  return bytes;
-}
-int bufferSize(RvpiSize size, float, std::uint16_t) {
-  int bytes = 0;
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_32f16u_C1R(size, &bytes), rvpStatusOk);
-  return bytes;
-}
-
-RvpStatus flood(const std::uint8_t* src, int srcStep, std::uint8_t* marker, int step, RvpiSize size, int kind,
-                int flags, std::uint8_t* buffer) {
-  return rvpiSegmentWatershed_8u_C1IR(src, srcStep, marker, step, size, kind, flags, buffer);
-}
-RvpStatus flood(const std::uint8_t* src, int srcStep, std::uint16_t* marker, int step, RvpiSize size, int kind,
-                int flags, std::uint8_t* buffer) {
-  return rvpiSegmentWatershed_8u16u_C1IR(src, srcStep, marker, step, size, kind, flags, buffer);
-}
-RvpStatus flood(const float* src, int srcStep, std::uint16_t* marker, int step, RvpiSize size, int kind, int flags,
-                std::uint8_t* buffer) {
-  return rvpiSegmentWatershed_32f16u_C1IR(src, srcStep, marker, step, size, kind, flags, buffer);
-}
-
-// Floods with guards around everything.
 template <class Pixel, class Label>
 Plane<Label> flooded(const Plane<Pixel>& pixels, const Plane<Label>& markers, int kind, int flags,
-                     Placing placing = {}, int scratchShift = 0) {
-  Guarded<Pixel> src(pixels, placing);
-  Guarded<Label> marker(markers, placing);
-  const int bytes = bufferSize(src.size(), Pixel{}, Label{});
-  Guarded<std::uint8_t> scratch(Plane<std::uint8_t>(bytes, 1, 0x6B), {0, scratchShift});
-  EXPECT_EQ(flood(src.data(), src.step(), marker.data(), marker.step(), src.size(), kind, flags, scratch.data()),
-            rvpStatusOk);
-  EXPECT_TRUE(marker.intact());
-  EXPECT_TRUE(scratch.intact());
+                     const Shape& shape = {}) {
+  Guarded<Pixel> src(pixels, shape.placing);
+  Guarded<Label> marker(markers, shape.placing);
+  Block scratch(bytesOf(kBytes<Pixel, Label>, src.size()), shape.anywhere());
+  EXPECT_EQ(call(kFlood<Pixel, Label>, src, marker, src.size(), kind, flags, scratch), rvpStatusOk);
   return marker.content();
 }
 
@@ -71,29 +49,21 @@ Plane<Label> flooded(const Plane<Pixel>& pixels, const Plane<Label>& markers, in
 template <class Pixel>
 Plane<Pixel> relief(int width, int height, unsigned seed, unsigned kind) {
   const Plane<std::uint8_t> noise = randomPlane<std::uint8_t>(width, height, seed);
-  Plane<Pixel> src(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const int ring = std::min(std::min(x, y), std::min(width - 1 - x, height - 1 - y));
-      const bool isGap = y == ring + 1 && x == ring;
-      const int spiral = (ring % 2 == 0) != isGap ? 3 : 255;
-      const int random = noise.at(y, x);
-      src.at(y, x) = static_cast<Pixel>(kind == 0 ? random : kind == 1 ? random % 3 * 100 : kind == 2 ? 7 : spiral);
-    }
-  }
-  return src;
+  return planeOf<Pixel>(width, height, [&](int y, int x) {
+    const int ring = std::min(std::min(x, y), std::min(width - 1 - x, height - 1 - y));
+    const bool isGap = y == ring + 1 && x == ring;
+    const int spiral = (ring % 2 == 0) != isGap ? 3 : 255;
+    const int random = noise.at(y, x);
+    return kind == 0 ? random : kind == 1 ? random % 3 * 100 : kind == 2 ? 7 : spiral;
+  });
 }
 
 template <class Label>
 Plane<Label> markersFor(int width, int height, unsigned seed, unsigned rarity) {
-  const Plane<std::uint32_t> noise = randomPlane<std::uint32_t>(width, height, seed + 500);
-  Plane<Label> markers(width, height);
-  for (std::size_t i = 0; i < noise.elements.size(); ++i) {
-    const std::uint32_t random = noise.elements[i] / 64;
-    if (random % rarity == 0) markers.elements[i] = static_cast<Label>(1 + random / 512 % 9);
-    if (random % (8 * rarity) == 0) markers.elements[i] = static_cast<Label>(-1);
-  }
-  return markers;
+  return changed<Label>(randomPlane<std::uint32_t>(width, height, seed + 500), [=](std::uint32_t noise) {
+    const std::uint32_t random = noise / 64;
+    return random % (8 * rarity) == 0 ? ~0U : random % rarity == 0 ? 1 + random / 512 % 9 : 0;
+  });
 }
 
 // ---- Queue road
@@ -102,20 +72,18 @@ template <class Label>
 Plane<Label> expectedByQueue(const Plane<std::uint8_t>& src, Plane<Label> labels, int neighbours, int boundary) {
   const int wall = static_cast<Label>(-1);
   std::deque<Place> queues[256];
-  const auto labelAt = [&](Place p) -> int { return isInside(labels, p) ? labels.at(p.first, p.second) : wall; };
-  for (int y = 0; y < src.height; ++y) {
-    for (int x = 0; x < src.width; ++x) {
-      bool isShore = false;
-      for (int i = 0; i < neighbours; ++i) isShore = isShore || labelAt(next({y, x}, i)) == 0;
-      const int own = labelAt({y, x});
-      if (own == 0 || !isShore) continue;
-      queues[src.at(y, x)].emplace_back(y, x);
-      for (int i = 0; i < boundary && own != wall; ++i) {
-        const int other = labelAt(next({y, x}, i));
-        if (other != 0 && other != wall && other != own) labels.at(y, x) = static_cast<Label>(wall);
-      }
+  const auto labelAt = [&](Place p) -> int { return labels.holds(p.y, p.x) ? labels.at(p.y, p.x) : wall; };
+  forElements(src, [&](int y, int x) {
+    bool isShore = false;
+    for (int i = 0; i < neighbours; ++i) isShore = isShore || labelAt(next({y, x}, i)) == 0;
+    const int own = labelAt({y, x});
+    if (own == 0 || !isShore) return;
+    queues[src.at(y, x)].push_back({y, x});
+    for (int i = 0; i < boundary && own != wall; ++i) {
+      const int other = labelAt(next({y, x}, i));
+      if (other != 0 && other != wall && other != own) labels.at(y, x) = static_cast<Label>(wall);
     }
-  }
+  });
   for (int level = 0; level < 256; ++level) {
     while (!queues[level].empty()) {
       const Place p = queues[level].front();
@@ -131,8 +99,8 @@ Plane<Label> expectedByQueue(const Plane<std::uint8_t>& src, Plane<Label> labels
           label = wasWall ? other : wall;
           if (!wasWall) break;
         }
-        labels.at(q.first, q.second) = static_cast<Label>(label);
-        queues[std::max<int>(src.at(q.first, q.second), level)].push_back(q);
+        labels.at(q.y, q.x) = static_cast<Label>(label);
+        queues[std::max<int>(src.at(q.y, q.x), level)].push_back(q);
       }
     }
   }
@@ -149,7 +117,7 @@ void checkQueue(const Shape& shape) {
       for (const int flags : {1, 3 + 64, 1 + 128, 1 + 192 + 0x100}) {
         const int boundary = (flags & 64) != 0 ? 4 : (flags & 128) != 0 ? 8 : 0;
         ASSERT_TRUE(same(expectedByQueue(src, markers, neighbours == rvpWatershed4 ? 4 : 8, boundary),
-                         flooded(src, markers, neighbours, flags, shape.placing, static_cast<int>(shape.seed % 9))))
+                         flooded(src, markers, neighbours, flags, shape)))
             << "relief " << kind << ", kind " << neighbours << ", flags " << flags;
       }
     }
@@ -229,29 +197,23 @@ class Levels {
   template <class Label>
   Levels(const Plane<Pixel>& src, const Plane<Label>& markers, int kind)
       : src_(src), kind_(src.width == 1 ? int{rvpWatershed4} : kind), levels_(src.width, src.height, kDry) {
-    const auto forAll = [&](const auto& body) {
-      for (int y = 0; y < src.height; ++y) {
-        for (int x = 0; x < src.width; ++x) body(Place{y, x});
-      }
-    };
-    forAll([&](Place p) {
-      if (markers.at(p.first, p.second) != 0) levels_.at(p.first, p.second) = markerLevel(pixel(p));
+    forElements(src, [&](int y, int x) {
+      if (markers.at(y, x) != 0) levels_.at(y, x) = markerLevel(src.at(y, x));
     });
     for (bool isChanged = true; isChanged;) {
       isChanged = false;
-      forAll([&](Place p) {
-        if (markers.at(p.first, p.second) != 0) return;
-        for (int i = 0; i < steps(kind_); ++i) {
-          const Level level = through(p, i);
-          if (!isReached(level, pixel(p)) || !(level < at(p))) continue;
-          levels_.at(p.first, p.second) = level;
+      forElements(src, [&](int y, int x) {
+        for (int i = 0; i < steps(kind_) && markers.at(y, x) == 0; ++i) {
+          const Level level = through({y, x}, i);
+          if (!isReached(level, src.at(y, x)) || !(level < at({y, x}))) continue;
+          levels_.at(y, x) = level;
           isChanged = true;
         }
       });
     }
   }
 
-  Level at(Place p) const { return isInside(levels_, p) ? levels_.at(p.first, p.second) : kDry; }
+  Level at(Place p) const { return levels_.holds(p.y, p.x) ? levels_.at(p.y, p.x) : kDry; }
 
   // The level that neighbour i offers, kDry if it has none to offer.
   Level through(Place p, int i) const {
@@ -281,8 +243,7 @@ class Levels {
         if (markers.at(y, x) == 0 && !(at(p) == kDry)) {
           isRight = false;
           for (int i = 0; i < steps(kind_); ++i)
-            isRight =
-                isRight || (through(p, i) == at(p) && labels.at(next(p, i).first, next(p, i).second) == label);
+            isRight = isRight || (through(p, i) == at(p) && labels.at(next(p, i).y, next(p, i).x) == label);
         }
         if (!isRight) return testing::AssertionFailure() << "row " << y << ", column " << x << ": label " << label;
       }
@@ -294,22 +255,20 @@ class Levels {
   template <class Label>
   Plane<Label> bounded(Plane<Label> p, int neighbours) const {
     const auto wall = static_cast<Label>(-1);
-    for (int y = 0; y < p.height; ++y) {
-      for (int x = 0; x < p.width; ++x) {
-        for (const int i : {0, 2, 4, 5}) {
-          const Place q = next({y, x}, i);
-          if (i >= neighbours || !isInside(p, q)) continue;
-          Label& other = p.at(q.first, q.second);
-          if (p.at(y, x) == wall || other == wall || other == p.at(y, x)) continue;
-          (at({y, x}) < at(q) ? other : p.at(y, x)) = wall;
-        }
+    forElements(p, [&](int y, int x) {
+      for (const int i : {0, 2, 4, 5}) {
+        const Place q = next({y, x}, i);
+        if (i >= neighbours || !p.holds(q.y, q.x)) continue;
+        Label& other = p.at(q.y, q.x);
+        if (p.at(y, x) == wall || other == wall || other == p.at(y, x)) continue;
+        (at({y, x}) < at(q) ? other : p.at(y, x)) = wall;
       }
-    }
+    });
     return p;
   }
 
  private:
-  Pixel pixel(Place p) const { return src_.at(p.first, p.second); }
+  Pixel pixel(Place p) const { return src_.at(p.y, p.x); }
 
   const Plane<Pixel>& src_;
   int kind_;
@@ -324,9 +283,7 @@ void checkDistance(const Shape& shape) {
         markersFor<Label>(shape.width, shape.height, shape.seed, 2 + 40 * (shape.seed % 3));
     for (const int neighbours : {rvpWatershed8, rvpWatershed4, rvpWatershedChamfer, rvpWatershedFront}) {
       SCOPED_TRACE("relief " + std::to_string(kind) + ", kind " + std::to_string(neighbours));
-      const auto run = [&](int flags) {
-        return flooded(src, markers, neighbours, flags, shape.placing, static_cast<int>(shape.seed % 9));
-      };
+      const auto run = [&](int flags) { return flooded(src, markers, neighbours, flags, shape); };
       const Levels<Pixel> levels(src, markers, neighbours);
       const Plane<Label> labels = run(2);
       ASSERT_TRUE(levels.allow(markers, labels));
@@ -409,67 +366,66 @@ TEST(Watershed, EndsWhereTheCostLeavesTheRange) {
   EXPECT_EQ(labels.at(0, 1 << 16), 0);
 }
 
-template <class Pixel, class Label>
-void checkMemory() {
-  for (const Cliff cliff : {Cliff::before, Cliff::behind}) {
-    for (const auto& [width, height] : {std::pair{1, 1}, {1, 200}, {200, 1}, {4, 1}, {2, 9}, {33, 70}, {64, 70}}) {
-      for (const int flags : {1 + 64, 2, 2 + 128}) {
-        if (std::is_same_v<Pixel, float> && flags % 2 == 1) continue;
-        for (const int kind : {0, 1}) {
-          OnCliff<Pixel> src(relief<Pixel>(width, height, 1, 0), cliff);
-          OnCliff<Label> marker(markersFor<Label>(width, height, 1, 20), cliff);
-          OnCliff<std::uint8_t> scratch(Plane<std::uint8_t>(bufferSize(src.size(), Pixel{}, Label{}), 1, 0xFF),
-                                        cliff);
-          ASSERT_EQ(
-              flood(src.data(), src.step(), marker.data(), marker.step(), src.size(), kind, flags, scratch.data()),
-              rvpStatusOk);
-        }
-      }
-    }
-  }
-}
-
+// Also where a team has less than a row for each.
 TEST(Watershed, StaysWithinItsMemory) {
-  ASSERT_EQ(rvpSetNumThreads(8), rvpStatusOk);
-  checkMemory<std::uint8_t, std::uint8_t>();
-  checkMemory<std::uint8_t, std::uint16_t>();
-  checkMemory<float, std::uint16_t>();
+  sweepCliffs({{1, 1}, {1, 200}, {200, 1}, {33, 70}, {64, 70}}, 8, [](const Shape& shape) {
+    checkQueue<std::uint8_t>(shape);
+    checkQueue<std::uint16_t>(shape);
+    checkDistance<std::uint8_t, std::uint8_t>(shape);
+    checkDistance<std::uint8_t, std::uint16_t>(shape);
+    checkDistance<float, std::uint16_t>(shape);
+  });
 }
 
-TEST(Watershed, ChecksInOrder) {
+TEST(Watershed, ReportsTheFirstOfTwoFaults) {
+  struct Arguments {
+    const void* src;
+    int srcStep;
+    std::uint16_t* marker;
+    int step;
+    RvpiSize size;
+    int kind, flags;
+    std::uint8_t* buffer;
+  };
   alignas(8) std::uint8_t src[64] = {};
   std::uint16_t marker[16] = {5};
   std::uint8_t scratch[2000];
-  auto* bytes = reinterpret_cast<std::uint8_t*>(marker);
-  const auto* floats = reinterpret_cast<const float*>(src);
-  const auto* none = static_cast<const std::uint8_t*>(nullptr);
-  EXPECT_EQ(flood(none, 0, bytes, 0, {0, 0}, 9, 0, scratch), rvpStatusNullPointer);
-  EXPECT_EQ(flood(src, 0, static_cast<std::uint8_t*>(nullptr), 0, {0, 0}, 9, 0, scratch), rvpStatusNullPointer);
-  EXPECT_EQ(flood(src, 0, bytes, 0, {0, 0}, 9, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(flood(src, 0, bytes, 0, {0, 1}, 9, 0, scratch), rvpStatusBadSize);
-  EXPECT_EQ(flood(src, 0, bytes, 0, {1, 0}, 9, 0, scratch), rvpStatusBadSize);
-  EXPECT_EQ(flood(src, 3, marker, 9, {4, 1}, 9, 0, scratch), rvpStatusBadStep);
-  EXPECT_EQ(flood(src, 4, marker, 7, {4, 1}, 9, 0, scratch), rvpStatusBadStep);
-  EXPECT_EQ(flood(src, 4, marker, 9, {4, 1}, 9, 0, scratch), rvpStatusStepNotMultiple);
+  Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
+                              {rvpStatusNullPointer, [](auto& a) { a.marker = nullptr; }},
+                              {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
+                              {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
+                              {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
+                              {rvpStatusBadStep, [](auto& a) { a.srcStep = 3; }},
+                              {rvpStatusBadStep, [](auto& a) { a.step = 7; }},
+                              {rvpStatusStepNotMultiple, [](auto& a) { a.step = 9; }}};
+  const std::size_t common = faults.size();
   for (const auto& [kind, flags] : {std::pair{1, 0}, {1, 64}, {2, 1}, {2, 3}, {-1, 1}, {4, 2}, {-1, 2}})
-    EXPECT_EQ(flood(src, 4, marker, 8, {4, 1}, kind, flags, scratch), rvpStatusBadArgument) << kind << " " << flags;
-  EXPECT_EQ(flood(floats, 17, marker, 9, {4, 1}, 9, 3, scratch), rvpStatusStepNotMultiple);
-  EXPECT_EQ(flood(floats, 15, marker, 9, {4, 1}, 9, 3, scratch), rvpStatusBadStep);
-  EXPECT_EQ(flood(floats, 17, marker, 8, {4, 1}, 9, 3, scratch), rvpStatusNotSupported);
-  EXPECT_EQ(flood(floats, 17, marker, 8, {4, 1}, 9, 64, scratch), rvpStatusBadArgument);
-  EXPECT_EQ(flood(floats, 17, marker, 8, {4, 1}, 4, 2, scratch), rvpStatusBadArgument);
-  EXPECT_EQ(flood(floats, 17, marker, 8, {4, 1}, 3, 2, scratch), rvpStatusStepNotMultiple);
+    faults.push_back({rvpStatusBadArgument, [k = kind, f = flags](auto& a) { a.kind = k, a.flags = f; }});
+  expectFirstOfTwo(faults, Arguments{src, 4, marker, 8, {4, 1}, 1, 2, scratch}, [](const Arguments& a) {
+    return rvpiSegmentWatershed_8u16u_C1IR(static_cast<const std::uint8_t*>(a.src), a.srcStep, a.marker, a.step,
+                                           a.size, a.kind, a.flags, a.buffer);
+  });
+  // The odd step of float pixels comes last.
+  faults.resize(common);
+  faults.push_back({rvpStatusNotSupported, [](auto& a) { a.flags = 3; }});
+  faults.push_back({rvpStatusBadArgument, [](auto& a) { a.flags = 64; }});
+  faults.push_back({rvpStatusBadArgument, [](auto& a) { a.kind = 4; }});
+  faults.push_back({rvpStatusStepNotMultiple, [](auto& a) { a.srcStep = 17; }});
+  expectFirstOfTwo(faults, Arguments{src, 16, marker, 8, {4, 1}, 3, 2, scratch}, [](const Arguments& a) {
+    return rvpiSegmentWatershed_32f16u_C1IR(static_cast<const float*>(a.src), a.srcStep, a.marker, a.step, a.size,
+                                            a.kind, a.flags, a.buffer);
+  });
   EXPECT_EQ(marker[1], 0);
 }
 
 TEST(Watershed, TellsItsMemory) {
-  const auto bytes = [](int w, int h) { return bufferSize({w, h}, std::uint8_t{}, std::uint8_t{}); };
-  const auto words = [](int w, int h) { return bufferSize({w, h}, std::uint8_t{}, std::uint16_t{}); };
+  const auto bytes = [](int w, int h) { return bytesOf(kBytes<std::uint8_t, std::uint8_t>, RvpiSize{w, h}); };
+  const auto words = [](int w, int h) { return bytesOf(kBytes<std::uint8_t, std::uint16_t>, RvpiSize{w, h}); };
   EXPECT_EQ(bytes(1, 1), 2 * 32 * 2 + 4 * 32 + 1 + 66);
   EXPECT_EQ(bytes(100, 10), 16 * 1000 + 102 * 12 + 48);
   EXPECT_EQ(words(17, 1), 2 * 64 * 2 + 4 * 64 + 1 + 66);
   EXPECT_EQ(words(100, 10), 16 * 1000 + 2 * 102 * 12 + 48);
-  EXPECT_EQ(bufferSize({5, 3}, 0.0f, std::uint16_t{}), 3 + 9 * 3 * 8 + 66);
+  EXPECT_EQ(bytesOf(kBytes<float, std::uint16_t>, RvpiSize{5, 3}), 3 + 9 * 3 * 8 + 66);
   int size = -1;
   EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u_C1R({0, 0}, nullptr), rvpStatusNullPointer);
   EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u16u_C1R({1, 0}, &size), rvpStatusBadSize);

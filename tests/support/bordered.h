@@ -63,37 +63,38 @@ inline std::vector<RvpiBorderType> someBorders() {
           rvpBorderConst | 32 | 64, rvpBorderConst | 0xF0};
 }
 
-// The memory that a selector lets a filter read, and no more: a margin is kept only on the sides in memory. The
-// image begins, or ends, each row at an unreadable page.
+// The part of the memory that a selector lets a filter read: a margin only on the sides in memory.
+template <class T>
+struct FlaggedSides {
+  Plane<T> part;
+  int left, top;  // Where the region begins in it.
+};
+template <class T>
+FlaggedSides<T> flaggedSides(const Bordered<T>& image) {
+  const auto beyond = [&](int flag) { return image.inMemory(flag) ? image.margin : 0; };
+  const int left = beyond(rvpBorderInMemLeft), top = beyond(rvpBorderInMemTop);
+  const int width = left + image.width() + beyond(rvpBorderInMemRight);
+  const int height = top + image.height() + beyond(rvpBorderInMemBottom);
+  const auto at = [&](int y, int x) { return image.memory.at(y + image.margin - top, x + image.margin - left); };
+  return {planeOf<T>(width, height, at), left, top};
+}
+
+// The image begins, or ends, each row at an unreadable page.
 template <class T>
 class OnlyFlaggedSides {
  public:
   OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff)
-      : left_(image.inMemory(rvpBorderInMemLeft) ? image.margin : 0),
-        top_(image.inMemory(rvpBorderInMemTop) ? image.margin : 0),
-        cliff_(cut(image), cliff) {}
+      : sides_(flaggedSides(image)), cliff_(sides_.part, cliff) {}
 
   const T* region() {
     return reinterpret_cast<const T*>(reinterpret_cast<const char*>(cliff_.data()) +
-                                      static_cast<std::ptrdiff_t>(top_) * cliff_.step()) +
-           left_;
+                                      static_cast<std::ptrdiff_t>(sides_.top) * cliff_.step()) +
+           sides_.left;
   }
   int step() const { return cliff_.step(); }
 
  private:
-  Plane<T> cut(const Bordered<T>& image) const {
-    const int right = image.inMemory(rvpBorderInMemRight) ? image.margin : 0;
-    const int bottom = image.inMemory(rvpBorderInMemBottom) ? image.margin : 0;
-    Plane<T> part(left_ + image.width() + right, top_ + image.height() + bottom);
-    for (int y = 0; y < part.height; ++y) {
-      for (int x = 0; x < part.width; ++x)
-        part.at(y, x) = image.memory.at(y + image.margin - top_, x + image.margin - left_);
-    }
-    return part;
-  }
-
-  int left_;
-  int top_;
+  FlaggedSides<T> sides_;
   OnCliff<T> cliff_;
 };
 

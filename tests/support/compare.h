@@ -45,4 +45,9 @@ testing::AssertionResult same(const Plane<T>& expected, const Plane<T>& actual) 
   return testing::AssertionSuccess();
 }
 
+template <class T>
+testing::AssertionResult same(const Plane<T>& expected, const Guarded<T>& actual) {
+  return same(expected, actual.content());
+}
+
 }  // namespace test

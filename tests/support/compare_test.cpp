@@ -1,6 +1,7 @@
 // The tools of the tests are tools only if they notice a planted error.
 #include "support/compare.h"
 
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -32,16 +33,20 @@ TEST(Comparison, TellsZerosApartAndNanFromNumbers) {
 
 TEST(Guards, NoticeAWriteOnEachSide) {
   const Plane<std::uint16_t> content = randomPlane<std::uint16_t>(9, 4, 2);
+  Guarded<std::uint16_t> image(content, {2, 1});
   for (const std::ptrdiff_t element : {-1, 9, 10, 3 * 11 + 9, 4 * 11 + 2}) {
-    Guarded<std::uint16_t> image(content, {2, 1});
     ASSERT_TRUE(image.intact());
     image.data()[element] ^= 0x100U;
     EXPECT_FALSE(image.intact()) << element;
+    image.data()[element] ^= 0x100U;
   }
-  Guarded<std::uint16_t> image(content, {2, 1});
   image.data()[2 * 11 + 8] ^= 1U;
-  EXPECT_TRUE(image.intact());
-  EXPECT_FALSE(same(content, image.content()));
+  EXPECT_FALSE(same(content, image));
+}
+
+TEST(Guards, TellWhenTheyEnd) {
+  const auto spoil = [] { Guarded<std::uint8_t>(Plane<std::uint8_t>(3, 3), {}).data()[9] ^= 1U; };
+  EXPECT_NONFATAL_FAILURE(spoil(), "behind the last row");
 }
 
 TEST(Cliffs, EndTheProcessOneByteTooFar) {

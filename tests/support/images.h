@@ -28,12 +28,35 @@ struct Plane {
   T& at(int y, int x) { return elements[index(y, x)]; }
   const T& at(int y, int x) const { return elements[index(y, x)]; }
   const T* row(int y) const { return elements.data() + index(y, 0); }
+  bool holds(int y, int x) const { return y >= 0 && y < height && x >= 0 && x < width; }
 
  private:
   std::size_t index(int y, int x) const {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
   }
 };
+
+// Calls body(y, x) for every element, row by row.
+template <class T, class Body>
+void forElements(const Plane<T>& plane, const Body& body) {
+  for (int y = 0; y < plane.height; ++y) {
+    for (int x = 0; x < plane.width; ++x) body(y, x);
+  }
+}
+
+// The plane with make(y, x) at each place.
+template <class T, class Make>
+Plane<T> planeOf(int width, int height, const Make& make) {
+  Plane<T> plane(width, height);
+  forElements(plane, [&](int y, int x) { plane.at(y, x) = static_cast<T>(make(y, x)); });
+  return plane;
+}
+
+// The plane with change(element) for each element.
+template <class T, class From, class Change>
+Plane<T> changed(const Plane<From>& from, const Change& change) {
+  return planeOf<T>(from.width, from.height, [&](int y, int x) { return change(from.at(y, x)); });
+}
 
 // Random elements over the whole range of an integer type, or for float between -1000 and 1000 in eighths, where
 // sums and products show every rounding. With `specials`, one float in eight is a zero of either sign, an infinity
@@ -60,119 +83,101 @@ Plane<T> randomPlane(int width, int height, unsigned seed, bool specials = false
   return plane;
 }
 
-// Where an image lies in memory.
+// Which end of each row touches an unreadable page.
+enum class Cliff { none, before, behind };
+
+// Where an image lies in memory. On a cliff, gap and shift do not count.
 struct Placing {
   int gap = 0;    // Elements from a row's end to the next row.
   int shift = 0;  // Elements from a 64-byte boundary to the first pixel.
+  Cliff cliff = Cliff::none;
 };
 
-// An image among sentinels: before it, behind it, and in the gaps between its rows. A sentinel depends on its
-// place, so that a copy of sentinels to another place is noticed too.
+// An image that notices what is done beside it. Either it lies among sentinels: before it, behind it, and in the
+// gaps between its rows, and its end is the check that they are whole. A sentinel depends on its place, so that a
+// copy of sentinels to another place is noticed too. Or its rows begin, or end, at a page that can be neither read
+// nor written: one byte too far is a crash.
 template <class T>
 class Guarded {
  public:
-  Guarded(const Plane<T>& content, Placing placing = {})
-      : width_(content.width),
-        height_(content.height),
-        stepElements_(content.width + placing.gap),
-        bytes_(kMargin * 2 + 64 +
-               sizeof(T) *
-                   static_cast<std::size_t>(placing.shift + stepElements_ * static_cast<std::ptrdiff_t>(height_))) {
-    for (std::size_t i = 0; i < bytes_.size(); ++i) bytes_[i] = sentinel(i);
-    const auto start = reinterpret_cast<std::uintptr_t>(bytes_.data()) + kMargin;
-    first_ = kMargin + (64 - start % 64) % 64 + sizeof(T) * static_cast<std::size_t>(placing.shift);
-    for (int y = 0; y < height_; ++y)
-      std::memcpy(row(y), content.row(y), sizeof(T) * static_cast<std::size_t>(width_));
+  Guarded(const Plane<T>& content, Placing placing = {}) : width_(content.width), height_(content.height) {
+    placing.cliff == Cliff::none ? layAmongSentinels(placing) : layOnCliff(placing.cliff);
+    for (int y = 0; y < height_; ++y) std::memcpy(row(y), content.row(y), rowBytes());
   }
+  ~Guarded() {
+    EXPECT_TRUE(intact());
+    if (map_ != nullptr) munmap(map_, length_);
+  }
+  Guarded(const Guarded&) = delete;
+  Guarded& operator=(const Guarded&) = delete;
 
-  T* data() { return row(0); }
-  int step() const { return static_cast<int>(sizeof(T)) * stepElements_; }
+  T* data() { return reinterpret_cast<T*>(first_); }
+  int step() const { return static_cast<int>(step_); }
   RvpiSize size() const { return {width_, height_}; }
 
   Plane<T> content() const {
     Plane<T> plane(width_, height_);
-    for (int y = 0; y < height_; ++y)
-      std::memcpy(&plane.at(y, 0), bytes_.data() + offset(y), sizeof(T) * static_cast<std::size_t>(width_));
+    for (int y = 0; y < height_; ++y) std::memcpy(&plane.at(y, 0), row(y), rowBytes());
     return plane;
   }
 
   testing::AssertionResult intact() const {
-    const std::size_t rowBytes = sizeof(T) * static_cast<std::size_t>(width_);
     std::size_t i = 0;
     const auto watch = [&](std::size_t end) {
-      while (i < end && bytes_[i] == sentinel(i)) ++i;
+      while (i < end && sentinels_[i] == sentinel(i)) ++i;
       return i == end;
     };
-    for (int y = 0; y < height_; ++y) {
-      if (!watch(offset(y))) return testing::AssertionFailure() << "a byte before row " << y << " was written";
-      i = offset(y) + rowBytes;
+    for (int y = 0; y < height_ && !sentinels_.empty(); ++y) {
+      const auto offset = static_cast<std::size_t>(row(y) - sentinels_.data());
+      if (!watch(offset)) return testing::AssertionFailure() << "a byte before row " << y << " was written";
+      i = offset + rowBytes();
     }
-    if (!watch(bytes_.size())) return testing::AssertionFailure() << "a byte behind the last row was written";
+    if (!watch(sentinels_.size())) return testing::AssertionFailure() << "a byte behind the last row was written";
     return testing::AssertionSuccess();
   }
 
  private:
-  static constexpr std::size_t kMargin = 192;
   static std::uint8_t sentinel(std::size_t i) { return static_cast<std::uint8_t>(i * 167 + 13 + (i >> 8U)); }
-  std::size_t offset(int y) const {
-    return first_ + sizeof(T) * static_cast<std::size_t>(stepElements_) * static_cast<std::size_t>(y);
+  std::size_t rowBytes() const { return sizeof(T) * static_cast<std::size_t>(width_); }
+  std::uint8_t* row(int y) const { return first_ + step_ * static_cast<std::size_t>(y); }
+
+  void layAmongSentinels(Placing placing) {
+    constexpr std::size_t kMargin = 192;
+    const std::size_t shift = sizeof(T) * static_cast<std::size_t>(placing.shift);
+    step_ = rowBytes() + sizeof(T) * static_cast<std::size_t>(placing.gap);
+    sentinels_.resize(kMargin * 2 + 64 + shift + step_ * static_cast<std::size_t>(height_));
+    for (std::size_t i = 0; i < sentinels_.size(); ++i) sentinels_[i] = sentinel(i);
+    const auto start = reinterpret_cast<std::uintptr_t>(sentinels_.data()) + kMargin;
+    first_ = sentinels_.data() + kMargin + (64 - start % 64) % 64 + shift;
   }
-  T* row(int y) { return reinterpret_cast<T*>(bytes_.data() + offset(y)); }
 
-  int width_;
-  int height_;
-  int stepElements_;
-  std::vector<std::uint8_t> bytes_;
-  std::size_t first_ = 0;
-};
-
-// Which end of each row touches an unreadable page.
-enum class Cliff { before, behind };
-
-// An image whose every row begins, or ends, at a page that can be neither read nor written: one byte too far is a
-// crash.
-template <class T>
-class OnCliff {
- public:
-  OnCliff(const Plane<T>& content, Cliff cliff) : width_(content.width), height_(content.height) {
+  void layOnCliff(Cliff cliff) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t rowBytes = sizeof(T) * static_cast<std::size_t>(width_);
-    const std::size_t open = (rowBytes + page - 1) / page * page;
+    const std::size_t open = (rowBytes() + page - 1) / page * page;
     step_ = open + page;
     length_ = page + step_ * static_cast<std::size_t>(height_);
-    map_ = static_cast<std::uint8_t*>(mmap(nullptr, length_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    if (map_ == MAP_FAILED) throw std::bad_alloc();
-    first_ = page + (cliff == Cliff::behind ? open - rowBytes : 0);
+    void* const map = mmap(nullptr, length_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (map == MAP_FAILED) throw std::bad_alloc();
+    map_ = static_cast<std::uint8_t*>(map);
     for (int y = 0; y < height_; ++y) {
       std::uint8_t* at = map_ + page + step_ * static_cast<std::size_t>(y);
       if (mprotect(at, open, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
-      std::memcpy(row(y), content.row(y), rowBytes);
     }
+    first_ = map_ + page + (cliff == Cliff::behind ? open - rowBytes() : 0);
   }
-  ~OnCliff() { munmap(map_, length_); }
-  OnCliff(const OnCliff&) = delete;
-  OnCliff& operator=(const OnCliff&) = delete;
-
-  T* data() { return row(0); }
-  int step() const { return static_cast<int>(step_); }
-  RvpiSize size() const { return {width_, height_}; }
-
-  Plane<T> content() {
-    Plane<T> plane(width_, height_);
-    for (int y = 0; y < height_; ++y)
-      std::memcpy(&plane.at(y, 0), row(y), sizeof(T) * static_cast<std::size_t>(width_));
-    return plane;
-  }
-
- private:
-  T* row(int y) { return reinterpret_cast<T*>(map_ + first_ + step_ * static_cast<std::size_t>(y)); }
 
   int width_;
   int height_;
   std::size_t step_ = 0;
-  std::size_t length_ = 0;
-  std::size_t first_ = 0;
+  std::uint8_t* first_ = nullptr;
+  std::vector<std::uint8_t> sentinels_;
   std::uint8_t* map_ = nullptr;
+  std::size_t length_ = 0;
+};
+
+template <class T>
+struct OnCliff : Guarded<T> {
+  OnCliff(const Plane<T>& content, Cliff cliff) : Guarded<T>(content, {0, 0, cliff}) {}
 };
 
 }  // namespace test

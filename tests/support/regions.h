@@ -15,6 +15,14 @@ struct Place {
   int x;
 };
 
+// The four nearest neighbours, and the four at the corners.
+inline constexpr std::array<Place, 8> kAround = {
+    {{0, -1}, {0, 1}, {-1, 0}, {1, 0}, {-1, -1}, {-1, 1}, {1, -1}, {1, 1}}};
+inline Place next(Place p, int i) {
+  const Place step = kAround[static_cast<std::size_t>(i)];
+  return {p.y + step.y, p.x + step.x};
+}
+
 // Walks from `start` to its neighbours inside the plane and on to theirs, wherever enter(from, to) says so. The
 // walk does not remember where it was: enter must refuse what it has already let in.
 template <class T, class Enter>
@@ -23,27 +31,22 @@ void forNeighbours(const Plane<T>& plane, bool withDiagonals, Place start, const
   while (!open.empty()) {
     const Place from = open.back();
     open.pop_back();
-    for (int dy = -1; dy <= 1; ++dy) {
-      for (int dx = -1; dx <= 1; ++dx) {
-        const Place to = {from.y + dy, from.x + dx};
-        if ((dy == 0 && dx == 0) || (dy != 0 && dx != 0 && !withDiagonals)) continue;
-        if (to.y < 0 || to.y >= plane.height || to.x < 0 || to.x >= plane.width) continue;
-        if (enter(from, to)) open.push_back(to);
-      }
+    for (int i = 0; i < (withDiagonals ? 8 : 4); ++i) {
+      const Place to = next(from, i);
+      if (plane.holds(to.y, to.x) && enter(from, to)) open.push_back(to);
     }
   }
 }
 
 enum class Pattern { empty, full, columns, rows, checkerboard, comb, hangingComb, spiral };
-constexpr std::array kPatterns = {Pattern::empty,        Pattern::full, Pattern::columns,     Pattern::rows,
-                                  Pattern::checkerboard, Pattern::comb, Pattern::hangingComb, Pattern::spiral};
+inline constexpr std::array kPatterns = {Pattern::empty,       Pattern::full,         Pattern::columns,
+                                         Pattern::rows,        Pattern::checkerboard, Pattern::comb,
+                                         Pattern::hangingComb, Pattern::spiral};
 
 // One path, one pixel wide, from the corner to the middle.
 inline Plane<std::uint8_t> spiralPlane(int width, int height) {
   Plane<std::uint8_t> plane(width, height);
-  const auto isFree = [&](int y, int x) {
-    return y < 0 || y >= height || x < 0 || x >= width || plane.at(y, x) == 0;
-  };
+  const auto isFree = [&](int y, int x) { return !plane.holds(y, x) || plane.at(y, x) == 0; };
   int y = 0;
   int x = 0;
   int dy = 0;
@@ -52,8 +55,7 @@ inline Plane<std::uint8_t> spiralPlane(int width, int height) {
   for (int turns = 0; turns < 2;) {
     const int nextY = y + dy;
     const int nextX = x + dx;
-    const bool isInside = nextY >= 0 && nextY < height && nextX >= 0 && nextX < width;
-    if (isInside && plane.at(nextY, nextX) == 0 && isFree(nextY + dy, nextX + dx)) {
+    if (plane.holds(nextY, nextX) && plane.at(nextY, nextX) == 0 && isFree(nextY + dy, nextX + dx)) {
       y = nextY;
       x = nextX;
       plane.at(y, x) = 200;
@@ -71,18 +73,14 @@ inline Plane<std::uint8_t> spiralPlane(int width, int height) {
 // 200 on the pattern, 0 beside it.
 inline Plane<std::uint8_t> patternPlane(Pattern pattern, int width, int height) {
   if (pattern == Pattern::spiral) return spiralPlane(width, height);
-  Plane<std::uint8_t> plane(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const bool isSet = pattern == Pattern::full || (pattern == Pattern::columns && x % 2 == 0) ||
-                         (pattern == Pattern::rows && y % 2 == 0) ||
-                         (pattern == Pattern::checkerboard && (x + y) % 2 == 0) ||
-                         (pattern == Pattern::comb && (x % 2 == 0 || y == height - 1)) ||
-                         (pattern == Pattern::hangingComb && (x % 2 == 1 || y == 0));
-      plane.at(y, x) = isSet ? 200 : 0;
-    }
-  }
-  return plane;
+  return planeOf<std::uint8_t>(width, height, [=](int y, int x) {
+    const bool isSet = pattern == Pattern::full || (pattern == Pattern::columns && x % 2 == 0) ||
+                       (pattern == Pattern::rows && y % 2 == 0) ||
+                       (pattern == Pattern::checkerboard && (x + y) % 2 == 0) ||
+                       (pattern == Pattern::comb && (x % 2 == 0 || y == height - 1)) ||
+                       (pattern == Pattern::hangingComb && (x % 2 == 1 || y == 0));
+    return isSet ? 200 : 0;
+  });
 }
 
 }  // namespace test

@@ -1,5 +1,6 @@
 // The shapes that every kernel has to stand: all widths up to two of the widest vectors and a few more, steps and
-// addresses that fit no vector, and images on both sides of the size from which a team works on them.
+// addresses that fit no vector, rows at unreadable pages, and images on both sides of the size from which a team
+// works on them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,17 +13,22 @@
 namespace test {
 
 struct Shape {
-  int width;
-  int height;
-  Placing placing;
-  int threads;
-  unsigned seed;
+  int width = 0;
+  int height = 0;
+  Placing placing = {};
+  int threads = 1;
+  unsigned seed = 0;
+
+  RvpiSize size() const { return {width, height}; }
+  // Where a block of memory lies: at an address that fits nothing, or on the images' cliff.
+  Placing anywhere() const { return {0, static_cast<int>(seed % 64), placing.cliff}; }
 };
 
 inline std::string describe(const Shape& shape) {
   return "width " + std::to_string(shape.width) + ", height " + std::to_string(shape.height) + ", gap " +
-         std::to_string(shape.placing.gap) + ", shift " + std::to_string(shape.placing.shift) + ", threads " +
-         std::to_string(shape.threads) + ", seed " + std::to_string(shape.seed);
+         std::to_string(shape.placing.gap) + ", shift " + std::to_string(shape.placing.shift) + ", cliff " +
+         std::to_string(static_cast<int>(shape.placing.cliff)) + ", threads " + std::to_string(shape.threads) +
+         ", seed " + std::to_string(shape.seed);
 }
 
 // Calls body(Shape) for one shape after the other, until one fails.
@@ -44,6 +50,17 @@ void sweepSmall(const Body& body) {
     tryShape({width, 1 + width % 3, {0, 0}, 2, seed}, body);
     tryShape({width, 3, {1, width % 4}, 1, seed + 100}, body);
     tryShape({width, 2, {5, (width / 4 + 1) % 4}, 2, seed + 200}, body);
+    tryShape({width, 2, {0, 0, Cliff::before}, 1, seed + 300}, body);
+    tryShape({width, 2, {0, 0, Cliff::behind}, 1, seed + 400}, body);
+  }
+}
+
+// Images of further sizes at unreadable pages.
+template <class Body>
+void sweepCliffs(std::initializer_list<RvpiSize> sizes, int threads, const Body& body) {
+  for (const RvpiSize size : sizes) {
+    for (const Cliff cliff : {Cliff::before, Cliff::behind})
+      tryShape({size.width, size.height, {0, 0, cliff}, threads, static_cast<unsigned>(size.width)}, body);
   }
 }
 

@@ -1,0 +1,60 @@
+// Calls with images and blocks of memory as arguments.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
+
+#include "support/images.h"
+
+namespace test {
+
+// Memory of exactly so many bytes for a state or for scratch.
+class Block : public Guarded<std::uint8_t> {
+ public:
+  explicit Block(int bytes, Placing placing = {}) : Guarded(Plane<std::uint8_t>(bytes, 1, 0xA5), placing) {}
+
+  template <class State>
+  State* as() {
+    return reinterpret_cast<State*>(data());
+  }
+};
+
+// What stands for an argument in a call: for an image its first pixel, or that of its region, and its step; for a
+// block its first byte.
+struct AnyPointer {
+  std::uint8_t* at;
+  template <class T>
+  operator T*() const {  // NOLINT(google-explicit-constructor): it stands for a pointer
+    return reinterpret_cast<T*>(at);
+  }
+};
+template <class A>
+auto spread(A& argument) {
+  if constexpr (std::is_same_v<A, Block>) {
+    return std::tuple(AnyPointer{argument.data()});
+  } else if constexpr (requires { argument.region(); }) {
+    return std::tuple(argument.region(), argument.step());
+  } else if constexpr (requires { argument.data(), argument.step(); }) {
+    return std::tuple(argument.data(), argument.step());
+  } else {
+    return std::tuple<A&>(argument);
+  }
+}
+
+template <class Function, class... A>
+auto call(const Function& function, A&&... arguments) {
+  return std::apply(function, std::tuple_cat(spread(arguments)...));
+}
+
+// The number of bytes that a query tells.
+template <class Query, class... A>
+int bytesOf(const Query& query, const A&... arguments) {
+  int bytes = 0;
+  EXPECT_EQ(query(arguments..., &bytes), rvpStatusOk);
+  return bytes;
+}
+
+}  // namespace test
