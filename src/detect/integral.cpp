@@ -147,10 +147,14 @@ constexpr auto kUprightRow = []<class Of, class Cell>(Of of, const std::uint8_t*
   cells[-1] = table.start;
   RunningSum<Cell> sum;
   std::ptrdiff_t x = 0;
-  for (; x + kLanes <= width; x += kLanes) {
-    prefetch(cells + x, kAheadBytes);
-    sum.addPixels(sumsUpTo(of, src + x), above + x, cells + x);
+  const auto add = [&](std::ptrdiff_t at) { sum.addPixels(sumsUpTo(of, src + at), above + at, cells + at); };
+  for (; x + 2 * kLanes <= width; x += 2 * kLanes) {
+    for (std::size_t line = 0; line < 2 * kLanes * sizeof(Cell); line += kLineBytes)
+      prefetch(cells + x, kAheadBytes + line);
+    add(x);
+    add(x + kLanes);
   }
+  for (; x + kLanes <= width; x += kLanes) add(x);
   for (; x < width; ++x) sum.addPixel(Of::of(src[x]), above + x, cells + x);
 };
 

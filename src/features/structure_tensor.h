@@ -124,9 +124,9 @@ class ProductRows {
 template <class W>
 class SmallWindow {
  public:
-  // Each strip comes to new pages of memory row by row, so few wide ones are best. With its margins this one is two
-  // stretches, and its rows are no power of 2 apart in the cache; they take 60 KB of the stack at most.
-  static constexpr std::ptrdiff_t kStrip = 2 * kStretch - 16;
+  // With its margins a strip is one stretch, its rows are no power of 2 apart, and those of the largest window, 29
+  // KB, stay in the first cache.
+  static constexpr std::ptrdiff_t kStrip = kStretch - 32;
   std::ptrdiff_t strip() const { return kStrip; }
 
   void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
