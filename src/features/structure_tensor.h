@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -191,10 +190,11 @@ class SmallWindow {
   alignas(kAlignment) float sums_[W::kCount][3 * kStrip];
 };
 
-// A window of any side, at a cost that grows with the logarithm of the side: sums of 4, 16, 64... neighbours are
-// built from four sums of a quarter as many, and a window is made of as many sums of each power as the digits of
-// its side to the base of four tell. Both along the rows and down the columns; of the rows of each power a ring is
-// kept.
+// A window of any side, at a cost that grows with the logarithm of the side: sums of 3, 9, 27... neighbours are
+// built from three sums of a third as many, and a window is made of as many sums of each power as the digits of its
+// side to the base of three tell. Both along the rows and down the columns; of the rows of each power a ring is
+// kept. The largest power goes at least twice into the side, as one that goes once costs more than it saves, so
+// that the first digit may be up to 5.
 class LadderWindow {
  public:
   // `memory` has as many bytes as `bytes` tells.
@@ -256,10 +256,10 @@ class LadderWindow {
   }
 
  private:
-  // A side has at most 31 bits, which are 16 digits of at most 3.
-  static constexpr int kMostPowers = 16;
-  // A pass adds the sums of two powers, so that one pass makes the sides up to 15.
-  static constexpr int kMostParts = 6;
+  // Twice the 18th power is the last that is below 2^31.
+  static constexpr int kMostPowers = 19;
+  // A pass adds the sums of two powers, so that one pass makes the sides up to 17.
+  static constexpr int kMostParts = 7;
   static constexpr hn::ScalableTag<float> kVector{};
   static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kVector);
   static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
@@ -273,26 +273,21 @@ class LadderWindow {
   static std::ptrdiff_t lineElements(WindowSpan span, std::ptrdiff_t strip) {
     return toVectors(span.margin()) + toVectors(strip + span.margin()) + 8;
   }
+  static constexpr std::ptrdiff_t power(int k) { return k == 0 ? 1 : 3 * power(k - 1); }
   static int topOf(std::ptrdiff_t side) {
-    return (static_cast<int>(std::bit_width(static_cast<std::size_t>(side))) - 1) / 2;
+    int k = 0;
+    while (2 * power(k + 1) <= side) ++k;
+    return k;
   }
-  static std::ptrdiff_t power(int k) { return std::ptrdiff_t{1} << 2 * k; }
-  int digit(int k) const { return static_cast<int>(span_.side() >> 2 * k & 3); }
+  int digit(int k) const {
+    const std::ptrdiff_t times = span_.side() / power(k);
+    return static_cast<int>(k < top_ ? times % 3 : times);
+  }
 
-  // Sums of 4^k rows are needed until they are the first quarter of a larger sum, 3 * 4^k rows later, or part of a
+  // Sums of 3^k rows are needed until they are the first third of a larger sum, 2 * 3^k rows later, or part of a
   // window. All rings together have as many rows as the window, and one more for each power but the largest.
-  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 3 * power(k) + 1 : span_.side() - power(k) + 1; }
+  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 2 * power(k) + 1 : span_.side() - power(k) + 1; }
   float* ringRow(int k, std::ptrdiff_t y) const { return rings_[k] + (y - begin_) % ringRows(k) * 3 * stride_; }
-
-  // The sum of four rows, in whole vectors. It may take the place of the first row.
-  static void addFour(const float* r0, const float* r1, const float* r2, const float* r3, std::ptrdiff_t n,
-                      float* sums) {
-    for (std::ptrdiff_t x = 0; x < n; x += kLanes) {
-      const auto early = hn::Add(hn::LoadU(kVector, r0 + x), hn::LoadU(kVector, r1 + x));
-      const auto late = hn::Add(hn::LoadU(kVector, r2 + x), hn::LoadU(kVector, r3 + x));
-      hn::StoreU(hn::Add(early, late), kVector, sums + x);
-    }
-  }
 
   // Adds up the parts, and what `sums` holds already where they go onto it, in whole vectors.
   template <int kParts = 1>
@@ -310,7 +305,7 @@ class LadderWindow {
     }
   }
 
-  // Adds up the sums that make a window, the largest first: part(k, start) is the sum of 4^k neighbours that begin
+  // Adds up the sums that make a window, the largest first: part(k, start) is the sum of 3^k neighbours that begin
   // `start` after the window does.
   template <class Part>
   void addWindow(const Part& part, std::ptrdiff_t n, float* sums) const {
@@ -320,7 +315,7 @@ class LadderWindow {
     std::ptrdiff_t start = 0;
     for (int k = top_; k >= 0; --k) {
       for (int i = 0; i < digit(k); ++i, start += power(k)) parts[count++] = part(k, start);
-      const bool room = count <= kMostParts - 3;
+      const bool room = count <= kMostParts - 2;
       if (count == 0 || (room && k > 0)) continue;
       addParts(parts, count, onto, n, sums);
       onto = true;
@@ -342,8 +337,9 @@ class LadderWindow {
     for (int k = 0; k < top_; ++k) {
       const std::ptrdiff_t first = y - power(k + 1) + 1;
       if (first < begin_) return;
-      const auto quarter = [&](int i) { return ringRow(k, first + i * power(k)); };
-      addFour(quarter(0), quarter(1), quarter(2), quarter(3), 3 * stride_, ringRow(k + 1, first));
+      const std::ptrdiff_t p = power(k);
+      const float* const thirds[] = {ringRow(k, first), ringRow(k, first + p), ringRow(k, first + 2 * p)};
+      addParts(thirds, 3, false, 3 * stride_, ringRow(k + 1, first));
     }
   }
 
@@ -355,8 +351,9 @@ class LadderWindow {
     for (int k = 0; k < top_; ++k) {
       const std::ptrdiff_t p = power(k);
       const float* from = neighbours(k);
-      n -= 3 * p;
-      addFour(from, from + p, from + 2 * p, from + 3 * p, n, lines_ + k * line_);
+      const float* const thirds[] = {from, from + p, from + 2 * p};
+      n -= 2 * p;
+      addParts(thirds, 3, false, n, lines_ + k * line_);
     }
     addWindow([&](int k, std::ptrdiff_t start) { return neighbours(k) + start; }, count_, sums);
   }
