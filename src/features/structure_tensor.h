@@ -273,7 +273,11 @@ class LadderWindow {
   static std::ptrdiff_t lineElements(WindowSpan span, std::ptrdiff_t strip) {
     return toVectors(span.margin()) + toVectors(strip + span.margin()) + 8;
   }
-  static constexpr std::ptrdiff_t power(int k) { return k == 0 ? 1 : 3 * power(k - 1); }
+  static constexpr std::ptrdiff_t power(int k) {
+    std::ptrdiff_t result = 1;
+    for (; k > 0; --k) result *= 3;
+    return result;
+  }
   static int topOf(std::ptrdiff_t side) {
     int k = 0;
     while (2 * power(k + 1) <= side) ++k;
