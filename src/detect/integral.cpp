@@ -10,6 +10,7 @@
 
 #include "detect/tables.h"
 #include "frame/checks.h"
+#include "frame/placed_bytes.h"
 #include "frame/simd.h"
 #include "frame/views.h"
 #include "rvpcv/detect.h"
@@ -17,21 +18,13 @@
 namespace rvp::n8 {
 namespace {
 
-// Pixels are taken by groups: one vector of 16 bits, and two of 32.
-using GroupTag = hn::ScalableTag<std::uint16_t>;
+// Pixels are taken four to a block of 128 bits, which holds their sums.
 using SumTag = hn::ScalableTag<std::int32_t>;
-using Group = hn::Vec<GroupTag>;
+using ByteTag = hn::Repartition<std::uint8_t, SumTag>;
+using WordTag = hn::Repartition<std::int16_t, SumTag>;
 using Sums = hn::Vec<SumTag>;
 constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(SumTag()));
-constexpr std::ptrdiff_t kGroup = 2 * kLanes;
 constexpr bool kOneBlock = kLanes == 4;
-
-// The sums of a group from its first pixel to each of its pixels; with kApart those of the upper half begin anew.
-template <bool kApart>
-struct GroupSums {
-  Sums lower;
-  Sums upper;
-};
 
 // The last lane in all lanes.
 Sums last(Sums v) {
@@ -43,68 +36,68 @@ Sums last(Sums v) {
   }
 }
 
-Sums lowerSums(Group group) { return hn::PromoteTo(SumTag(), hn::LowerHalf(group)); }
-Sums upperSums(Group group) { return hn::PromoteTo(SumTag(), hn::UpperHalf(hn::Half<GroupTag>(), group)); }
-
-Group loadGroup(const std::uint8_t* src) {
-  return hn::PromoteTo(GroupTag(), hn::LoadU(hn::Rebind<std::uint8_t, GroupTag>(), src));
+Sums pairSums(hn::Vec<WordTag> v, hn::Vec<WordTag> factors) {
+  auto unused = hn::Zero(SumTag());
+  return hn::ReorderWidenMulAccumulate(SumTag(), v, factors, hn::Zero(SumTag()), unused);
 }
 
-// Each lane plus the lane kBits bits below it, in each half of a block of 128 bits. A shift of bits does it, as the
-// processor has few ways of moving lanes.
-template <int kBits, class V>
-V plusLaneBelow(V v) {
-  const hn::DFromV<V> d;
-  const hn::Repartition<std::uint64_t, decltype(d)> d64;
-  return hn::Add(v, hn::BitCast(d, hn::ShiftLeft<kBits>(hn::BitCast(d64, v))));
+// The sums in each block, and the sum of the block before where there is one.
+Sums acrossBlocks(Sums v) {
+  return kOneBlock ? v : hn::Add(v, hn::ConcatLowerLower(SumTag(), hn::Broadcast<3>(v), hn::Zero(SumTag())));
 }
 
-// The lanes of the upper half of each block plus the last lane of its lower half.
-template <class V>
-V plusLowerHalf(V v) {
-  using T = hn::TFromV<V>;
-  alignas(16) static constexpr auto kLastOfLower = [] {
-    std::array<std::uint8_t, 16> bytes{};
-    for (std::size_t i = 0; i < 16; ++i)
-      bytes[i] = i < 8 ? std::uint8_t{0x80} : static_cast<std::uint8_t>(8 - sizeof(T) + i % sizeof(T));
-    return bytes;
+// The sums from the first pixel to each pixel: pixel i has those up to i of its block beside each other.
+Sums sumsUpTo(Value, const std::uint8_t* src) {
+  alignas(32) static constexpr BytePlaces kTriangle = [] {
+    BytePlaces places{};
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::size_t block = i / 16, pixel = i % 16 / 4, term = i % 4;
+      places[i] = term <= pixel ? static_cast<std::uint8_t>(4 * block + term) : kNoByte;
+    }
+    return places;
   }();
-  const hn::DFromV<V> d;
-  const hn::Repartition<std::uint8_t, decltype(d)> d8;
-  const auto lower = hn::TableLookupBytesOr0(hn::BitCast(d8, v), hn::LoadDup128(d8, kLastOfLower.data()));
-  return hn::Add(v, hn::BitCast(d, lower));
+  const auto ones = hn::Set(hn::RebindToSigned<ByteTag>(), 1);
+  const auto pairs = multipliedBytePairs(WordTag(), placedBytes(src, kTriangle), ones);
+  return acrossBlocks(pairSums(pairs, hn::Set(WordTag(), 1)));
 }
 
-// Eight bytes, which make a block of 128 bits, have a sum of at most 2040.
-GroupSums<!kOneBlock> groupSums(Value, const std::uint8_t* src) {
-  const Group v = plusLowerHalf(plusLaneBelow<32>(plusLaneBelow<16>(loadGroup(src))));
-  return {lowerSums(v), upperSums(v)};
-}
-
-// Four sums in each block of 128 bits, and the sum of the block before where there is one.
-Sums blockSums(Sums v) {
-  const SumTag d;
-  v = plusLowerHalf(plusLaneBelow<32>(v));
-  return kOneBlock ? v : hn::Add(v, hn::ConcatLowerLower(d, hn::Broadcast<3>(v), hn::Zero(d)));
-}
-
-// A square fits in 16 bits, a sum of two does not.
-GroupSums<true> groupSums(Square, const std::uint8_t* src) {
-  const Group pixels = loadGroup(src);
-  const Group squares = hn::Mul(pixels, pixels);
-  return {blockSums(lowerSums(squares)), blockSums(upperSums(squares))};
+// The squares: pixel i with the one before if i is odd, and then the sum of the first two for the last two.
+Sums sumsUpTo(Square, const std::uint8_t* src) {
+  alignas(32) static constexpr BytePlaces kPairs = [] {
+    BytePlaces places{};
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::size_t block = i / 16, pixel = i % 16 / 4, term = i % 4 / 2, byte = i % 2;
+      const bool any = byte == 0 && (term == 0 || pixel % 2 == 1);
+      places[i] = any ? static_cast<std::uint8_t>(4 * block + pixel / 2 * 2 + term) : kNoByte;
+    }
+    return places;
+  }();
+  alignas(32) static constexpr BytePlaces kSecondForUpperTwo = [] {
+    BytePlaces places{};
+    for (std::size_t i = 0; i < places.size(); ++i)
+      places[i] = i % 16 >= 8 ? static_cast<std::uint8_t>(4 + i % 4) : kNoByte;
+    return places;
+  }();
+  const auto pixels = hn::BitCast(WordTag(), placedBytes(src, kPairs));
+  const Sums pairs = pairSums(pixels, pixels);
+  const auto firstTwo =
+      hn::TableLookupBytesOr0(hn::BitCast(ByteTag(), pairs), hn::Load(ByteTag(), kSecondForUpperTwo.data()));
+  return acrossBlocks(hn::Add(pairs, hn::BitCast(SumTag(), firstTwo)));
 }
 
 // The running sum of a row, and the row of cells that it makes with the row above.
 template <class Cell>
 class RunningSum {
  public:
-  template <bool kApart>
-  void addGroup(const GroupSums<kApart>& sums, const Cell* above, Cell* cells) {
-    store(sums.lower, above, cells);
-    if constexpr (kApart) before_ = hn::Add(before_, last(sums.lower));
-    store(sums.upper, above + kLanes, cells + kLanes);
-    before_ = hn::Add(before_, last(sums.upper));
+  void addPixels(Sums sums, const Cell* above, Cell* cells) {
+    const hn::Rebind<Cell, SumTag> d;
+    const Sums running = hn::Add(sums, before_);
+    if constexpr (std::is_same_v<Cell, float>) {
+      hn::StoreU(hn::Add(hn::LoadU(d, above), hn::ConvertTo(d, running)), d, cells);
+    } else {
+      hn::StoreU(hn::Add(hn::LoadU(d, above), running), d, cells);
+    }
+    before_ = hn::Add(before_, last(sums));
   }
   void addPixel(int value, const Cell* above, Cell* cell) {
     before_ = hn::Add(before_, hn::Set(SumTag(), value));
@@ -117,16 +110,6 @@ class RunningSum {
   }
 
  private:
-  void store(Sums sums, const Cell* above, Cell* cells) const {
-    const hn::Rebind<Cell, SumTag> d;
-    const Sums running = hn::Add(sums, before_);
-    if constexpr (std::is_same_v<Cell, float>) {
-      hn::StoreU(hn::Add(hn::LoadU(d, above), hn::ConvertTo(d, running)), d, cells);
-    } else {
-      hn::StoreU(hn::Add(hn::LoadU(d, above), running), d, cells);
-    }
-  }
-
   Sums before_ = hn::Zero(SumTag());
 };
 
@@ -134,9 +117,14 @@ class RunningSum {
 template <>
 class RunningSum<double> {
  public:
-  void addGroup(const GroupSums<true>& sums, const double* above, double* cells) {
-    addHalf(sums.lower, above, cells);
-    addHalf(sums.upper, above + kLanes, cells + kLanes);
+  void addPixels(Sums sums, const double* above, double* cells) {
+    const auto add = [&](auto half, std::ptrdiff_t at) {
+      const auto running = hn::Add(hn::PromoteTo(d_, half), before_);
+      hn::StoreU(hn::Add(hn::LoadU(d_, above + at), running), d_, cells + at);
+    };
+    add(hn::LowerHalf(sums), 0);
+    add(hn::UpperHalf(hn::Half<SumTag>(), sums), kLanes / 2);
+    before_ = hn::Add(before_, hn::PromoteTo(d_, hn::LowerHalf(last(sums))));
   }
   void addPixel(int value, const double* above, double* cell) {
     before_ = hn::Add(before_, hn::Set(d_, value));
@@ -144,16 +132,6 @@ class RunningSum<double> {
   }
 
  private:
-  void addHalf(Sums sums, const double* above, double* cells) {
-    const auto add = [&](auto quarter, std::ptrdiff_t at) {
-      const auto running = hn::Add(hn::PromoteTo(d_, quarter), before_);
-      hn::StoreU(hn::Add(hn::LoadU(d_, above + at), running), d_, cells + at);
-    };
-    add(hn::LowerHalf(sums), 0);
-    add(hn::UpperHalf(hn::Half<SumTag>(), sums), kLanes / 2);
-    before_ = hn::Add(before_, hn::PromoteTo(d_, hn::LowerHalf(last(sums))));
-  }
-
   hn::ScalableTag<double> d_;
   hn::Vec<decltype(d_)> before_ = hn::Zero(d_);
 };
@@ -169,7 +147,14 @@ constexpr auto kUprightRow = []<class Of, class Cell>(Of of, const std::uint8_t*
   cells[-1] = table.start;
   RunningSum<Cell> sum;
   std::ptrdiff_t x = 0;
-  for (; x + kGroup <= width; x += kGroup) sum.addGroup(groupSums(of, src + x), above + x, cells + x);
+  const auto add = [&](std::ptrdiff_t at) { sum.addPixels(sumsUpTo(of, src + at), above + at, cells + at); };
+  for (; x + 2 * kLanes <= width; x += 2 * kLanes) {
+    for (std::size_t line = 0; line < 2 * kLanes * sizeof(Cell); line += kLineBytes)
+      prefetch(cells + x, kAheadBytes + line);
+    add(x);
+    add(x + kLanes);
+  }
+  for (; x + kLanes <= width; x += kLanes) add(x);
   for (; x < width; ++x) sum.addPixel(Of::of(src[x]), above + x, cells + x);
 };
 

@@ -11,6 +11,10 @@
 
 namespace rvp::n8 {
 
+// How far ahead of the cells that are written memory is asked for. A table is larger than its source by far, and
+// stores would wait for memory.
+inline constexpr std::uintptr_t kAheadBytes = 2048;
+
 // What a table sums up of each pixel.
 struct Value {
   static constexpr int of(std::uint8_t pixel) { return pixel; }

@@ -4,12 +4,13 @@
 //   T(i+2, 0)     = T(i+1, 1)
 //   T(i+2, x)     = s(x-1) + s(x) + T(i+1, x-1) + T(i+1, x+1) - T(i, x)      for x from 1 to w, where s(w) is 0
 //   T(i+2, w + 1) = T(i+1, w)
-// No cell needs another of its row, so that the compiler makes vectors of the plain loop.
+// No cell needs another of its row, so that the compiler makes vectors of a plain loop.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 #include "detect/tables.h"
+#include "frame/simd.h"
 #include "frame/views.h"
 #include "rvpcv/detect.h"
 
@@ -35,9 +36,16 @@ constexpr auto kTiltedRow = []<class Of, class Cell>(Of, const std::uint8_t* src
   const Cell* above = table.at(y + 1);
   Cell* cells = table.at(y + 2);
   cells[0] = above[1];
+  // In pieces, each of which first asks for memory.
+  constexpr std::ptrdiff_t kPiece = 64;
+  constexpr auto kLine = static_cast<std::ptrdiff_t>(kLineBytes / sizeof(Cell));
+  for (std::ptrdiff_t x0 = 1; x0 < width; x0 += kPiece) {
+    const std::ptrdiff_t end = std::min(width, x0 + kPiece);
+    for (std::ptrdiff_t x = x0; x < end; x += kLine) prefetch(cells + x, kAheadBytes);
 #pragma omp simd
-  for (std::ptrdiff_t x = 1; x < width; ++x)
-    cells[x] = cell(Of::of(src[x - 1]), Of::of(src[x]), above[x - 1], up[x], above[x + 1]);
+    for (std::ptrdiff_t x = x0; x < end; ++x)
+      cells[x] = cell(Of::of(src[x - 1]), Of::of(src[x]), above[x - 1], up[x], above[x + 1]);
+  }
   cells[width] = cell(Of::of(src[width - 1]), 0, above[width - 1], up[width], above[width + 1]);
   cells[width + 1] = above[width];
 };

@@ -49,9 +49,7 @@ void cornerTensors(const ExtendedImage<Src, 1>& image, int avgWindow, std::uint8
     SmallWindow<Weights<1, 1, 1, 1, 1>> window;
     run(window);
   } else {
-    const RvpiMaskSize mask = Kernel::kRadius == 1 ? 33 : 55;
-    LadderWindow window(windowSpan(avgWindow), image.size.width, pBuffer,
-                        cornerBufferBytes(image.size, mask, avgWindow, static_cast<int>(sizeof(Src))));
+    LadderWindow window(windowSpan(avgWindow), image.size.width, pBuffer);
     run(window);
   }
 }

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,6 +27,9 @@ struct WindowSpan {
   // What the columns beside a strip have to hold so that a mirrored column is among them.
   std::ptrdiff_t margin() const { return std::max(before, behind); }
 };
+
+// Rows begin at whole vectors.
+constexpr std::ptrdiff_t kAlignment = 32;
 
 // What stands for the products beyond a side of the region that is in memory.
 enum class BeyondMemory { products, nearestProduct };
@@ -50,16 +52,13 @@ class ProductRows {
     const Axis columns = horizontal();
     const std::ptrdiff_t from = columns.reads(first) ? first : std::max<std::ptrdiff_t>(first, 0);
     const std::ptrdiff_t to = columns.reads(last - 1) ? last : std::min(last, columns.count);
-    DerivativeOf<Src> dx[kStretch];
-    DerivativeOf<Src> dy[kStretch];
-    forStretches(from, to, [&](std::ptrdiff_t x0, std::ptrdiff_t n) {
-      derivativeRow<Kernel>(image_, y, x0, x0 + n, dx, dy);
-      forVectors<float>(0, n, [&](auto d, std::ptrdiff_t x) {
-        const auto vx = asFloats(d, dx + x), vy = asFloats(d, dy + x);
-        const std::ptrdiff_t at = x0 - first + x;
-        hn::StoreU(hn::Mul(vx, vx), d, out[0] + at);
-        hn::StoreU(hn::Mul(vx, vy), d, out[1] + at);
-        hn::StoreU(hn::Mul(vy, vy), d, out[2] + at);
+    const std::ptrdiff_t skipped = from - first;
+    float *const xx = out[0] + skipped, *const xy = out[1] + skipped, *const yy = out[2] + skipped;
+    forDerivatives<Kernel, true, true>(image_, y, from, to, [=](auto d, std::ptrdiff_t x, auto vx, auto vy) {
+      forFloats(d, vx, vy, [=](auto df, std::ptrdiff_t i, auto fx, auto fy) {
+        hn::StoreU(hn::Mul(fx, fx), df, xx + x + i);
+        hn::StoreU(hn::Mul(fx, fy), df, xy + x + i);
+        hn::StoreU(hn::Mul(fy, fy), df, yy + x + i);
       });
     });
     const auto standIn = [&](std::ptrdiff_t x) {
@@ -94,13 +93,26 @@ class ProductRows {
     return {image_.border.mode, image_.border.left, image_.border.right, image_.size.width};
   }
 
-  template <class D>
-  static hn::VFromD<D> asFloats(D d, const float* src) {
-    return hn::LoadU(d, src);
-  }
-  template <class D>
-  static hn::VFromD<D> asFloats(D d, const std::int16_t* src) {
-    return hn::ConvertTo(d, hn::PromoteTo(hn::RebindToSigned<D>(), hn::LoadU(hn::Rebind<std::int16_t, D>(), src)));
+  // Calls body(df, i, fx, fy) with the derivatives as floats; lane i of the derivatives is the first of them. A
+  // whole vector of 16-bit lanes makes two.
+  template <class D, class Body>
+  HWY_INLINE static void forFloats(D d, hn::VFromD<D> vx, hn::VFromD<D> vy, const Body& body) {
+    if constexpr (std::is_same_v<hn::TFromD<D>, float>) {
+      body(d, 0, vx, vy);
+    } else {
+      const auto part = [&](auto d16, std::ptrdiff_t i, auto x, auto y) {
+        const hn::Rebind<float, decltype(d16)> df;
+        const hn::Rebind<std::int32_t, decltype(d16)> d32;
+        body(df, i, hn::ConvertTo(df, hn::PromoteTo(d32, x)), hn::ConvertTo(df, hn::PromoteTo(d32, y)));
+      };
+      if constexpr (hn::MaxLanes(d) > 4) {
+        const hn::Half<D> half;
+        part(half, 0, hn::LowerHalf(half, vx), hn::LowerHalf(half, vy));
+        part(half, hn::MaxLanes(half), hn::UpperHalf(half, vx), hn::UpperHalf(half, vy));
+      } else {
+        part(d, 0, vx, vy);
+      }
+    }
   }
 
   ExtendedImage<Src, 1> image_;
@@ -111,9 +123,9 @@ class ProductRows {
 template <class W>
 class SmallWindow {
  public:
-  // Each strip comes to new pages of memory row by row, so few wide ones are best. With its margins this one is two
-  // stretches, and its rows are no power of 2 apart in the cache; they take 60 KB of the stack at most.
-  static constexpr std::ptrdiff_t kStrip = 2 * kStretch - 16;
+  // With its margins a strip is one stretch, its rows are no power of 2 apart, and those of the largest window, 29
+  // KB, stay in the first cache.
+  static constexpr std::ptrdiff_t kStrip = kStretch - 32;
   std::ptrdiff_t strip() const { return kStrip; }
 
   void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
@@ -122,17 +134,26 @@ class SmallWindow {
     std::fill_n(held_, W::kCount, kNone);
   }
 
-  template <class Rows>
-  void moveTo(std::ptrdiff_t y, const Rows& rows) {
-    for (int i = 0; i < W::kCount; ++i) {
-      const std::ptrdiff_t wanted = y + i - W::kCentre;
-      rows_[i] = rows.isZero(wanted) ? kZeros : sumsOf(rows.place(wanted), rows);
-    }
-  }
+  // The sums of a row's windows. Handed out by value, so that a loop that writes need not read them again.
+  struct Sums {
+    std::array<const float*, W::kCount> rows;
 
-  template <class D>
-  hn::VFromD<D> sum(D d, int plane, std::ptrdiff_t x) const {
-    return weightedSum<W>(d, [&](int i) { return hn::LoadU(d, rows_[i] + plane * kStrip + x); });
+    template <class D>
+    HWY_INLINE hn::VFromD<D> at(D d, int plane, std::ptrdiff_t x) const {
+      return weightedSum<W>(
+          d, [&](int i) { return hn::LoadU(d, rows[static_cast<std::size_t>(i)] + plane * kStrip + x); });
+    }
+  };
+
+  template <class Rows>
+  Sums moveTo(std::ptrdiff_t y, const Rows& rows) {
+    Sums sums;
+    std::ptrdiff_t wanted = y - W::kCentre;
+    for (const float*& line : sums.rows) {
+      line = rows.isZero(wanted) ? kZeros : sumsOf(rows.place(wanted), rows);
+      ++wanted;
+    }
+    return sums;
   }
 
  private:
@@ -146,10 +167,15 @@ class SmallWindow {
     float* sums = sums_[slot];
     if (held_[slot] == y) return sums;
     held_[slot] = y;
-    float products[3][kStrip + 2 * W::kCentre];
-    rows.read(y, first_ - W::kCentre, first_ + count_ + W::kCentre, {products[0], products[1], products[2]});
+    // Vectors of products begin with the first column that is read: beside the strip, unless that is the image's
+    // edge.
+    constexpr std::ptrdiff_t kMargin = kAlignment / sizeof(float);
+    alignas(kAlignment) float products[3][kStrip + 2 * kMargin];
+    std::array<float*, 3> lines;
+    for (std::size_t i = 0; i < 3; ++i) lines[i] = products[i] + (first_ == 0 ? kMargin - W::kCentre : 0);
+    rows.read(y, first_ - W::kCentre, first_ + count_ + W::kCentre, lines);
     for (int plane = 0; plane < 3; ++plane) {
-      const float* src = products[plane];
+      const float* src = lines[static_cast<std::size_t>(plane)];
       forVectors<float>(0, count_, [&](auto d, std::ptrdiff_t x) {
         hn::StoreU(ascendingSum<W::kCount>([&](int i) { return hn::LoadU(d, src + x + i); }), d,
                    sums + plane * kStrip + x);
@@ -161,28 +187,30 @@ class SmallWindow {
   std::ptrdiff_t first_ = 0;
   std::ptrdiff_t count_ = 0;
   std::ptrdiff_t held_[W::kCount];
-  const float* rows_[W::kCount];
-  float sums_[W::kCount][3 * kStrip];
+  alignas(kAlignment) float sums_[W::kCount][3 * kStrip];
 };
 
-// A window of any side, at a cost that grows with the logarithm of the side: sums of 4, 16, 64... neighbours are
-// built from four sums of a quarter as many, and a window is made of as many sums of each power as the digits of
-// its side to the base of four tell. Both along the rows and down the columns; of the rows of each power a ring is
-// kept.
+// A window of any side, at a cost that grows with the logarithm of the side: sums of 3, 9, 27... neighbours are
+// built from three sums of a third as many, and a window is made of as many sums of each power as the digits of its
+// side to the base of three tell. Both along the rows and down the columns; of the rows of each power a ring is
+// kept. The largest power goes at least twice into the side, as one that goes once costs more than it saves, so
+// that the first digit may be up to 5.
 class LadderWindow {
  public:
-  // `memoryBytes` are at least those of `bytes`. Where there are more, strips are wider.
-  LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory, std::int64_t memoryBytes)
+  // `memory` has as many bytes as `bytes` tells.
+  LadderWindow(WindowSpan span, std::ptrdiff_t width, std::uint8_t* memory)
       : span_(span),
         top_(topOf(span.side())),
-        strip_(widestStrip(span, width, memoryBytes)),
-        stride_(toVectors(strip_)) {
+        strip_(stripOf(span.side(), width)),
+        stride_(toVectors(strip_)),
+        line_(lineElements(span, strip_)) {
     auto* at = reinterpret_cast<float*>(alignedUp(memory, kAlignment));
-    const std::ptrdiff_t wide = lineElements(span, strip_);
     for (float*& plane : products_) {
-      plane = at;
-      at += wide;
+      plane = at + toVectors(span.margin()) - span.margin();
+      at += line_;
     }
+    lines_ = at;
+    at += top_ * line_;
     sums_ = at;
     at += 3 * stride_;
     for (int k = 0; k <= top_; ++k) {
@@ -193,7 +221,10 @@ class LadderWindow {
 
   // Bytes of memory for a region of this width.
   static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
-    return bytesOfStrip(span, narrowStrip(span.side(), width));
+    const std::ptrdiff_t strip = stripOf(span.side(), width);
+    const std::ptrdiff_t rows = 1 + span.side() + topOf(span.side());
+    return kAlignment + std::int64_t{4} * ((3 + topOf(span.side())) * lineElements(span, strip)) +
+           std::int64_t{12} * (rows * toVectors(strip));
   }
 
   std::ptrdiff_t strip() const { return strip_; }
@@ -204,85 +235,96 @@ class LadderWindow {
     entered_ = true;
   }
 
+  struct Sums {
+    const float* first;
+    std::ptrdiff_t stride;
+
+    template <class D>
+    HWY_INLINE hn::VFromD<D> at(D d, int plane, std::ptrdiff_t x) const {
+      return hn::LoadU(d, first + plane * stride + x);
+    }
+  };
+
   template <class Rows>
-  void moveTo(std::ptrdiff_t y, const Rows& rows) {
+  Sums moveTo(std::ptrdiff_t y, const Rows& rows) {
     if (entered_) begin_ = next_ = y - span_.before;
     entered_ = false;
     for (; next_ <= y + span_.behind; ++next_) feed(next_, rows);
-    std::ptrdiff_t start = y - span_.before;
-    for (int k = top_; k >= 0; --k) {
-      const float* part[3];
-      for (int i = 0; i < digit(k); ++i, start += power(k)) part[i] = ringRow(k, start);
-      addParts(part, digit(k), k < top_, 3 * stride_, sums_);
-    }
-  }
-
-  template <class D>
-  hn::VFromD<D> sum(D d, int plane, std::ptrdiff_t x) const {
-    return hn::LoadU(d, sums_ + plane * stride_ + x);
+    addWindow([&](int k, std::ptrdiff_t start) { return ringRow(k, y - span_.before + start); }, 3 * stride_,
+              sums_);
+    return {sums_, stride_};
   }
 
  private:
-  // A side has at most 31 bits, which are 16 digits of at most 3.
-  static constexpr int kMostPowers = 16;
+  // Twice the 18th power is the last that is below 2^31.
+  static constexpr int kMostPowers = 19;
+  // A pass adds the sums of two powers, so that one pass makes the sides up to 17.
+  static constexpr int kMostParts = 7;
   static constexpr hn::ScalableTag<float> kVector{};
   static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kVector);
-  // Rows begin at whole vectors and have room for them.
-  static constexpr std::ptrdiff_t kAlignment = 32;
   static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
-  // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh.
-  static std::ptrdiff_t narrowStrip(std::ptrdiff_t side, std::ptrdiff_t width) {
-    return std::min(width, std::max<std::ptrdiff_t>(256, 4 * side));
+  // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh, and so narrow
+  // that much of the rings stays in the first cache.
+  static std::ptrdiff_t stripOf(std::ptrdiff_t side, std::ptrdiff_t width) {
+    return std::min(width, std::max<std::ptrdiff_t>(384, 4 * side));
   }
-  // The rings of the widest strip still fit into the second cache up to sides of about 40.
-  static std::ptrdiff_t widestStrip(WindowSpan span, std::ptrdiff_t width, std::int64_t memoryBytes) {
-    const std::ptrdiff_t wide = std::min(width, 2 * kStretch - 16);
-    const std::ptrdiff_t narrow = narrowStrip(span.side(), width);
-    return wide > narrow && bytesOfStrip(span, wide) <= memoryBytes ? wide : narrow;
-  }
-  static std::int64_t bytesOfStrip(WindowSpan span, std::ptrdiff_t strip) {
-    const std::ptrdiff_t rows = 1 + span.side() + topOf(span.side());
-    return kAlignment + std::int64_t{12} * (lineElements(span, strip) + rows * toVectors(strip));
-  }
-  // A row of products, and a vector that a sum of whole vectors may reach beyond it.
+  // A row of products, where the strip's first column begins a vector, and a vector that a sum of whole vectors may
+  // reach beyond it.
   static std::ptrdiff_t lineElements(WindowSpan span, std::ptrdiff_t strip) {
-    return toVectors(strip + 2 * span.margin()) + 8;
+    return toVectors(span.margin()) + toVectors(strip + span.margin()) + 8;
+  }
+  static constexpr std::ptrdiff_t power(int k) {
+    std::ptrdiff_t result = 1;
+    for (; k > 0; --k) result *= 3;
+    return result;
   }
   static int topOf(std::ptrdiff_t side) {
-    return (static_cast<int>(std::bit_width(static_cast<std::size_t>(side))) - 1) / 2;
+    int k = 0;
+    while (2 * power(k + 1) <= side) ++k;
+    return k;
   }
-  static std::ptrdiff_t power(int k) { return std::ptrdiff_t{1} << 2 * k; }
-  int digit(int k) const { return static_cast<int>(span_.side() >> 2 * k & 3); }
+  int digit(int k) const {
+    const std::ptrdiff_t times = span_.side() / power(k);
+    return static_cast<int>(k < top_ ? times % 3 : times);
+  }
 
-  // Sums of 4^k rows are needed until they are the first quarter of a larger sum, 3 * 4^k rows later, or part of a
+  // Sums of 3^k rows are needed until they are the first third of a larger sum, 2 * 3^k rows later, or part of a
   // window. All rings together have as many rows as the window, and one more for each power but the largest.
-  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 3 * power(k) + 1 : span_.side() - power(k) + 1; }
+  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 2 * power(k) + 1 : span_.side() - power(k) + 1; }
   float* ringRow(int k, std::ptrdiff_t y) const { return rings_[k] + (y - begin_) % ringRows(k) * 3 * stride_; }
 
-  // The sum of four rows, in whole vectors. It may take the place of the first row.
-  static void addFour(const float* r0, const float* r1, const float* r2, const float* r3, std::ptrdiff_t n,
-                      float* sums) {
+  // Adds up the parts, and what `sums` holds already where they go onto it, in whole vectors.
+  template <int kParts = 1>
+  static void addParts(const float* const* parts, int count, bool onto, std::ptrdiff_t n, float* sums) {
+    if constexpr (kParts < kMostParts) {
+      if (count > kParts) return addParts<kParts + 1>(parts, count, onto, n, sums);
+    }
+    const float* r[kParts];
+    std::copy_n(parts, kParts, r);
     for (std::ptrdiff_t x = 0; x < n; x += kLanes) {
-      const auto early = hn::Add(hn::LoadU(kVector, r0 + x), hn::LoadU(kVector, r1 + x));
-      const auto late = hn::Add(hn::LoadU(kVector, r2 + x), hn::LoadU(kVector, r3 + x));
-      hn::StoreU(hn::Add(early, late), kVector, sums + x);
+      auto sum = hn::LoadU(kVector, r[0] + x);
+      if (onto) sum = hn::Add(hn::LoadU(kVector, sums + x), sum);
+      for (int i = 1; i < kParts; ++i) sum = hn::Add(sum, hn::LoadU(kVector, r[i] + x));
+      hn::StoreU(sum, kVector, sums + x);
     }
   }
 
-  // Writes the sum of the parts, or adds it to `sums`, in whole vectors.
-  template <int kParts>
-  static void addParts(const float* const* part, bool onto, std::ptrdiff_t n, float* sums) {
-    const float* r[kParts];
-    std::copy_n(part, kParts, r);
-    for (std::ptrdiff_t x = 0; x < n; x += kLanes) {
-      const auto sum = ascendingSum<kParts>([&](int i) { return hn::LoadU(kVector, r[i] + x); });
-      hn::StoreU(onto ? hn::Add(hn::LoadU(kVector, sums + x), sum) : sum, kVector, sums + x);
+  // Adds up the sums that make a window, the largest first: part(k, start) is the sum of 3^k neighbours that begin
+  // `start` after the window does.
+  template <class Part>
+  void addWindow(const Part& part, std::ptrdiff_t n, float* sums) const {
+    const float* parts[kMostParts];
+    int count = 0;
+    bool onto = false;
+    std::ptrdiff_t start = 0;
+    for (int k = top_; k >= 0; --k) {
+      for (int i = 0; i < digit(k); ++i, start += power(k)) parts[count++] = part(k, start);
+      const bool room = count <= kMostParts - 2;
+      if (count == 0 || (room && k > 0)) continue;
+      addParts(parts, count, onto, n, sums);
+      onto = true;
+      count = 0;
     }
-  }
-  static void addParts(const float* const* part, int parts, bool onto, std::ptrdiff_t n, float* sums) {
-    if (parts == 1) addParts<1>(part, onto, n, sums);
-    if (parts == 2) addParts<2>(part, onto, n, sums);
-    if (parts == 3) addParts<3>(part, onto, n, sums);
   }
 
   template <class Rows>
@@ -299,32 +341,34 @@ class LadderWindow {
     for (int k = 0; k < top_; ++k) {
       const std::ptrdiff_t first = y - power(k + 1) + 1;
       if (first < begin_) return;
-      const auto quarter = [&](int i) { return ringRow(k, first + i * power(k)); };
-      addFour(quarter(0), quarter(1), quarter(2), quarter(3), 3 * stride_, ringRow(k + 1, first));
+      const std::ptrdiff_t p = power(k);
+      const float* const thirds[] = {ringRow(k, first), ringRow(k, first + p), ringRow(k, first + 2 * p)};
+      addParts(thirds, 3, false, 3 * stride_, ringRow(k + 1, first));
     }
   }
 
-  // Turns `line` into sums of its neighbours, power by power, and adds up those that make the window. The smallest
-  // power comes last in the window's columns and first in the sum. `line` has room for whole vectors at its end.
-  void sumAlong(float* line, float* sums) const {
-    std::ptrdiff_t start = span_.side();
-    bool onto = false;
-    for (int k = 0;; ++k) {
+  // Sums of each power of neighbours, and of them the sums of the windows. Lines have room for whole vectors at
+  // their ends.
+  void sumAlong(const float* line, float* sums) const {
+    const auto neighbours = [&](int k) { return k == 0 ? line : lines_ + (k - 1) * line_; };
+    std::ptrdiff_t n = count_ + span_.side() - 1;
+    for (int k = 0; k < top_; ++k) {
       const std::ptrdiff_t p = power(k);
-      start -= digit(k) * p;
-      const float* const part[] = {line + start, line + start + p, line + start + 2 * p};
-      addParts(part, digit(k), onto, count_, sums);
-      onto = onto || digit(k) != 0;
-      if (k == top_) return;
-      addFour(line, line + p, line + 2 * p, line + 3 * p, count_ + span_.side() - 4 * p, line);
+      const float* from = neighbours(k);
+      const float* const thirds[] = {from, from + p, from + 2 * p};
+      n -= 2 * p;
+      addParts(thirds, 3, false, n, lines_ + k * line_);
     }
+    addWindow([&](int k, std::ptrdiff_t start) { return neighbours(k) + start; }, count_, sums);
   }
 
   WindowSpan span_;
   int top_;
   std::ptrdiff_t strip_;
   std::ptrdiff_t stride_;
+  std::ptrdiff_t line_;
   std::array<float*, 3> products_{};
+  float* lines_ = nullptr;
   float* rings_[kMostPowers];
   float* sums_ = nullptr;
   std::ptrdiff_t first_ = 0;
@@ -338,13 +382,14 @@ class LadderWindow {
 // Calls finish(d, y, x, a, b, c) for all pixels of the slice's rows, in groups of lanes.
 template <class Window, class Rows, class Finish>
 void forTensors(Window& window, const Rows& rows, std::ptrdiff_t width, Slice slice, const Finish& finish) {
+  const Finish put = finish;  // A copy that nothing else can see stays in registers.
   for (std::ptrdiff_t x0 = 0; x0 < width; x0 += window.strip()) {
     const std::ptrdiff_t n = std::min(window.strip(), width - x0);
     window.enterStrip(x0, n);
     for (std::ptrdiff_t y : slice) {
-      window.moveTo(y, rows);
+      const auto sums = window.moveTo(y, rows);
       forVectors<float>(0, n, [&](auto d, std::ptrdiff_t x) {
-        finish(d, y, x0 + x, window.sum(d, 0, x), window.sum(d, 1, x), window.sum(d, 2, x));
+        put(d, y, x0 + x, sums.at(d, 0, x), sums.at(d, 1, x), sums.at(d, 2, x));
       });
     }
   }

@@ -42,11 +42,11 @@ using NoSmooth = Weights<0, 1, 0>;
 template <class Src>
 using DerivativeOf = std::conditional_t<std::is_same_v<Src, std::uint8_t>, std::int16_t, float>;
 
-// Both derivatives of the columns first to last - 1 of row y, which may lie anywhere on the endless image. A null
-// destination is not computed.
-template <class Kernel, class Src>
-void derivativeRow(const ExtendedImage<Src, 1>& image, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last,
-                   DerivativeOf<Src>* dx, DerivativeOf<Src>* dy) {
+// Calls store(d, x, vx, vy) with vectors of the derivatives of the columns first to last - 1 of row y, which may
+// lie anywhere on the endless image. Column first + x is the first of a vector; dx or dy is zero unless asked for.
+template <class Kernel, bool kX, bool kY, class Src, class Store>
+void forDerivatives(const ExtendedImage<Src, 1>& image, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last,
+                    const Store& store) {
   using Dst = DerivativeOf<Src>;
   constexpr int kCount = Kernel::Smooth::kCount;
   constexpr std::ptrdiff_t kRadius = Kernel::kRadius;
@@ -62,15 +62,30 @@ void derivativeRow(const ExtendedImage<Src, 1>& image, std::ptrdiff_t y, std::pt
       rows[i] = image.findRow(y + i - kRadius, x0 - kRadius, x0 + n + kRadius, copies[i]);
     forVectors<Dst>(0, n + 2 * kRadius, [&](auto d, std::ptrdiff_t x) {
       const auto load = [&](int i) { return loadAs(d, rows[i] + x); };
-      if (dx != nullptr) hn::StoreU(weightedSum<typename Kernel::Smooth>(d, load), d, smooth + x);
-      if (dy != nullptr) hn::StoreU(weightedSum<typename Kernel::Y>(d, load), d, difference + x);
+      if constexpr (kX) hn::StoreU(weightedSum<typename Kernel::Smooth>(d, load), d, smooth + x);
+      if constexpr (kY) hn::StoreU(weightedSum<typename Kernel::Y>(d, load), d, difference + x);
     });
     forVectors<Dst>(0, n, [&](auto d, std::ptrdiff_t x) {
       const auto along = [&](const Dst* line) { return [=](int i) { return hn::LoadU(d, line + x + i); }; };
-      if (dx != nullptr) hn::StoreU(weightedSum<typename Kernel::X>(d, along(smooth)), d, dx + (x0 - first) + x);
-      if (dy != nullptr)
-        hn::StoreU(weightedSum<typename Kernel::Smooth>(d, along(difference)), d, dy + (x0 - first) + x);
+      auto vx = hn::Zero(d), vy = hn::Zero(d);
+      if constexpr (kX) vx = weightedSum<typename Kernel::X>(d, along(smooth));
+      if constexpr (kY) vy = weightedSum<typename Kernel::Smooth>(d, along(difference));
+      store(d, x0 - first + x, vx, vy);
     });
+  });
+}
+
+// Both derivatives of such columns. A null destination is not computed.
+template <class Kernel, class Src>
+void derivativeRow(const ExtendedImage<Src, 1>& image, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last,
+                   DerivativeOf<Src>* dx, DerivativeOf<Src>* dy) {
+  const auto storeX = [=](auto d, std::ptrdiff_t x, auto vx, auto) { hn::StoreU(vx, d, dx + x); };
+  const auto storeY = [=](auto d, std::ptrdiff_t x, auto, auto vy) { hn::StoreU(vy, d, dy + x); };
+  if (dy == nullptr) return forDerivatives<Kernel, true, false>(image, y, first, last, storeX);
+  if (dx == nullptr) return forDerivatives<Kernel, false, true>(image, y, first, last, storeY);
+  forDerivatives<Kernel, true, true>(image, y, first, last, [=](auto d, std::ptrdiff_t x, auto vx, auto vy) {
+    storeX(d, x, vx, vy);
+    storeY(d, x, vx, vy);
   });
 }
 

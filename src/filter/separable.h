@@ -25,7 +25,7 @@ struct Weights {
 
 // Elements of a row in the arithmetic of the filter: as they are, or bytes as 16-bit integers.
 template <class D, class T>
-hn::VFromD<D> loadAs(D d, const T* src) {
+HWY_INLINE hn::VFromD<D> loadAs(D d, const T* src) {
   if constexpr (std::is_same_v<hn::TFromD<D>, T>) {
     return hn::LoadU(d, src);
   } else {
@@ -34,7 +34,7 @@ hn::VFromD<D> loadAs(D d, const T* src) {
 }
 
 template <int kWeight, class D>
-hn::VFromD<D> weighted(D d, hn::VFromD<D> v) {
+HWY_INLINE hn::VFromD<D> weighted(D d, hn::VFromD<D> v) {
   if constexpr (kWeight == 1) return v;
   if constexpr (kWeight == 2) return hn::Add(v, v);
   return hn::Mul(v, hn::Set(d, static_cast<hn::TFromD<D>>(kWeight)));
@@ -44,7 +44,7 @@ hn::VFromD<D> weighted(D d, hn::VFromD<D> v) {
 // pair of rows of the same weight. For five rows that is (r2 w2 + (r1 + r3) w1) + (r0 + r4) w0; in the
 // antisymmetric case (r3 - r1) w3 + (r4 - r0) w4.
 template <class W, class D, class Load>
-hn::VFromD<D> weightedSum(D d, const Load& load) {
+HWY_INLINE hn::VFromD<D> weightedSum(D d, const Load& load) {
   constexpr int kCentre = W::kCentre;
   const auto pair = [&](auto distance) {
     constexpr int kDistance = distance();
@@ -75,7 +75,7 @@ hn::VFromD<D> weightedSum(D d, const Load& load) {
 
 // The plain sum of kCount rows in ascending order.
 template <int kCount, class Load>
-auto ascendingSum(const Load& load) {
+HWY_INLINE auto ascendingSum(const Load& load) {
   auto sum = load(0);
   for (int i = 1; i < kCount; ++i) sum = hn::Add(sum, load(i));
   return sum;

@@ -24,11 +24,21 @@ std::ptrdiff_t elementsToVector(const T* dst, std::ptrdiff_t lanes) {
   return misplaced == 0 ? 0 : lanes - misplaced;
 }
 
+// Bytes of a line of the caches.
+inline constexpr std::size_t kLineBytes = 64;
+
+// Asks for the line that holds the byte `bytes` after `at`, which may lie behind the image.
+inline void prefetch(const void* at, std::uintptr_t bytes) {
+  // No pointer to there may be formed by addition, but an address there is no fault for a prefetch.
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it.
+  hwy::Prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(at) + bytes));
+}
+
 // Calls body(d, x) for the elements first to last - 1: with whole vectors of T as long as they fit, then with four
 // lanes, then with one. The tag d tells how many, so that one body serves a row to its very end and touches nothing
 // behind it.
 template <class T, class Body>
-void forVectors(std::ptrdiff_t first, std::ptrdiff_t last, const Body& body) {
+HWY_INLINE void forVectors(std::ptrdiff_t first, std::ptrdiff_t last, const Body& body) {
   const auto whole = [&](auto d) {
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     for (; first + lanes <= last; first += lanes) body(d, first);

@@ -165,6 +165,18 @@ struct WideFloats {
   hn::Vec<Tag> upper;
 };
 
+inline WideFloats widened(Pixels<float> v) {
+  const WideFloats::Tag d;
+  const PixelTag<float> df;
+  return {hn::PromoteTo(d, hn::LowerHalf(v)), hn::PromoteTo(d, hn::UpperHalf(hn::Half<decltype(df)>(), v))};
+}
+// Floats from memory need not be moved from the upper half to the lower one.
+inline WideFloats widened(const float* pixels) {
+  const WideFloats::Tag d;
+  const hn::Rebind<float, WideFloats::Tag> df;
+  return {hn::PromoteTo(d, hn::LoadU(df, pixels)), hn::PromoteTo(d, hn::LoadU(df, pixels + hn::MaxLanes(df)))};
+}
+
 // A measure of floats, which takes one vector of a group after the other.
 template <NormKind kNorm>
 class Measure<kNorm, float> {
@@ -211,15 +223,9 @@ template <class V>
 V term(V a, V b) {
   return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
 }
-inline WideFloats term(Pixels<float> a) {
-  const WideFloats::Tag d;
-  const PixelTag<float> df;
-  return {hn::PromoteTo(d, hn::LowerHalf(a)), hn::PromoteTo(d, hn::UpperHalf(hn::Half<decltype(df)>(), a))};
-}
-inline WideFloats term(Pixels<float> a, Pixels<float> b) {
-  const WideFloats wideA = term(a);
-  const WideFloats wideB = term(b);
-  return {hn::Sub(wideA.lower, wideB.lower), hn::Sub(wideA.upper, wideB.upper)};
+inline WideFloats term(WideFloats a) { return a; }
+inline WideFloats term(WideFloats a, WideFloats b) {
+  return {hn::Sub(a.lower, b.lower), hn::Sub(a.upper, b.upper)};
 }
 
 }  // namespace rvp::n8

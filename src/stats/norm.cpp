@@ -16,6 +16,7 @@
 #include <type_traits>
 
 #include "frame/checks.h"
+#include "frame/placed_bytes.h"
 #include "frame/simd.h"
 #include "frame/team.h"
 #include "frame/vector.h"
@@ -40,7 +41,13 @@ struct Source {
 template <class T, int kChannels>
 struct ChannelReader {
   explicit ChannelReader(int) {}
-  Pixels<T> read(const T* pixel) const { return hn::LoadU(PixelTag<T>(), pixel); }
+  auto read(const T* pixel) const {
+    if constexpr (std::is_same_v<T, float>) {
+      return widened(pixel);
+    } else {
+      return hn::LoadU(PixelTag<T>(), pixel);
+    }
+  }
 };
 
 // Three blocks of 16 bytes hold 16 bytes of the channel: each block gives its share, in place, and zeros. Blocks of
@@ -63,12 +70,17 @@ class ChannelReader<T, 3> {
     third_ = hn::LoadDup128(d_, share[2].data());
   }
 
-  Pixels<T> read(const T* pixel) const {
+  auto read(const T* pixel) const {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(pixel);
     const auto picked = hn::Or(hn::Or(hn::TableLookupBytesOr0(blocks(bytes), first_),
                                       hn::TableLookupBytesOr0(blocks(bytes + kBlock), second_)),
                                hn::TableLookupBytesOr0(blocks(bytes + 2 * kBlock), third_));
-    return hn::BitCast(PixelTag<T>(), picked);
+    const Pixels<T> pixels = hn::BitCast(PixelTag<T>(), picked);
+    if constexpr (std::is_same_v<T, float>) {
+      return widened(pixels);
+    } else {
+      return pixels;
+    }
   }
 
  private:
@@ -90,20 +102,55 @@ class ChannelReader<T, 3> {
   Pixels<std::uint8_t> third_;
 };
 
-// Pixels where the mask is not zero, and zeros elsewhere.
+// Which pixels of a vector count: where the mask is not zero. The terms of the others become zeros.
 template <class T>
-Pixels<T> selected(Pixels<T> pixels, const std::uint8_t* mask) {
-  const PixelTag<T> d;
-  const hn::RebindToUnsigned<decltype(d)> du;
-  const hn::Rebind<std::uint8_t, decltype(d)> d8;
-  hn::Vec<decltype(du)> m;
-  if constexpr (sizeof(T) == 1) {
-    m = hn::LoadU(d8, mask);
-  } else {
-    m = hn::PromoteTo(du, hn::LoadU(d8, mask));
+class Selection {
+ public:
+  explicit Selection(const std::uint8_t* mask) {
+    const hn::RebindToUnsigned<decltype(d_)> du;
+    const hn::Rebind<std::uint8_t, decltype(d_)> d8;
+    if constexpr (sizeof(T) == 1) {
+      none_ = hn::Eq(hn::LoadU(d8, mask), hn::Zero(du));
+    } else {
+      none_ = hn::Eq(hn::PromoteTo(du, hn::LoadU(d8, mask)), hn::Zero(du));
+    }
   }
-  return hn::IfThenZeroElse(hn::RebindMask(d, hn::Eq(m, hn::Zero(du))), pixels);
+  Pixels<T> of(Pixels<T> terms) const { return hn::IfThenZeroElse(none_, terms); }
+
+ private:
+  static constexpr PixelTag<T> d_{};
+  hn::Mask<PixelTag<T>> none_;
+};
+
+// Eight times the byte of each pixel, from `first` on.
+constexpr BytePlaces eightfold(std::size_t first) {
+  BytePlaces places{};
+  for (std::size_t i = 0; i < places.size(); ++i) places[i] = static_cast<std::uint8_t>(first + i / 8);
+  return places;
 }
+alignas(32) constexpr BytePlaces kLowerHalf = eightfold(0);
+alignas(32) constexpr BytePlaces kUpperHalf = eightfold(hn::MaxLanes(WideFloats::Tag()));
+
+template <>
+class Selection<float> {
+ public:
+  explicit Selection(const std::uint8_t* mask) : lower_(none(mask, kLowerHalf)), upper_(none(mask, kUpperHalf)) {}
+  WideFloats of(WideFloats terms) const {
+    return {hn::IfThenZeroElse(lower_, terms.lower), hn::IfThenZeroElse(upper_, terms.upper)};
+  }
+
+ private:
+  using Mask = hn::Mask<WideFloats::Tag>;
+  static Mask none(const std::uint8_t* mask, const BytePlaces& places) {
+    const PixelTag<std::uint8_t> d8;
+    const WideFloats::Tag d;
+    const auto noByte = hn::Eq(placedBytes(mask, places), hn::Zero(d8));
+    return hn::MaskFromVec(hn::BitCast(d, hn::VecFromMask(d8, noByte)));
+  }
+
+  Mask lower_;
+  Mask upper_;
+};
 
 enum class Form { norm, difference, relative };
 
@@ -138,14 +185,15 @@ class RowMeasure {
   void addGroup(const T* src1, const T* src2, const std::uint8_t* mask) {
     constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(PixelTag<T>()));
     for (std::size_t i = 0; i < kGroupVectors<T>; ++i, src1 += kChannels * kLanes, mask += kLanes) {
-      const Pixels<T> a = selected<T>(reader_.read(src1), mask);
+      const Selection<T> selection(mask);
+      const auto a = reader_.read(src1);
       if constexpr (kForm == Form::norm) {
-        value_.add(i, term(a));
+        value_.add(i, selection.of(term(a)));
       } else {
-        const Pixels<T> b = selected<T>(reader_.read(src2), mask);
+        const auto b = reader_.read(src2);
         src2 += kChannels * kLanes;
-        value_.add(i, term(a, b));
-        if constexpr (kForm == Form::relative) divisor_.add(i, term(b));
+        value_.add(i, selection.of(term(a, b)));
+        if constexpr (kForm == Form::relative) divisor_.add(i, selection.of(term(b)));
       }
     }
   }
