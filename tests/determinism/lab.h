@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -12,7 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "rvpcv.h"
@@ -20,26 +18,25 @@
 
 namespace determinism {
 
-enum class Layout {
-  image,        // Row after row, the first pixel at a boundary of 64 bytes.
-  shifted,      // The same, one element behind the boundary.
-  view,         // A part of a larger image, at a boundary.
-  shiftedView,  // The same, one element behind it.
-  pageBefore,   // Every row, and every block, begins behind a page that cannot be read,
-  pageBehind    // or ends before one.
+struct Layout {
+  const char* name;
+  test::Placing placing;
 };
-inline constexpr std::array kLayouts = {std::pair{Layout::image, "image"},
-                                        std::pair{Layout::shifted, "shifted image"},
-                                        std::pair{Layout::view, "view"},
-                                        std::pair{Layout::shiftedView, "shifted view"},
-                                        std::pair{Layout::pageBefore, "page before"},
-                                        std::pair{Layout::pageBehind, "page behind"}};
+inline constexpr Layout kLayouts[] = {
+    {"image", {0, 0}},
+    {"shifted image", {0, 1}},
+    {"view", {40, 0}},
+    {"shifted view", {40, 1}},
+    {"page before", {0, 0, test::Cliff::before}},
+    {"page behind", {0, 0, test::Cliff::behind}},
+};
+inline constexpr const Layout& kShifted = kLayouts[1];
 
 struct Setting {
   void* library;
   const char* variant;
   int threads;
-  std::pair<Layout, const char*> layout;
+  const Layout* layout;
 };
 
 template <class T>
@@ -97,8 +94,8 @@ class Lab {
 
   // Scratch and state blocks: at any address, and full of what was there before.
   std::uint8_t* block(int bytes) {
-    const int before = setting_.threads * 37 + static_cast<int>(setting_.layout.first);
-    return place(bytes, 1, static_cast<std::uint8_t>(before)).data;
+    const auto before = static_cast<std::uint8_t>(setting_.threads * 37 + setting_.layout->placing.gap);
+    return place(bytes, 1, before).data;
   }
 
   // Gives back all images and blocks: the system has only so many pages to protect.
@@ -146,21 +143,10 @@ class Lab {
 
   template <class T>
   Image<T> place(int columns, int rows, T value = {}) {
-    const Layout layout = setting_.layout.first;
-    if (layout == Layout::pageBefore || layout == Layout::pageBehind)
-      return hold<T>(std::make_shared<test::OnCliff<T>>(
-          test::Plane<T>(columns, rows, value),
-          layout == Layout::pageBefore ? test::Cliff::before : test::Cliff::behind));
-    const bool isView = layout == Layout::view || layout == Layout::shiftedView;
-    const bool isShifted = layout == Layout::shifted || layout == Layout::shiftedView;
-    return hold<T>(std::make_shared<test::Guarded<T>>(test::Plane<T>(columns, rows, value),
-                                                      test::Placing{isView ? 40 : 0, isShifted ? 1 : 0}));
-  }
-
-  template <class T, class Memory>
-  Image<T> hold(const std::shared_ptr<Memory>& memory) {
+    const auto memory =
+        std::make_shared<test::Guarded<T>>(test::Plane<T>(columns, rows, value), setting_.layout->placing);
     memory_.push_back(memory);
-    return {memory->data(), memory->step(), memory->size().width, memory->size().height};
+    return {memory->data(), memory->step(), columns, rows};
   }
 
   template <class T>
