@@ -129,9 +129,20 @@ class Lab {
 
  private:
   static int level(int y, int x, int channel) {
+    // Worked out once: it would take longer than the operations do.
+    static const auto levels = [] {
+      std::vector<std::uint8_t> all;
+      for (int i = 0; i < kRows * kColumns * kChannels; ++i)
+        all.push_back(newLevel(i / kChannels / kColumns, i / kChannels % kColumns, i % kChannels));
+      return all;
+    }();
+    return levels[static_cast<std::size_t>((y * kColumns + x) * kChannels + channel)];
+  }
+  static std::uint8_t newLevel(int y, int x, int channel) {
     const auto noise = static_cast<unsigned>((y * 7919 + x) * 31 + channel) * 2654435761U >> 28U;
     const int slope = (x * 2 + y + channel * 50) % 256;
-    return (x / 41 + y / 29) % 3 * 60 + (slope < 128 ? slope : 255 - slope) / 2 + static_cast<int>(noise);
+    return static_cast<std::uint8_t>((x / 41 + y / 29) % 3 * 60 + (slope < 128 ? slope : 255 - slope) / 2 +
+                                     static_cast<int>(noise));
   }
 
   template <class T>
@@ -160,6 +171,11 @@ class Lab {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(values);
     kept.insert(kept.end(), bytes, bytes + sizeof(T) * static_cast<std::size_t>(count));
   }
+
+  // Enough for the shifted pictures and for the rows that filters need beyond an image.
+  static constexpr int kRows = kSize.height + 16;
+  static constexpr int kColumns = kSize.width + 32;
+  static constexpr int kChannels = 4;
 
   Setting setting_;
   std::vector<std::shared_ptr<void>> memory_;
