@@ -5,9 +5,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
   fuzz::Input input(bytes, count);
   const bool tilted = input.flag();
   const RvpiSize size = input.size();
-  // A tilted rectangle begins at least its height to the right of the first column.
+  // No corner of a tilted rectangle lies to the left of the first column.
   RvpiRect rect = {input.between(0, 6), input.between(0, 6), input.between(1, 9), input.between(1, 9)};
-  if (tilted) rect.x += rect.height;
+  if (tilted) rect.x += rect.y + rect.height;
   const int scale = input.between(-10, 10);
   const Shape shape = input.shape();
   switch (input.between(0, 2)) {
