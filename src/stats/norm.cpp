@@ -107,8 +107,8 @@ template <class T>
 class Selection {
  public:
   explicit Selection(const std::uint8_t* mask) {
-    const hn::RebindToUnsigned<decltype(d_)> du;
-    const hn::Rebind<std::uint8_t, decltype(d_)> d8;
+    const hn::RebindToUnsigned<Tag> du;
+    const hn::Rebind<std::uint8_t, Tag> d8;
     if constexpr (sizeof(T) == 1) {
       none_ = hn::Eq(hn::LoadU(d8, mask), hn::Zero(du));
     } else {
@@ -118,8 +118,8 @@ class Selection {
   Pixels<T> of(Pixels<T> terms) const { return hn::IfThenZeroElse(none_, terms); }
 
  private:
-  static constexpr PixelTag<T> d_{};
-  hn::Mask<PixelTag<T>> none_;
+  using Tag = PixelTag<T>;
+  hn::Mask<Tag> none_;
 };
 
 // Eight times the byte of each pixel, from `first` on.

@@ -28,7 +28,10 @@ Plane<float> expectedField(const Mask& mask, float radius) {
   constexpr float kNever = std::numeric_limits<float>::infinity();
   const auto isInside = [&](int y, int x) { return mask.holds(y, x) && mask.at(y, x) != 0; };
   Plane<float> times(mask.width, mask.height, kNever);
-  const auto timeAt = [&](int y, int x) { return times.holds(y, x) ? times.at(y, x) : kNever; };
+  const auto timeAt = [&](int y, int x) -> float {
+    if (!times.holds(y, x)) return kNever;
+    return times.at(y, x);
+  };
   forElements(mask, [&](int y, int x) {
     const bool touches = isInside(y - 1, x) || isInside(y + 1, x) || isInside(y, x - 1) || isInside(y, x + 1);
     if (!isInside(y, x) && (touches || radius == 0)) times.at(y, x) = 0;
