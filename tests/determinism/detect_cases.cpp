@@ -98,7 +98,7 @@ void* stage(Lab& lab, bool isMixed) {
   int bytes = 0;
   lab.call("rvpiHaarClassifierGetSize", RvpDataType{std::is_same_v<V, float> ? rvp32f : rvp32s}, RvpiSize{24, 24},
            &kCounts[0], kClassifiers, &bytes);
-  void* const block = lab.block(bytes);
+  void* const block = lab.wordBlock(bytes);
   lab.call("rvpiHaarClassifierInit_" + type, block, &kRects[0], &weights[0], &thresholds[0], &below[0], &above[0],
            &kCounts[0], kClassifiers);
   if (isMixed) lab.call("rvpiTiltHaarFeatures_" + type, &tilted[0], 1, block);

@@ -98,6 +98,11 @@ class Lab {
     return place(bytes, 1, before).data;
   }
 
+  // For blocks that are wanted at an address that suits a pointer.
+  std::uint8_t* wordBlock(int bytes) {
+    return reinterpret_cast<std::uint8_t*>(place<std::uint64_t>((bytes + 7) / 8, 1).data);
+  }
+
   // Gives back all images and blocks: the system has only so many pages to protect.
   void release() { memory_.clear(); }
 

@@ -54,7 +54,7 @@ void flowType(Lab& lab, RvpDataType type) {
     int bytes = 0;
     int bufferBytes = 0;
     lab.call("rvpiPyramidGetSize", &bytes, &bufferBytes, kLevels, kSize, 2.0F);
-    lab.call("rvpiPyramidInit", &pyramids[i], kLevels, kSize, lab.block(bytes), lab.block(bufferBytes), 2.0F);
+    lab.call("rvpiPyramidInit", &pyramids[i], kLevels, kSize, lab.wordBlock(bytes), lab.block(bufferBytes), 2.0F);
     for (int level = 0; level <= kLevels; ++level) {
       const RvpiSize size = pyramids[i]->pRoi[level];
       // Waves: a coarser level shows every second pixel.
@@ -77,7 +77,7 @@ void flowType(Lab& lab, RvpDataType type) {
   int bytes = 0;
   void* state = nullptr;
   lab.call("rvpiOpticalFlowPyrLKGetSize", 11, kSize, type, 0, &bytes);
-  lab.call("rvpiOpticalFlowPyrLKInit_" + suffix<T>() + "_C1R", &state, kSize, 11, 0, lab.block(bytes));
+  lab.call("rvpiOpticalFlowPyrLKInit_" + suffix<T>() + "_C1R", &state, kSize, 11, 0, lab.wordBlock(bytes));
   lab.call("rvpiOpticalFlowPyrLK_" + suffix<T>() + "_C1R", pyramids[0], pyramids[1],
            static_cast<const RvpiPoint32f*>(from.data()), to.data(), status.data(), error.data(), kPoints, 11,
            kLevels, 10, 0.01F, state);
