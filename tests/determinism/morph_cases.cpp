@@ -18,7 +18,7 @@ std::vector<std::vector<std::uint8_t>> masks() {
 // Calls every operation of `names`, all of which share a state. Images of one bit have bit offsets, and three or
 // four channels take a pointer to the border's value.
 template <class T>
-void morphType(Lab& lab, const std::string& type, int channels, const std::string& stem, const std::string& sizes,
+void morphType(Lab& lab, const std::string& type, int channels, const std::string& stem,
                const std::vector<std::string>& names) {
   const bool isBits = type == "1u";
   const RvpiSize bytesSize = isBits ? RvpiSize{(kSize.width + 9) / 8, kSize.height} : kSize;
@@ -28,7 +28,7 @@ void morphType(Lab& lab, const std::string& type, int channels, const std::strin
     const auto src = lab.picture<T>(channels, 0, bytesSize);
     int specBytes = 0;
     int bufferBytes = 0;
-    lab.call(stem + sizes + form, kSize, kMaskSize, &specBytes, &bufferBytes);
+    lab.call(stem + "GetSize" + form, kSize, kMaskSize, &specBytes, &bufferBytes);
     auto* const spec = static_cast<void*>(lab.block(specBytes));
     auto* const buffer = lab.block(bufferBytes);
     lab.call(stem + "Init" + form, kSize, mask.data(), kMaskSize, spec, buffer);
@@ -48,22 +48,20 @@ void morphType(Lab& lab, const std::string& type, int channels, const std::strin
   }
 }
 
-void morphAll(Lab& lab, const std::string& stem, const std::string& sizes, const std::vector<std::string>& names) {
-  morphType<std::uint8_t>(lab, "1u", 1, stem, sizes, names);
+void morphAll(Lab& lab, const std::string& stem, const std::vector<std::string>& names) {
+  morphType<std::uint8_t>(lab, "1u", 1, stem, names);
   for (const int channels : {1, 3, 4}) {
-    morphType<std::uint8_t>(lab, "8u", channels, stem, sizes, names);
-    morphType<float>(lab, "32f", channels, stem, sizes, names);
+    morphType<std::uint8_t>(lab, "8u", channels, stem, names);
+    morphType<float>(lab, "32f", channels, stem, names);
   }
-  morphType<std::uint16_t>(lab, "16u", 1, stem, sizes, names);
-  morphType<std::int16_t>(lab, "16s", 1, stem, sizes, names);
+  morphType<std::uint16_t>(lab, "16u", 1, stem, names);
+  morphType<std::int16_t>(lab, "16s", 1, stem, names);
 }
 
-void extrema(Lab& lab) {
-  morphAll(lab, "rvpiMorphologyBorder", "GetSize", {"rvpiErodeBorder", "rvpiDilateBorder"});
-}
+void extrema(Lab& lab) { morphAll(lab, "rvpiMorphologyBorder", {"rvpiErodeBorder", "rvpiDilateBorder"}); }
 
 void compounds(Lab& lab) {
-  morphAll(lab, "rvpiMorphAdv", "GetSize",
+  morphAll(lab, "rvpiMorphAdv",
            {"rvpiMorphOpenBorder", "rvpiMorphCloseBorder", "rvpiMorphTophatBorder", "rvpiMorphBlackhatBorder",
             "rvpiMorphGradientBorder"});
 }

@@ -96,12 +96,12 @@ Image<T> markers(Lab& lab) {
 }
 
 template <class Src, class Marker>
-void watershedType(Lab& lab, const std::string& type, bool hasQueue) {
+void watershedType(Lab& lab, const std::string& type) {
   const auto src = lab.picture<Src>();
   constexpr RvpiSegmentFlags kFlags[] = {rvpSegmentQueue, rvpSegmentDistance,
                                          rvpSegmentDistance | rvpSegmentBoundaries8};
   for (const RvpiSegmentFlags flags : kFlags) {
-    if (flags == rvpSegmentQueue && !hasQueue) continue;
+    if (flags == rvpSegmentQueue && std::is_same_v<Src, float>) continue;
     for (const RvpiWatershedNeighbours kind :
          {rvpWatershed8, rvpWatershed4, rvpWatershedChamfer, rvpWatershedFront}) {
       if (flags == rvpSegmentQueue && kind > rvpWatershed4) continue;
@@ -120,9 +120,9 @@ void watershedType(Lab& lab, const std::string& type, bool hasQueue) {
 }
 
 void watershed(Lab& lab) {
-  watershedType<std::uint8_t, std::uint8_t>(lab, "8u", true);
-  watershedType<std::uint8_t, std::uint16_t>(lab, "8u16u", true);
-  watershedType<float, std::uint16_t>(lab, "32f16u", false);
+  watershedType<std::uint8_t, std::uint8_t>(lab, "8u");
+  watershedType<std::uint8_t, std::uint16_t>(lab, "8u16u");
+  watershedType<float, std::uint16_t>(lab, "32f16u");
 }
 
 template <class T>
