@@ -349,7 +349,7 @@ RVP_API RvpStatus rvpiTiltedRectStdDev_32f_C1R(const float* pSrc, int srcStep, c
  * threshold and norm.
  *
  * **Windows.** At a selected pixel all corners of the stage must lie in the table, also after tilting. Steps are
- * not tested for that. Of the other pixels, those left of a selected one in its row are read too.
+ * not tested for that. Cells of other pixels' windows may be read where the table has them.
  *
  * **Mixed.** The `Mixed` functions take an upright and a tilted table, whose origin is moved by one row and one
  * column, and read for each classifier the one that it belongs to. The plain ones read their only table for all.

@@ -37,7 +37,8 @@ extern "C" {
  *     for (int i = 0; i < height + n - 1; ++i)  // replicated rows, anchor a
  *       ppSrc[i] = rows[min(max(i - a, 0), height - 1)];
  *
- * **Arithmetic.** The same bits on every processor and for every number of threads, alignment and place in the row.
+ * **Arithmetic.** The same bits on every processor and for every number of threads, alignment and place in the row;
+ * only the sign and payload of a NaN are open.
  *
  * | form                                       | sum                                | result              |
  * | ------------------------------------------ | ---------------------------------- | ------------------- |

@@ -6,8 +6,9 @@
 // and a pixel whose stage falls below the stage's threshold is cleared in the mask.
 //
 // Pixels side by side have their corners side by side, so that a vector of pixels costs what one costs. The pixels
-// of a vector need not be selected, but none lies right of the row's last selected one: where that pixel's window
-// is in the table, those of all pixels before it are.
+// of a vector need not be selected, but none lies right of the row's last selected one: a corner of its window is
+// in the table if it is there for that pixel and for one further left. Such a one is the row's first selected pixel
+// or, where no corner lies before its pixel, the row's first.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -125,6 +126,7 @@ template <class T>
 struct PlainTable {
   Image<T> table;
   const Offsets* offsets;
+  bool cornersFollow;  // none lies before its pixel in the table
 
   struct Row {
     const T* cells;
@@ -144,6 +146,7 @@ template <class T>
 struct MixedTables {
   Image<T> upright;
   Image<T> tilted;
+  bool cornersFollow;  // as in PlainTable, in either table
 
   struct Row {
     const T* upright;
@@ -224,12 +227,14 @@ unsigned selection(const std::uint8_t* mask) {
 // Applies the stage to a row of the mask and returns the number of pixels that stay.
 template <class Arithmetic, class Row, class Value>
 int applyRow(const Stage<Value>& stage, const Row& tables, const Value* norm, std::uint8_t* mask,
-             std::ptrdiff_t width) {
+             std::ptrdiff_t width, bool cornersFollow) {
   const std::ptrdiff_t last = lastSelected(mask, width);
+  if (last < 0) return 0;
+  const std::ptrdiff_t leftmost = cornersFollow ? 0 : firstSelected(mask, 0, last);
   int positive = 0;
-  for (std::ptrdiff_t x = 0; x <= last;) {
+  for (std::ptrdiff_t x = leftmost; x <= last;) {
     x = firstSelected(mask, x, last);
-    if (last + 1 < kLanes) {
+    if (last + 1 - leftmost < kLanes) {
       if (failures<Arithmetic, true>(stage, tables, norm, x) != 0) {
         mask[x] = 0;
       } else {
@@ -255,8 +260,8 @@ void apply(const Stage<typename Arithmetic::Value>& stage, const Tables& tables,
            int* pPositive) {
   std::uint32_t positive = 0;
   for (std::ptrdiff_t y = 0; y < roiSize.height; ++y) {
-    positive += static_cast<std::uint32_t>(
-        applyRow<Arithmetic>(stage, tables.at(y), norm.at(y), row(pMask, maskStep, y), roiSize.width));
+    positive += static_cast<std::uint32_t>(applyRow<Arithmetic>(
+        stage, tables.at(y), norm.at(y), row(pMask, maskStep, y), roiSize.width, tables.cornersFollow));
   }
   *pPositive = static_cast<int>(positive);
 }
@@ -300,21 +305,32 @@ RvpStatus applyPlain(Image<T> table, const Call<Value>& call) {
   auto* offsets = static_cast<Offsets*>(header.pScratch);
   const int step = table.step / static_cast<int>(sizeof(T));
   const HaarFeature<Value>* features = stage.count > 0 ? stage.classifiers->pFeatures : nullptr;
+  bool cornersFollow = true;
   for (std::ptrdiff_t i = 0; i < header.featureCount; ++i) {
     for (std::size_t k = 0; k < 4; ++k) {
       const RvpiPoint corner = features[i].corners[k];
       offsets[i][k] = wrappedSum(wrappedProduct(corner.y, step), corner.x);
+      cornersFollow = cornersFollow && offsets[i][k] >= 0;
     }
   }
-  apply<Arithmetic>(stage, PlainTable<T>{table, offsets}, call.norm, call.pMask, call.maskStep, call.roiSize,
-                    call.pPositive);
+  apply<Arithmetic>(stage, PlainTable<T>{table, offsets, cornersFollow}, call.norm, call.pMask, call.maskStep,
+                    call.roiSize, call.pPositive);
   return rvpStatusOk;
 }
 
 template <class Arithmetic, class T, class Value = typename Arithmetic::Value>
 RvpStatus applyMixed(Image<T> upright, Image<T> tilted, const Call<Value>& call) {
   if (RvpStatus fault = callFault(call, upright, tilted)) return fault;
-  apply<Arithmetic>(stageOf(call), MixedTables<T>{upright, tilted}, call.norm, call.pMask, call.maskStep,
+  const Stage<Value> stage = stageOf(call);
+  bool cornersFollow = true;
+  for (const HaarClassifier<Value>*c = stage.classifiers, *end = c + stage.count; c != end; ++c) {
+    const std::ptrdiff_t step = (c->tilted() ? tilted : upright).step / static_cast<int>(sizeof(T));
+    for (std::int32_t k = 0; k < c->rectCount; ++k) {
+      for (const RvpiPoint& corner : c->pFeatures[k].corners)
+        cornersFollow = cornersFollow && corner.y * step + corner.x >= 0;
+    }
+  }
+  apply<Arithmetic>(stage, MixedTables<T>{upright, tilted, cornersFollow}, call.norm, call.pMask, call.maskStep,
                     call.roiSize, call.pPositive);
   return rvpStatusOk;
 }
