@@ -28,7 +28,7 @@ extern "C" {
  * row and replicated borders, the row `1 9 1 1 1` is opened to `1 1 1 1 1`, and its top-hat is `0 8 0 0 0`.
  *
  * **Borders.** `borderType` is ::rvpBorderConst, ::rvpBorderRepl or ::rvpBorderInMem, with side flags, as for
- * @ref morph; there is no mirror. Only its low eight bits are looked at. On a side in memory the first of two
+ * @ref morph; there is no mirror. On a side in memory the first of two
  * stages also computes the pixels beside the region, as far as the second reads them: opening and closing read `W -
  * 1` columns and `H - 1` rows beyond the region in all on each axis for each of its sides in memory. On the other
  * sides the border of the mode extends the input of either stage by itself.
@@ -45,9 +45,11 @@ extern "C" {
  * 2. ::rvpStatusBadSize: `width` or `height` is below 1, or a bit offset is negative.
  * 3. ::rvpStatusBadStep: a step is shorter than the row.
  * 4. ::rvpStatusStepNotMultiple: a step is no multiple of the element size.
- * 5. ::rvpStatusBadBorder: the low four bits of `borderType` are none of the modes above.
+ * 5. ::rvpStatusBadBorder: the low four bits of `borderType` are none of the modes above, or, for all types but
+ *    `1u`, a bit above the side flags is set.
  * 6. ::rvpStatusBadSize: the region is wider than the one given to Init. The gradient takes `W - 1` columns more.
- * 7. ::rvpStatusBadSize: the intermediate image does not fit into the memory that was set aside for it, which has
+ * 7. ::rvpStatusInPlaceNotSupported: `pSrc` and `pDst` of a gradient are equal, for `1u`, `16u` and `16s`.
+ * 8. ::rvpStatusBadSize: the intermediate image does not fit into the memory that was set aside for it, which has
  *    room for rows of `width + W - 1` pixels, rounded up to 32 bytes, times `height + H - 1`, of the region given
  * to Init; with ::rvpBorderConst `W` and `H` count as the next odd number here. A row of bits counts as a byte a
  *    pixel, and always with `W` and `H` as they are.

@@ -333,8 +333,12 @@ class LadderWindow {
     if (rows.isZero(y)) {
       std::fill_n(sums, 3 * stride_, 0.0F);
     } else {
+      // Beside the region's first column there may be memory, of which the window's columns alone may be read.
       const std::ptrdiff_t margin = span_.margin();
-      rows.read(rows.place(y), first_ - margin, first_ + count_ + margin, products_);
+      const std::ptrdiff_t left = first_ == 0 ? span_.before : margin;
+      std::array<float*, 3> lines;
+      for (std::size_t i = 0; i < 3; ++i) lines[i] = products_[i] + margin - left;
+      rows.read(rows.place(y), first_ - left, first_ + count_ + margin, lines);
       for (int plane = 0; plane < 3; ++plane)
         sumAlong(products_[static_cast<std::size_t>(plane)] + margin - span_.before, sums + plane * stride_);
     }

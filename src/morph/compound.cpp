@@ -116,6 +116,7 @@ struct Images<ExtendedImage<T, kChannels>> {
     return rest;
   }
   static Target fromRow(Target image, std::ptrdiff_t y) { return {row(image.first, image.step, y), image.step}; }
+  static bool isRefused(const Source& src, Target dst) { return kRefusesInPlace<T> && src.src == dst.first; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     for (std::ptrdiff_t y = 0; y < a.size.height; ++y) {
@@ -156,6 +157,7 @@ struct Images<ExtendedBits> {
     return rest;
   }
   static Target fromRow(Target image, std::ptrdiff_t y) { return {image.at(y), image.step, image.bit}; }
+  static bool isRefused(const Source& src, Target dst) { return src.image.first == dst.first; }
 
   static void subtract(const Source& a, const Source& b, Target dst) {
     constexpr std::ptrdiff_t kWords = 32;  // A piece of a row.
@@ -308,6 +310,7 @@ struct Gradient {
   static RvpStatus run(const Source& src, Target dst, RvpiBorderType, const RvpiMorphAdvState& state,
                        std::uint8_t* pBuffer) {
     if (state.first().maxRoiWidth < src.size.width) return rvpStatusBadSize;
+    if (Images<Source>::isRefused(src, dst)) return rvpStatusInPlaceNotSupported;
     Workspace work(pBuffer, state.bufferSize);
     const Temporary<Source> eroded(src.size.width, src.size.height, {}, state.tempBytes, work);
     if (!eroded.fits) return rvpStatusBadSize;
@@ -334,7 +337,7 @@ RvpStatus compoundPixels(const T* pSrc, int srcStep, T* pDst, int dstStep, RvpiS
           firstFault(nullPointer(pSrc, pDst, pSpec, pBuffer),
                      faultIf(needsValue(borderType) && pValue == nullptr, rvpStatusNullPointer), badSize(roiSize),
                      shortStep<T, kChannels>(roiSize.width, srcStep, dstStep), oddStep<T>(srcStep, dstStep),
-                     faultIf(!isPlainBorder(borderType), rvpStatusBadBorder)))
+                     faultIf(!isPlainBorder(borderType) || !isBorder(borderType), rvpStatusBadBorder)))
     return fault;
   const ExtendedImage<T, kChannels> src = {pSrc, srcStep, roiSize, borderOf(borderType), pValue};
   return Operation::run(src, PixelTarget<T>{pDst, dstStep}, borderType, *headerOf(pSpec), pBuffer);

@@ -17,7 +17,6 @@ template <class Op, class T, int kChannels>
 RvpStatus filterPixels(const T* pSrc, int srcStep, T* pDst, int dstStep, RvpiSize roiSize,
                        RvpiBorderType borderType, const T* pValue, const RvpiMorphState* pSpec,
                        std::uint8_t* pBuffer) {
-  constexpr bool kRefusesInPlace = sizeof(T) == 2;
   if (RvpStatus fault =
           firstFault(nullPointer(pSrc, pDst, pSpec, pBuffer),
                      faultIf(needsValue(borderType) && pValue == nullptr, rvpStatusNullPointer), badSize(roiSize),
@@ -26,7 +25,7 @@ RvpStatus filterPixels(const T* pSrc, int srcStep, T* pDst, int dstStep, RvpiSiz
     return fault;
   const RvpiMorphState& state = *headerOf(pSpec);
   if (RvpStatus fault = firstFault(faultIf(state.maxRoiWidth < roiSize.width, rvpStatusBadSize),
-                                   faultIf(kRefusesInPlace && pSrc == pDst, rvpStatusInPlaceNotSupported)))
+                                   faultIf(kRefusesInPlace<T> && pSrc == pDst, rvpStatusInPlaceNotSupported)))
     return fault;
   const ExtendedImage<T, kChannels> src = {pSrc, srcStep, roiSize, borderOf(borderType), pValue};
   filterStage<Op>(src, PixelTarget<T>{pDst, dstStep}, state, Workspace(pBuffer, state.bufferSize));

@@ -32,6 +32,10 @@ struct PixelTarget {
 };
 using BitTarget = BitImage<std::uint8_t>;
 
+// Whether an erosion or dilation refuses a region that is its own source. Bits are refused too.
+template <class T>
+constexpr bool kRefusesInPlace = sizeof(T) == 2;
+
 // A region of bits and what its border makes of the rest of the plane.
 struct ExtendedBits {
   BitImage<const std::uint8_t> image;
