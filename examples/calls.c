@@ -4,7 +4,6 @@
  *   cc -std=c99 calls.c -o calls $(pkg-config --cflags --libs rvpcv)
  *   ./calls
  */
-#include <rvpcore.h>
 #include <rvpcv.h>
 #include <stddef.h>
 #include <stdio.h>

@@ -3,7 +3,6 @@
  *   cc -std=c99 first_steps.c -o first_steps $(pkg-config --cflags --libs rvpcv)
  *   ./first_steps
  */
-#include <rvpcore.h>
 #include <rvpcv.h>
 #include <stdio.h>
 #include <stdlib.h>

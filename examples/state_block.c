@@ -4,7 +4,6 @@
  *   cc -std=c99 state_block.c -o state_block $(pkg-config --cflags --libs rvpcv)
  *   ./state_block
  */
-#include <rvpcore.h>
 #include <rvpcv.h>
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,10 +1,12 @@
 /**
  * @file
- * rvpCV: computer-vision primitives behind a plain C interface. Include this header for all families.
+ * rvpCV: computer-vision primitives behind a plain C interface. Include this header for all families and the core
+ * library.
  */
 #ifndef RVPCV_H
 #define RVPCV_H
 
+#include "rvpcore.h"
 #include "rvpcv/background.h"
 #include "rvpcv/compound_morph.h"
 #include "rvpcv/detect.h"
