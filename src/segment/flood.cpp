@@ -1,6 +1,6 @@
-// Flood fills: the connected region around a seed gets a new value. One engine explores horizontal spans;
-// what belongs to the region is told by a rule of flood_rules.h, and the order of the spans, and what happens where
-// their memory is full, by flood_spans.h.
+// Flood fills: the connected region around a seed gets a new value. By equality and by range one engine explores
+// horizontal spans; what belongs to the region is told by a rule of flood_rules.h, and the order of the spans, and
+// what happens where their memory is full, by flood_spans.h. By gradient, flood_gradient.h finds the region.
 //
 // A region by equality or by gradient does not depend on the order in which its spans are explored. A region by
 // range does: where more spans are pending than a quarter of the image's pixels, the pending ones are forgotten,
@@ -14,6 +14,7 @@
 #include "frame/checks.h"
 #include "frame/views.h"
 #include "rvpcv/flood.h"
+#include "segment/flood_gradient.h"
 #include "segment/flood_rules.h"
 
 namespace rvp::n8 {
@@ -51,25 +52,20 @@ RvpStatus spansTooLarge(RvpiSize size) {
   return size.height > 1 ? tooLarge(size, spanBytes) : RvpStatus{rvpStatusOk};
 }
 
-struct Extent {
-  std::int64_t area;
-  std::int32_t left, top, right, bottom;
-
-  void include(const FloodSpan& span) {
-    left = std::min(left, span.left);
-    right = std::max(right, span.right);
-    top = std::min(top, span.y);
-    bottom = std::max(bottom, span.y);
-  }
-};
+void include(Extent& extent, const FloodSpan& span) {
+  extent.left = std::min(extent.left, span.left);
+  extent.right = std::max(extent.right, span.right);
+  extent.top = std::min(extent.top, span.y);
+  extent.bottom = std::max(extent.bottom, span.y);
+}
 
 // Explores spans until none is pending. With `margin` 1 spans are connected diagonally too.
 template <class Fill, class Pending>
 void explore(Fill& fill, Pending& pending, RvpiSize size, std::ptrdiff_t margin, Extent& extent) {
   for (FloodSpan span; pending.pop(span);) {
-    extent.include(span);
+    include(extent, span);
     const auto look = [&](std::ptrdiff_t y, std::int32_t dir, Columns window) {
-      fill.findSpans(y, window, span, [&](Columns found) {
+      fill.findSpans(y, window, [&](Columns found) {
         extent.area += found.last - found.first;
         // The row that will be looked at first from there.
         if (y - dir >= 0 && y - dir < size.height) __builtin_prefetch(fill.at(y - dir, found.first));
@@ -84,7 +80,6 @@ void explore(Fill& fill, Pending& pending, RvpiSize size, std::ptrdiff_t margin,
     const std::ptrdiff_t backward = std::ptrdiff_t{span.y} + span.dir;
     look(backward, -span.dir, {first, span.parentLeft});
     look(backward, -span.dir, {std::ptrdiff_t{span.parentRight} + 1, last});
-    fill.leave(span);
   }
 }
 
@@ -131,16 +126,14 @@ RvpStatus fillFrom(const FloodCall<T>& call, Fill&& fill, bool goesOn, const Mak
     auto pending = makePending();
     pending.push(span);
     explore(fill, pending, call.roiSize, call.margin, extent);
-  } else {
-    fill.leave(span);
   }
   report<T, kChannels>(call, extent);
   return rvpStatusOk;
 }
 
-// The whole of the reported scratch, wherever it starts, but for `used` bytes at its aligned start.
-PatientQueue patientQueue(std::uint8_t* aligned, std::uint64_t bytes, std::ptrdiff_t used, RvpiSize size) {
-  return {aligned + used, static_cast<std::ptrdiff_t>(bytes) - (kAlignment - 1) - used, size};
+// The whole of the reported scratch, wherever it starts.
+PatientQueue patientQueue(std::uint8_t* scratch, RvpiSize size) {
+  return {alignedUp(scratch, kAlignment), static_cast<std::ptrdiff_t>(spanBytes(size)) - (kAlignment - 1), size};
 }
 
 template <int kChannels, class T, class Test>
@@ -154,9 +147,9 @@ RvpStatus plain(const FloodCall<T>& call) {
   const T* const seed = row(call.pImage, call.imageStep, call.seed.y) + std::ptrdiff_t{call.seed.x} * kChannels;
   if (std::equal(seed, seed + kChannels, call.pNewValue)) return rvpStatusOk;
   if (RvpStatus fault = spansTooLarge(call.roiSize)) return fault;
-  return fillFrom<kChannels>(
-      call, valueFill<kChannels>(call, EqualTest<T, kChannels>{PatternOf<T, kChannels>(seed)}), true,
-      [&] { return patientQueue(alignedUp(call.pBuffer, kAlignment), spanBytes(call.roiSize), 0, call.roiSize); });
+  return fillFrom<kChannels>(call,
+                             valueFill<kChannels>(call, EqualTest<T, kChannels>{PatternOf<T, kChannels>(seed)}),
+                             true, [&] { return patientQueue(call.pBuffer, call.roiSize); });
 }
 
 template <int kChannels, class T>
@@ -182,13 +175,12 @@ RvpStatus range(const FloodCall<T>& call) {
 
   auto fill = valueFill<kChannels>(
       call, RangeTest<T, kChannels>{PatternOf<T, kChannels>(lower), PatternOf<T, kChannels>(upper)});
-  std::uint8_t* const aligned = alignedUp(call.pBuffer, kAlignment);
   // Spans of 24 bytes in 6 bytes for each pixel.
   const std::ptrdiff_t capacity = static_cast<std::ptrdiff_t>(call.roiSize.width) * call.roiSize.height / 4;
   if (capacity == 0)  // never reached by a growing number of spans
-    return fillFrom<kChannels>(call, fill, true,
-                               [&] { return patientQueue(aligned, spanBytes(call.roiSize), 0, call.roiSize); });
-  return fillFrom<kChannels>(call, fill, capacity > 1, [&] { return ForgetfulStack(aligned, capacity); });
+    return fillFrom<kChannels>(call, fill, true, [&] { return patientQueue(call.pBuffer, call.roiSize); });
+  return fillFrom<kChannels>(call, fill, capacity > 1,
+                             [&] { return ForgetfulStack(alignedUp(call.pBuffer, kAlignment), capacity); });
 }
 
 template <int kChannels, class T>
@@ -207,15 +199,12 @@ RvpStatus gradient(const FloodCall<T>& call) {
   }
   if (RvpStatus fault = tooLarge(call.roiSize, gradientBytes)) return fault;
 
-  std::uint8_t* const aligned = alignedUp(call.pBuffer, kAlignment);
   const GradientTest<T, kChannels> test = {PatternOf<T, kChannels>(first), PatternOf<T, kChannels>(second)};
-  return fillFrom<kChannels>(
-      call,
-      GradientFill<T, kChannels>(call.pImage, call.imageStep, call.roiSize.width, test, call.pNewValue, call.margin,
-                                 VisitedMap(aligned, call.roiSize)),
-      true, [&] {
-        return patientQueue(aligned, gradientBytes(call.roiSize), VisitedMap::bytes(call.roiSize), call.roiSize);
-      });
+  GradientRegion<T, kChannels> region(call.pImage, call.imageStep, call.roiSize, test, call.margin,
+                                      alignedUp(call.pBuffer, kAlignment));
+  region.explore(call.seed);
+  report<T, kChannels>(call, region.paint(call.pNewValue));
+  return rvpStatusOk;
 }
 
 }  // namespace
