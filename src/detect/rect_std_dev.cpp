@@ -13,6 +13,7 @@
 
 #include "detect/tables.h"
 #include "frame/checks.h"
+#include "frame/simd.h"
 #include "frame/team.h"
 #include "frame/views.h"
 #include "rvpcv/detect.h"
@@ -165,12 +166,25 @@ double scaleOf(int scaleFactor) {
   return scaleFactor < 0 ? power : 1 / power;
 }
 
+// Asks for the lines of `count` elements that stand so far ahead.
+template <class T>
+void prefetchElements(const T* at, std::ptrdiff_t count) {
+  for (std::uintptr_t byte = 0; byte < static_cast<std::uintptr_t>(count) * sizeof(T); byte += kLineBytes)
+    prefetch(at, kAheadBytes + byte);
+}
+
 template <class Variance, class Root, class T, class Sqr, class Dst>
 void deviateRow(const Variance& variance, const Root& root, Corners<T> sums, Corners<Sqr> squares, Dst* dst,
                 std::ptrdiff_t width) {
+  constexpr std::ptrdiff_t kStretch = 64;
+  for (std::ptrdiff_t first = 0; first < width; first += kStretch) {
+    // The lower rows come from memory; the upper ones have been the lower ones of an output row not long ago.
+    prefetchElements(sums.a + first, kStretch);
+    prefetchElements(squares.a + first, kStretch);
+    const std::ptrdiff_t last = std::min(first + kStretch, width);
 #pragma omp simd
-  for (std::ptrdiff_t x = 0; x < width; ++x) {
-    dst[x] = root(variance(sums.template at<T>(x), squares.template at<typename Variance::SumOfSquares>(x)));
+    for (std::ptrdiff_t x = first; x < last; ++x)
+      dst[x] = root(variance(sums.template at<T>(x), squares.template at<typename Variance::SumOfSquares>(x)));
   }
 }
 
