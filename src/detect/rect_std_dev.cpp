@@ -70,6 +70,9 @@ struct Corners {
         c(row(table, step, rect.c.row + y) + rect.c.column),
         d(row(table, step, rect.d.row + y) + rect.d.column) {}
 
+  // In the lowest of the rows, the one that comes from memory: the others were the lowest not long ago.
+  const T* lowest() const { return std::max(a, c); }
+
   // The sum in the type Sum; sums of integers wrap.
   template <class Sum>
   Sum at(std::ptrdiff_t x) const {
@@ -178,9 +181,8 @@ void deviateRow(const Variance& variance, const Root& root, Corners<T> sums, Cor
                 std::ptrdiff_t width) {
   constexpr std::ptrdiff_t kStretch = 64;
   for (std::ptrdiff_t first = 0; first < width; first += kStretch) {
-    // The lower rows come from memory; the upper ones have been the lower ones of an output row not long ago.
-    prefetchElements(sums.a + first, kStretch);
-    prefetchElements(squares.a + first, kStretch);
+    prefetchElements(sums.lowest() + first, kStretch);
+    prefetchElements(squares.lowest() + first, kStretch);
     const std::ptrdiff_t last = std::min(first + kStretch, width);
 #pragma omp simd
     for (std::ptrdiff_t x = first; x < last; ++x)
