@@ -1,23 +1,18 @@
-// What a flood fill by value takes in: the tests on pixels, and how the spans of a row are found by them. A pixel
-// is painted in the moment in which it is found: painted pixels do not match.
+// What a flood fill takes in: tests on the pixels of a vector, whose first element is element i of a block. Only
+// those of which kNeighbours is true look at a neighbour that is taken in already.
 #pragma once
 
-#include <algorithm>
-#include <bit>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <type_traits>
 
-#include "frame/views.h"
+#include "frame/simd.h"
 #include "segment/flood_block.h"
-#include "segment/flood_spans.h"
 
 namespace rvp::n8 {
 
 // Equal to the seed. A NaN equals nothing, and zeros of both signs are equal.
 template <class T, int kChannels>
 struct EqualTest {
+  static constexpr bool kNeighbours = false;
   PatternOf<T, kChannels> seed;
 
   template <class D, class V>
@@ -29,6 +24,7 @@ struct EqualTest {
 // lower <= candidate <= upper.
 template <class T, int kChannels>
 struct RangeTest {
+  static constexpr bool kNeighbours = false;
   PatternOf<T, kChannels> lower;
   PatternOf<T, kChannels> upper;
 
@@ -45,94 +41,26 @@ struct RangeTest {
   }
 };
 
-// Columns first to last - 1 of a row.
-struct Columns {
-  std::ptrdiff_t first;
-  std::ptrdiff_t last;
-};
+// neighbour - minDelta <= candidate <= neighbour + maxDelta; in float |candidate + offset - neighbour| <= half,
+// each step rounded, with half = (minDelta + maxDelta) / 2 and offset = (minDelta - maxDelta) / 2.
+template <class T, int kChannels>
+struct GradientTest {
+  static constexpr bool kNeighbours = true;
+  PatternOf<T, kChannels> first;   // minDelta, or half
+  PatternOf<T, kChannels> second;  // maxDelta, or offset
 
-template <class T, int kChannels, class Test>
-class ValueFill {
-  using Block = PixelBlock<T, kChannels>;
-
- public:
-  ValueFill(T* image, int step, int width, const Test& test, const T* colour)
-      : image_(image), step_(step), width_(width), test_(test), colour_(colour) {}
-
-  // Finds the seed's own span, which the seed belongs to even if it fails the test.
-  Columns seedSpan(RvpiPoint seed) {
-    T* const line = row(image_, step_, seed.y);
-    const Columns span = {reachLeft(line, seed.x), reachRight(line, std::ptrdiff_t{seed.x} + 1)};
-    paint(line, span);
-    return span;
-  }
-
-  // Finds the spans with a pixel in the window of row y, from left to right, and calls found(Columns) for each.
-  template <class Found>
-  void findSpans(std::ptrdiff_t y, Columns window, const Found& found) {
-    T* const line = row(image_, step_, y);
-    for (std::ptrdiff_t x = window.first; x < window.last;) {
-      PixelBits bits = match(line, x);
-      std::ptrdiff_t next = x + Block::kPixels;
-      while (bits != 0) {
-        const int start = std::countr_zero(bits);
-        Columns span = {x + start, 0};
-        if (span.first >= window.last) return;
-        const int end = start + std::countr_one(bits >> start);
-        if (end < Block::kPixels) {
-          span.last = x + end;
-          bits &= bits + (bits & -bits);  // without its lowest run
-        } else {
-          span.last = reachRight(line, next);
-          next = span.last + 1;
-          bits = 0;
-        }
-        // The pixel before any other span has just failed.
-        if (span.first == window.first) span.first = reachLeft(line, span.first);
-        paint(line, span);
-        found(span);
-      }
-      x = next;
+  template <class D, class V>
+  auto operator()(D d, V candidate, V neighbour, int i) const {
+    const auto a = hn::Load(d, first.at + i);
+    const auto b = hn::Load(d, second.at + i);
+    if constexpr (std::is_floating_point_v<T>) {
+      return hn::Le(hn::Abs(hn::Sub(hn::Add(candidate, b), neighbour)), a);
+    } else {
+      const auto below = hn::SaturatedSub(hn::SaturatedSub(neighbour, a), candidate);
+      const auto above = hn::SaturatedSub(hn::SaturatedSub(candidate, neighbour), b);
+      return hn::Eq(hn::Or(below, above), hn::Zero(d));
     }
   }
-
-  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
-
- private:
-  PixelBits match(const T* line, std::ptrdiff_t x) const {
-    const T* const at = line + x * kChannels;
-    return Block::of(test_, at, at, x, width_ - x);
-  }
-
-  // The first column from x on that does not match.
-  std::ptrdiff_t reachRight(const T* line, std::ptrdiff_t x) const {
-    for (; x < width_; x += Block::kPixels) {
-      const int run = std::countr_one(match(line, x));
-      if (run < Block::kPixels) return x + run;
-    }
-    return width_;
-  }
-
-  // The first column of those that match without a gap up to x - 1; x if there are none.
-  std::ptrdiff_t reachLeft(const T* line, std::ptrdiff_t x) const {
-    while (x > 0) {
-      const std::ptrdiff_t count = std::min<std::ptrdiff_t>(x, Block::kPixels);
-      const int run = std::countl_one(match(line, x - count) << (32 - count));
-      x -= run;
-      if (run < count) break;
-    }
-    return x;
-  }
-
-  void paint(T* line, Columns span) const {
-    Block::paint(line + span.first * kChannels, span.last - span.first, colour_);
-  }
-
-  T* image_;
-  int step_;
-  std::ptrdiff_t width_;
-  Test test_;
-  PatternOf<T, kChannels> colour_;
 };
 
 }  // namespace rvp::n8

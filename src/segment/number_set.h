@@ -13,7 +13,8 @@ class NumberSet {
  public:
   static std::ptrdiff_t bytes(std::ptrdiff_t limit) {
     std::ptrdiff_t words = 0;
-    for (int level = 0; level < kLevels; ++level) words += limit = wordsOf(limit);
+    do words += limit = wordsOf(limit);
+    while (limit > 1);
     return words * static_cast<std::ptrdiff_t>(sizeof(std::uint64_t));
   }
 
@@ -21,36 +22,35 @@ class NumberSet {
   NumberSet(std::uint8_t* memory, std::ptrdiff_t limit) {
     std::memset(memory, 0, static_cast<std::size_t>(bytes(limit)));
     auto* words = reinterpret_cast<std::uint64_t*>(memory);
-    for (int level = 0; level < kLevels; ++level) {
-      levels_[level] = words;
-      lengths_[level] = limit = wordsOf(limit);
+    do {
+      limit = wordsOf(limit);
+      levels_[levelCount_] = words;
+      lengths_[levelCount_++] = limit;
       words += limit;
-    }
+    } while (limit > 1);
   }
 
   void insert(std::ptrdiff_t number) {
-    for (std::uint64_t* const level : levels_) {
-      std::uint64_t& word = level[number / 64];
+    for (int level = 0; level < levelCount_; ++level, number /= 64) {
+      std::uint64_t& word = levels_[level][number / 64];
       const bool none = word == 0;
       word |= std::uint64_t{1} << (number % 64);
       if (!none) return;
-      number /= 64;
     }
   }
 
   void erase(std::ptrdiff_t number) {
-    for (std::uint64_t* const level : levels_) {
-      std::uint64_t& word = level[number / 64];
+    for (int level = 0; level < levelCount_; ++level, number /= 64) {
+      std::uint64_t& word = levels_[level][number / 64];
       word &= ~(std::uint64_t{1} << (number % 64));
       if (word != 0) return;
-      number /= 64;
     }
   }
 
   // The first number from here on, upwards or else downwards; -1 if there is none.
   template <bool kUp>
   std::ptrdiff_t next(std::ptrdiff_t from) const {
-    for (int level = 0; level < kLevels; ++level) {
+    for (int level = 0; level < levelCount_; ++level) {
       if (from < 0 || from / 64 >= lengths_[level]) return -1;
       constexpr std::uint64_t kAll = ~std::uint64_t{0};
       const std::uint64_t word = levels_[level][from / 64] & (kUp ? kAll << (from % 64) : kAll >> (63 - from % 64));
@@ -66,7 +66,7 @@ class NumberSet {
   }
 
  private:
-  static constexpr int kLevels = 5;
+  static constexpr int kMostLevels = 5;
 
   static std::ptrdiff_t wordsOf(std::ptrdiff_t numbers) { return (numbers + 63) / 64; }
 
@@ -75,8 +75,9 @@ class NumberSet {
     return kUp ? std::countr_zero(word) : 63 - std::countl_zero(word);
   }
 
-  std::uint64_t* levels_[kLevels];
-  std::ptrdiff_t lengths_[kLevels];
+  int levelCount_ = 0;
+  std::uint64_t* levels_[kMostLevels];
+  std::ptrdiff_t lengths_[kMostLevels];
 };
 
 }  // namespace rvp::n8

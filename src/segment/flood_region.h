@@ -1,6 +1,5 @@
-// The region that a fill by gradient takes in. Whether a pixel belongs to it depends on its neighbours as they
-// were, so nothing is painted before the whole region is known, and the order in which it is explored does not
-// matter.
+// The whole region that a test takes in, in whatever order it is explored. Whether a pixel belongs to it may depend
+// on its neighbours as they were, so nothing is painted before the region is known.
 //
 // A row is cut into words with a bit for each of 64 pixels. The new pixels of a word all spread at once: along the
 // row by an addition, whose carry runs through neighbours that pass, and to the rows beside it by a comparison of
@@ -13,7 +12,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include "frame/views.h"
 #include "rvpcv/types.h"
@@ -22,37 +20,22 @@
 
 namespace rvp::n8 {
 
-// neighbour - minDelta <= candidate <= neighbour + maxDelta; in float |candidate + offset - neighbour| <= half,
-// each step rounded, with half = (minDelta + maxDelta) / 2 and offset = (minDelta - maxDelta) / 2.
-template <class T, int kChannels>
-struct GradientTest {
-  PatternOf<T, kChannels> first;   // minDelta, or half
-  PatternOf<T, kChannels> second;  // maxDelta, or offset
-
-  template <class D, class V>
-  auto operator()(D d, V candidate, V neighbour, int i) const {
-    const auto a = hn::Load(d, first.at + i);
-    const auto b = hn::Load(d, second.at + i);
-    if constexpr (std::is_floating_point_v<T>) {
-      return hn::Le(hn::Abs(hn::Sub(hn::Add(candidate, b), neighbour)), a);
-    } else {
-      const auto below = hn::SaturatedSub(hn::SaturatedSub(neighbour, a), candidate);
-      const auto above = hn::SaturatedSub(hn::SaturatedSub(candidate, neighbour), b);
-      return hn::Eq(hn::Or(below, above), hn::Zero(d));
-    }
-  }
-};
-
 // How many pixels were found, and their first and last columns and rows.
 struct Extent {
   std::int64_t area;
   std::int32_t left, top, right, bottom;
 };
 
-template <class T, int kChannels>
-class GradientRegion {
+// Columns from which on the memory suffices. Up to 64 words take 16 bytes each and 8 more, and any number of them
+// at most 16.2 each and 40. Of three pixels or more for each word, that is less than 6 for each pixel and 25, what
+// is left of the size that is reported for the plain and range kinds once it is aligned. The gradient kinds have 17
+// for each pixel and 61: enough for words of one pixel.
+template <class Test>
+constexpr int kLeastColumns = Test::kNeighbours ? 1 : 3;
+
+template <class T, int kChannels, class Test>
+class FloodRegion {
   using Block = PixelBlock<T, kChannels>;
-  using Test = GradientTest<T, kChannels>;
   using Word = std::uint64_t;
   static constexpr std::ptrdiff_t kWordPixels = 64;
 
@@ -62,12 +45,8 @@ class GradientRegion {
   static std::ptrdiff_t words(RvpiSize size) { return rowWords(size) * size.height; }
 
  public:
-  // Bytes of memory: at most 16.2 for each word and 40. A word has one pixel or more, so this is less than the
-  // reported 17 for each pixel and 68, 7 of which may go into alignment.
-  static std::ptrdiff_t bytes(RvpiSize size) { return 16 * words(size) + NumberSet::bytes(words(size)); }
-
   // `margin` 1 also takes in diagonal neighbours. The memory is aligned to 8 bytes.
-  GradientRegion(T* image, int step, RvpiSize size, const Test& test, std::ptrdiff_t margin, std::uint8_t* memory)
+  FloodRegion(T* image, int step, RvpiSize size, const Test& test, std::ptrdiff_t margin, std::uint8_t* memory)
       : image_(image),
         step_(step),
         size_(size),
@@ -88,6 +67,20 @@ class GradientRegion {
       at = serveAll<true>(at);
       at = serveAll<false>(at);
     }
+  }
+
+  // Runs of pixels that were found in a row, of all rows.
+  std::ptrdiff_t runs() const {
+    std::ptrdiff_t count = 0;
+    for (std::ptrdiff_t y = 0; y < size_.height; ++y) {
+      Word before = 0;
+      for (std::ptrdiff_t word = 0; word < rowWords_; ++word) {
+        const Word bits = found_[y * rowWords_ + word];
+        count += std::popcount(bits & ~(bits << 1 | before >> 63));
+        before = bits;
+      }
+    }
+    return count;
   }
 
   // Paints what was found.
@@ -153,7 +146,7 @@ class GradientRegion {
     const Word open = ~found_[word];
     if (((pixels << 1 | pixels >> 1) & open) == 0) return pixels;
     const Word rightward = passed(y, y, x, -1, open);
-    Word leftward = passed(y, y, x, 1, open);
+    Word leftward = Test::kNeighbours ? passed(y, y, x, 1, open) : rightward;
     // A carry runs through the ones above each start.
     const Word starts = pixels << 1 & rightward;
     const Word right = starts | (rightward & ~(rightward + starts));
@@ -171,10 +164,14 @@ class GradientRegion {
   // Spreads the pixels of a word of row y to those of another row that touch them.
   void spreadBeside(std::ptrdiff_t y, std::ptrdiff_t other, std::ptrdiff_t x, Word pixels, std::ptrdiff_t word) {
     const Word open = ~found_[word];
-    Word reached = passed(other, y, x, 0, pixels & open);
+    Word beside = pixels;
+    if (!Test::kNeighbours && margin_ != 0) beside |= pixels << 1 | pixels >> 1;
+    Word reached = passed(other, y, x, 0, beside & open);
     if (margin_ != 0) {
-      reached |= passed(other, y, x, -1, pixels << 1 & open & ~reached);
-      reached |= passed(other, y, x, 1, pixels >> 1 & open & ~reached);
+      if (Test::kNeighbours) {
+        reached |= passed(other, y, x, -1, pixels << 1 & open & ~reached);
+        reached |= passed(other, y, x, 1, pixels >> 1 & open & ~reached);
+      }
       if (x > 0 && (pixels & 1) != 0) spreadOne(other, x - 1, y, x, word - 1);
       if (x + kWordPixels < size_.width && pixels >> 63 != 0)
         spreadOne(other, x + kWordPixels, y, x + 63, word + 1);
@@ -194,6 +191,7 @@ class GradientRegion {
   Word passed(std::ptrdiff_t y, std::ptrdiff_t otherY, std::ptrdiff_t x, std::ptrdiff_t shift, Word wanted) const {
     constexpr std::ptrdiff_t kPixels = Block::kPixels;
     if (wanted == 0) return 0;
+    if (!Test::kNeighbours) shift = 0;
     Word bits = 0;
     if (x + shift >= 0 && x + shift + kWordPixels <= size_.width && x + kWordPixels <= size_.width) [[likely]] {
       const T* const candidates = row(image_, step_, y) + x * kChannels;
