@@ -114,7 +114,7 @@ class FloodRegion {
   std::ptrdiff_t serveAll(std::ptrdiff_t first) {
     std::ptrdiff_t last = -1;
     for (std::ptrdiff_t at = first; (at = pending_.next<kDown>(at)) >= 0;) {
-      serve(at);
+      serve(at, (kDown ? 2 : -2) * std::ptrdiff_t{step_});
       last = at;
     }
     return last;
@@ -127,11 +127,14 @@ class FloodRegion {
     new_[word] |= pixels;
   }
 
-  void serve(std::ptrdiff_t word) {
+  // `ahead` is how far away in bytes the row after the next one lies, which is asked for.
+  void serve(std::ptrdiff_t word, std::ptrdiff_t ahead) {
     // Both are below 2^31, and a short division takes less time.
     const std::ptrdiff_t y = static_cast<std::uint32_t>(word) / static_cast<std::uint32_t>(rowWords_);
     const std::ptrdiff_t x = (word - y * rowWords_) * kWordPixels;
     pending_.erase(word);
+    for (std::uintptr_t byte = 0; byte < kWordPixels * kChannels * sizeof(T); byte += kLineBytes)
+      prefetch(row(image_, step_, y) + x * kChannels, static_cast<std::uintptr_t>(ahead) + byte);
     const Word pixels = spreadAlong(y, x, word);
     new_[word] = 0;
     if (x > 0 && (pixels & 1) != 0) spreadOne(y, x - 1, y, x, word - 1);
