@@ -13,6 +13,7 @@
 
 #include "detect/tables.h"
 #include "frame/checks.h"
+#include "frame/simd.h"
 #include "frame/team.h"
 #include "frame/views.h"
 #include "rvpcv/detect.h"
@@ -68,6 +69,9 @@ struct Corners {
         b(row(table, step, rect.b.row + y) + rect.b.column),
         c(row(table, step, rect.c.row + y) + rect.c.column),
         d(row(table, step, rect.d.row + y) + rect.d.column) {}
+
+  // In the lowest of the rows, the one that comes from memory: the others were the lowest not long ago.
+  const T* lowest() const { return std::max(a, c); }
 
   // The sum in the type Sum; sums of integers wrap.
   template <class Sum>
@@ -165,12 +169,24 @@ double scaleOf(int scaleFactor) {
   return scaleFactor < 0 ? power : 1 / power;
 }
 
+// Asks for the lines of `count` elements that stand so far ahead.
+template <class T>
+void prefetchElements(const T* at, std::ptrdiff_t count) {
+  for (std::uintptr_t byte = 0; byte < static_cast<std::uintptr_t>(count) * sizeof(T); byte += kLineBytes)
+    prefetch(at, kAheadBytes + byte);
+}
+
 template <class Variance, class Root, class T, class Sqr, class Dst>
 void deviateRow(const Variance& variance, const Root& root, Corners<T> sums, Corners<Sqr> squares, Dst* dst,
                 std::ptrdiff_t width) {
+  constexpr std::ptrdiff_t kStretch = 64;
+  for (std::ptrdiff_t first = 0; first < width; first += kStretch) {
+    prefetchElements(sums.lowest() + first, kStretch);
+    prefetchElements(squares.lowest() + first, kStretch);
+    const std::ptrdiff_t last = std::min(first + kStretch, width);
 #pragma omp simd
-  for (std::ptrdiff_t x = 0; x < width; ++x) {
-    dst[x] = root(variance(sums.template at<T>(x), squares.template at<typename Variance::SumOfSquares>(x)));
+    for (std::ptrdiff_t x = first; x < last; ++x)
+      dst[x] = root(variance(sums.template at<T>(x), squares.template at<typename Variance::SumOfSquares>(x)));
   }
 }
 

@@ -69,7 +69,7 @@ struct Group {
     } else {
       filtered = layout.take(srcElements + kPairSlack, sizeof(Row));
       places = layout.take(job.dstRoi.width, sizeof(std::int32_t));
-      if (sizeof(T) == 1 && kChannels == 1) turns = layout.take(job.dstRoi.width, sizeof(std::int32_t));
+      if (kChannels == 1) turns = layout.take(job.dstRoi.width, 2 * sizeof(Row));
       fractions = layout.take(job.dstRoi.width, sizeof(float));
       for (std::int64_t& at : sampled) at = layout.take(dstElements + kPairSlack, sizeof(float));
     }
@@ -149,7 +149,11 @@ class Worker {
   E* part(std::int64_t offset) const {
     return reinterpret_cast<E*>(memory_ + offset);
   }
-  Row* ringRow(std::ptrdiff_t y) const { return part<Row>(y % group_.slots * group_.ringStep); }
+  // A row's place in the ring. Both numbers are below 2^31, and a short division takes less time.
+  std::ptrdiff_t slotOf(std::ptrdiff_t y) const {
+    return static_cast<std::uint32_t>(y) % static_cast<std::uint32_t>(group_.slots);
+  }
+  Row* ringRow(std::ptrdiff_t slot) const { return part<Row>(slot * group_.ringStep); }
 
   // Filters source row y along the row: what takes outside pixels from a copy with its border, and of long rows the
   // rest where it stands.
@@ -157,6 +161,7 @@ class Worker {
     const std::ptrdiff_t width = job_.srcRoi.width;
     const std::ptrdiff_t c = group_.centre;
     const std::ptrdiff_t pace = group_.halving ? 2 : 1;
+    Row* const filtered = ringRow(slotOf(y));
     const T* const source = row(job_.src, job_.srcStep, y);
     const T* const next = row(job_.src, job_.srcStep, std::min<std::ptrdiff_t>(y + 1, job_.srcRoi.height - 1));
     const std::ptrdiff_t count =
@@ -164,7 +169,7 @@ class Worker {
     const auto filterCopied = [&](std::ptrdiff_t first, std::ptrdiff_t last) {
       T* const copy = part<T>(group_.source);
       copyRow(y, pace * first - c, std::min(pace * last + c, width + c), copy);
-      filterPixels(copy, next + pace * first * kChannels, first, last - first, ringRow(y));
+      filterPixels(copy, next + pace * first * kChannels, first, last - first, filtered);
     };
     const std::ptrdiff_t first = (c + pace - 1) / pace;
     const std::ptrdiff_t last = (width - c - kPairSlack) / pace;
@@ -173,7 +178,7 @@ class Worker {
     } else {
       filterCopied(0, first);
       filterPixels(source + (pace * first - c) * kChannels, next + (pace * first - c) * kChannels, first,
-                   last - first, ringRow(y));
+                   last - first, filtered);
       filterCopied(last, count);
     }
     // Rates just below 2 go one pixel beyond the row, where the last one counts.
@@ -181,7 +186,7 @@ class Worker {
       T* const copy = part<T>(group_.source);
       copyRow(y, width - 1 - c, width + c, copy);
       for (std::ptrdiff_t x = count; x < job_.dstRoi.width; ++x)
-        sums_.template rows<kChannels>(copy, next, kChannels, ringRow(y) + x * kChannels);
+        sums_.template rows<kChannels>(copy, next, kChannels, filtered + x * kChannels);
     }
   }
 
@@ -221,8 +226,17 @@ class Worker {
     const std::ptrdiff_t last = std::min<std::ptrdiff_t>(y + group_.centre, job_.srcRoi.height - 1);
     for (nextRow_ = std::max(nextRow_, first); nextRow_ <= last; ++nextRow_) filterRow(nextRow_);
     const auto** const lines = part<const Row*>(group_.lines);
-    for (std::ptrdiff_t i = 0; i <= 2 * group_.centre; ++i)
-      lines[i] = ringRow(borderIndex(rvpBorderMirror, y + i - group_.centre, job_.srcRoi.height));
+    const std::ptrdiff_t above = y - group_.centre;
+    if (above >= 0 && y + group_.centre < job_.srcRoi.height) {
+      std::ptrdiff_t slot = slotOf(above);
+      for (std::ptrdiff_t i = 0; i <= 2 * group_.centre; ++i) {
+        lines[i] = ringRow(slot);
+        slot = slot + 1 == group_.slots ? 0 : slot + 1;
+      }
+    } else {
+      for (std::ptrdiff_t i = 0; i <= 2 * group_.centre; ++i)
+        lines[i] = ringRow(slotOf(borderIndex(rvpBorderMirror, above + i, job_.srcRoi.height)));
+    }
     // Stores could change what lies in memory, for all that the compiler knows, but not a copy.
     if constexpr (Sums::kLines == 0) {
       filter([=](int i) { return lines[i]; });
@@ -240,19 +254,25 @@ class Worker {
       part<float>(group_.fractions)[x] = sample.fraction;
       if (sample.between) betweenCount_ = x + 1;
     }
-    if constexpr (sizeof(Work) == 2 && kChannels == 1) placeTurns();
+    if constexpr (kChannels == 1) placeTurns();
   }
 
-  // For every kTurned pixels, which bytes from the first one's on are their samples and the next ones; up to the
-  // first that lie too far apart, as they do from a rate of 2 on.
+  // For every kTurned pixels, where from the first one's place on their samples and the next ones stand, up to the
+  // first that lie too far apart, as they do from a rate of 2 on: of 16-bit samples pairs of bytes, of larger ones
+  // all samples and then all next ones.
   void placeTurns() {
     const std::int32_t* const places = part<std::int32_t>(group_.places);
-    std::uint8_t* turns = part<std::uint8_t>(group_.turns);
+    auto* turns = part<Turn>(group_.turns);
     for (std::ptrdiff_t x = 0; x + kTurned <= betweenCount_; x += kTurned) {
-      if (places[x + kTurned - 1] - places[x] > 6) return;  // It and the next are among eight samples.
+      if (places[x + kTurned - 1] - places[x] > 2 * kTurned - 2) return;
       for (std::ptrdiff_t i = 0; i < kTurned; ++i) {
-        for (int byte = 0; byte < 4; ++byte)
-          *turns++ = static_cast<std::uint8_t>(2 * (places[x + i] - places[x]) + byte);
+        const std::int32_t place = places[x + i] - places[x];
+        if constexpr (sizeof(Work) == 2) {
+          for (int byte = 0; byte < 4; ++byte) *turns++ = static_cast<Turn>(2 * place + byte);
+        } else {
+          turns[2 * x + i] = place;
+          turns[2 * x + kTurned + i] = place + 1;
+        }
       }
       turnedCount_ = x + kTurned;
     }
@@ -293,9 +313,12 @@ class Worker {
   template <class D, class V>
   static hn::Vec<D> blendPairs(D d, hn::Vec<D> fraction, V pairs) {
     const hn::RebindToSigned<D> d32;
-    const auto both = hn::BitCast(d32, pairs);
-    return blend(d, fraction, hn::ConvertTo(d, hn::ShiftRight<16>(hn::ShiftLeft<16>(both))),
-                 hn::ConvertTo(d, hn::ShiftRight<16>(both)));
+    const hn::Repartition<std::int16_t, D> d16;
+    const auto both = hn::BitCast(d16, pairs);
+    // Times 1 and 0.
+    auto unused = hn::Zero(d32);
+    const auto here = hn::ReorderWidenMulAccumulate(d32, both, hn::BitCast(d16, hn::Set(d32, 1)), unused, unused);
+    return blend(d, fraction, hn::ConvertTo(d, here), hn::ConvertTo(d, hn::ShiftRight<16>(hn::BitCast(d32, both))));
   }
 
   // Resamples 16-bit samples by vectors as far as they go, and answers how many pixels that are. The samples of a
@@ -317,7 +340,8 @@ class Worker {
     std::ptrdiff_t x = 0;
     if constexpr (kChannels == 1) {
       const std::uint8_t* const turns = part<std::uint8_t>(group_.turns);
-      for (; x + kParts * kTurned <= turnedCount_; x += kParts * kTurned) {
+      const std::ptrdiff_t last = turnedCount_ - kParts * kTurned;
+      for (; x <= last; x += kParts * kTurned) {
         const auto pairs = hn::TableLookupBytes(samplesOf(x), hn::LoadU(d8, turns + 4 * x));
         hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), pairs), d, dst + x);
       }
@@ -325,11 +349,36 @@ class Worker {
       alignas(16) static constexpr std::uint8_t kTurns[16] = {0, 1, 6, 7, 2, 3, 8, 9, 4, 5, 10, 11, 4, 5, 10, 11};
       const auto turns = hn::LoadDup128(d8, kTurns);
       const hn::FixedTag<float, 4> dPixel;
-      for (; x + kParts <= betweenCount_; x += kParts) {
+      const std::ptrdiff_t last = betweenCount_ - kParts;
+      for (; x <= last; x += kParts) {
         const auto pairs = hn::TableLookupBytes(samplesOf(x), turns);
         const auto fraction = joined(d, [=](std::ptrdiff_t i) { return hn::Set(dPixel, fractions[x + i]); });
         storeParts(d, blendPairs(d, fraction, pairs), [=](std::ptrdiff_t i) { return dst + (x + i) * kChannels; });
       }
+    }
+    return x;
+  }
+
+  // The same for samples of 32 bits: a vector has those of kTurned pixels, and their next ones, among its lanes.
+  std::ptrdiff_t resampleLanes(const Work* filtered, float* dst) const {
+    const std::int32_t* const places = part<std::int32_t>(group_.places);
+    const Turn* const turns = part<Turn>(group_.turns);
+    const float* const fractions = part<float>(group_.fractions);
+    const hn::ScalableTag<float> d;
+    const hn::Rebind<Work, decltype(d)> dWork;
+    const hn::Rebind<Turn, decltype(d)> dTurn;
+    const auto turnedAt = [=](std::ptrdiff_t x) {
+      return hn::TableLookupLanes(hn::LoadU(dWork, filtered + places[x]),
+                                  hn::IndicesFromVec(dWork, hn::LoadU(dTurn, turns + 2 * x)));
+    };
+    const std::ptrdiff_t last = turnedCount_ - 2 * kTurned;
+    std::ptrdiff_t x = 0;
+    for (; x <= last; x += 2 * kTurned) {
+      const auto low = turnedAt(x);
+      const auto high = turnedAt(x + kTurned);
+      const auto here = asFloat(d, hn::ConcatLowerLower(dWork, high, low));
+      const auto next = asFloat(d, hn::ConcatUpperUpper(dWork, high, low));
+      hn::StoreU(blend(d, hn::LoadU(d, fractions + x), here, next), d, dst + x);
     }
     return x;
   }
@@ -356,7 +405,8 @@ class Worker {
         hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), hn::LoadU(d, dst + x)), d, dst + x);
       });
     } else {
-      coverWithVectors<float>(betweenCount_, [&](auto d, std::ptrdiff_t x) {
+      first = resampleLanes(filtered, dst);
+      forVectors<float>(first, betweenCount_, [&](auto d, std::ptrdiff_t x) {
         const auto samples = neighboursAt(hn::Rebind<Work, decltype(d)>(), filtered, places + x);
         hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, samples.here), asFloat(d, samples.next)), d,
                    dst + x);
@@ -401,7 +451,9 @@ class Worker {
     });
   }
 
-  static constexpr std::ptrdiff_t kTurned = 4;
+  // Two of 16 bytes, or of a vector's lanes, for each pixel.
+  static constexpr std::ptrdiff_t kTurned = sizeof(Work) == 2 ? 4 : hn::MaxLanes(hn::ScalableTag<float>()) / 2;
+  using Turn = std::conditional_t<sizeof(Work) == 2, std::uint8_t, std::int32_t>;
 
   const Job<T>& job_;
   const Group<T, kChannels>& group_;

@@ -1,10 +1,10 @@
-// Flood fills: the connected region around a seed gets a new value. One engine explores horizontal spans;
-// what belongs to the region is told by a rule of flood_rules.h, and the order of the spans, and what happens where
-// their memory is full, by flood_spans.h.
+// Flood fills: the connected region around a seed gets a new value. What belongs to it is told by a test of
+// flood_rules.h.
 //
-// A region by equality or by gradient does not depend on the order in which its spans are explored. A region by
-// range does: where more spans are pending than a quarter of the image's pixels, the pending ones are forgotten,
-// and what is filled by then depends on which came first.
+// A region by equality or by gradient does not depend on the order in which it is explored: flood_region.h finds it
+// by many pixels at once. A region by range may: where more spans are pending than a quarter of the image's pixels,
+// the pending ones are forgotten, and what is filled by then depends on which came first. If it has as many spans
+// as that, it is explored by those of flood_spans.h in the order that the interface tells.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,9 @@
 #include "frame/checks.h"
 #include "frame/views.h"
 #include "rvpcv/flood.h"
+#include "segment/flood_region.h"
 #include "segment/flood_rules.h"
+#include "segment/flood_spans.h"
 
 namespace rvp::n8 {
 namespace {
@@ -51,25 +53,20 @@ RvpStatus spansTooLarge(RvpiSize size) {
   return size.height > 1 ? tooLarge(size, spanBytes) : RvpStatus{rvpStatusOk};
 }
 
-struct Extent {
-  std::int64_t area;
-  std::int32_t left, top, right, bottom;
-
-  void include(const FloodSpan& span) {
-    left = std::min(left, span.left);
-    right = std::max(right, span.right);
-    top = std::min(top, span.y);
-    bottom = std::max(bottom, span.y);
-  }
-};
+void include(Extent& extent, const FloodSpan& span) {
+  extent.left = std::min(extent.left, span.left);
+  extent.right = std::max(extent.right, span.right);
+  extent.top = std::min(extent.top, span.y);
+  extent.bottom = std::max(extent.bottom, span.y);
+}
 
 // Explores spans until none is pending. With `margin` 1 spans are connected diagonally too.
 template <class Fill, class Pending>
 void explore(Fill& fill, Pending& pending, RvpiSize size, std::ptrdiff_t margin, Extent& extent) {
   for (FloodSpan span; pending.pop(span);) {
-    extent.include(span);
+    include(extent, span);
     const auto look = [&](std::ptrdiff_t y, std::int32_t dir, Columns window) {
-      fill.findSpans(y, window, span, [&](Columns found) {
+      fill.findSpans(y, window, [&](Columns found) {
         extent.area += found.last - found.first;
         // The row that will be looked at first from there.
         if (y - dir >= 0 && y - dir < size.height) __builtin_prefetch(fill.at(y - dir, found.first));
@@ -84,7 +81,6 @@ void explore(Fill& fill, Pending& pending, RvpiSize size, std::ptrdiff_t margin,
     const std::ptrdiff_t backward = std::ptrdiff_t{span.y} + span.dir;
     look(backward, -span.dir, {first, span.parentLeft});
     look(backward, -span.dir, {std::ptrdiff_t{span.parentRight} + 1, last});
-    fill.leave(span);
   }
 }
 
@@ -121,32 +117,39 @@ void report(const FloodCall<T>& call, const Extent& extent) {
   *call.pRegion = region;
 }
 
-// Fills the seed's span and, with the spans that makePending() holds, all that is connected with it.
-template <int kChannels, class T, class Fill, class MakePending>
-RvpStatus fillFrom(const FloodCall<T>& call, Fill&& fill, bool goesOn, const MakePending& makePending) {
+// Fills the seed's span and, with room for so many spans, all that is connected with it.
+template <int kChannels, class T, class Test>
+RvpStatus fillBySpans(const FloodCall<T>& call, const Test& test, FloodSpan* spans, std::ptrdiff_t capacity) {
+  ValueFill<T, kChannels, Test> fill(call.pImage, call.imageStep, call.roiSize.width, test, call.pNewValue);
   const Columns seedSpan = fill.seedSpan(call.seed);
   const FloodSpan span = spanWithoutParent(call.seed.y, seedSpan.first, seedSpan.last - 1, call.roiSize.height);
   Extent extent = {seedSpan.last - seedSpan.first, span.left, span.y, span.right, span.y};
-  if (goesOn && call.roiSize.height > 1) {
-    auto pending = makePending();
+  if (capacity > 1 && call.roiSize.height > 1) {
+    ForgetfulStack pending(spans, capacity);
     pending.push(span);
     explore(fill, pending, call.roiSize, call.margin, extent);
-  } else {
-    fill.leave(span);
   }
   report<T, kChannels>(call, extent);
   return rvpStatusOk;
 }
 
-// The whole of the reported scratch, wherever it starts, but for `used` bytes at its aligned start.
-PatientQueue patientQueue(std::uint8_t* aligned, std::uint64_t bytes, std::ptrdiff_t used, RvpiSize size) {
-  return {aligned + used, static_cast<std::ptrdiff_t>(bytes) - (kAlignment - 1) - used, size};
+// Whether the call's memory suffices to find a whole region at once.
+template <class Test>
+bool holdsRegion(RvpiSize size) {
+  return size.height > 1 && size.width >= kLeastColumns<Test>;
 }
 
 template <int kChannels, class T, class Test>
-auto valueFill(const FloodCall<T>& call, const Test& test) {
-  return ValueFill<T, kChannels, Test>(call.pImage, call.imageStep, call.roiSize.width, test, call.pNewValue);
+auto regionOf(const FloodCall<T>& call, const Test& test) {
+  FloodRegion<T, kChannels, Test> region(call.pImage, call.imageStep, call.roiSize, test, call.margin,
+                                         alignedUp(call.pBuffer, kAlignment));
+  region.explore(call.seed);
+  return region;
 }
+
+// More spans than are ever pending in an image of two columns, or of three pixels: there a span has at most one
+// neighbour in each row, and none beside its parent, which would have taken that in.
+constexpr std::ptrdiff_t kFewSpans = 4;
 
 template <int kChannels, class T>
 RvpStatus plain(const FloodCall<T>& call) {
@@ -154,9 +157,14 @@ RvpStatus plain(const FloodCall<T>& call) {
   const T* const seed = row(call.pImage, call.imageStep, call.seed.y) + std::ptrdiff_t{call.seed.x} * kChannels;
   if (std::equal(seed, seed + kChannels, call.pNewValue)) return rvpStatusOk;
   if (RvpStatus fault = spansTooLarge(call.roiSize)) return fault;
-  return fillFrom<kChannels>(
-      call, valueFill<kChannels>(call, EqualTest<T, kChannels>{PatternOf<T, kChannels>(seed)}), true,
-      [&] { return patientQueue(alignedUp(call.pBuffer, kAlignment), spanBytes(call.roiSize), 0, call.roiSize); });
+  using Test = EqualTest<T, kChannels>;
+  const Test test = {PatternOf<T, kChannels>(seed)};
+  if (holdsRegion<Test>(call.roiSize)) {
+    report<T, kChannels>(call, regionOf<kChannels>(call, test).paint(call.pNewValue));
+    return rvpStatusOk;
+  }
+  FloodSpan few[kFewSpans];
+  return fillBySpans<kChannels>(call, test, few, kFewSpans);
 }
 
 template <int kChannels, class T>
@@ -180,15 +188,24 @@ RvpStatus range(const FloodCall<T>& call) {
   if (holdsNewValue) return rvpStatusBadArgument;
   if (RvpStatus fault = spansTooLarge(call.roiSize)) return fault;
 
-  auto fill = valueFill<kChannels>(
-      call, RangeTest<T, kChannels>{PatternOf<T, kChannels>(lower), PatternOf<T, kChannels>(upper)});
-  std::uint8_t* const aligned = alignedUp(call.pBuffer, kAlignment);
+  using Test = RangeTest<T, kChannels>;
+  const Test test = {PatternOf<T, kChannels>(lower), PatternOf<T, kChannels>(upper)};
   // Spans of 24 bytes in 6 bytes for each pixel.
   const std::ptrdiff_t capacity = static_cast<std::ptrdiff_t>(call.roiSize.width) * call.roiSize.height / 4;
-  if (capacity == 0)  // never reached by a growing number of spans
-    return fillFrom<kChannels>(call, fill, true,
-                               [&] { return patientQueue(aligned, spanBytes(call.roiSize), 0, call.roiSize); });
-  return fillFrom<kChannels>(call, fill, capacity > 1, [&] { return ForgetfulStack(aligned, capacity); });
+  if (holdsRegion<Test>(call.roiSize)) {
+    const auto region = regionOf<kChannels>(call, test);
+    // Each run is a span that is pending once, so none are forgotten.
+    if (region.runs() < capacity) {
+      report<T, kChannels>(call, region.paint(call.pNewValue));
+      return rvpStatusOk;
+    }
+  }
+  if (capacity == 0) {  // never reached by a growing number of spans
+    FloodSpan few[kFewSpans];
+    return fillBySpans<kChannels>(call, test, few, kFewSpans);
+  }
+  auto* const spans = reinterpret_cast<FloodSpan*>(alignedUp(call.pBuffer, kAlignment));
+  return fillBySpans<kChannels>(call, test, spans, capacity);
 }
 
 template <int kChannels, class T>
@@ -207,15 +224,9 @@ RvpStatus gradient(const FloodCall<T>& call) {
   }
   if (RvpStatus fault = tooLarge(call.roiSize, gradientBytes)) return fault;
 
-  std::uint8_t* const aligned = alignedUp(call.pBuffer, kAlignment);
   const GradientTest<T, kChannels> test = {PatternOf<T, kChannels>(first), PatternOf<T, kChannels>(second)};
-  return fillFrom<kChannels>(
-      call,
-      GradientFill<T, kChannels>(call.pImage, call.imageStep, call.roiSize.width, test, call.pNewValue, call.margin,
-                                 VisitedMap(aligned, call.roiSize)),
-      true, [&] {
-        return patientQueue(aligned, gradientBytes(call.roiSize), VisitedMap::bytes(call.roiSize), call.roiSize);
-      });
+  report<T, kChannels>(call, regionOf<kChannels>(call, test).paint(call.pNewValue));
+  return rvpStatusOk;
 }
 
 }  // namespace

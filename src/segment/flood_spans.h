@@ -1,13 +1,15 @@
-// The spans that a flood fill has found and not yet explored. Two containers, which differ in the order in which
-// they serve spans and in what they do when their memory is full.
+// Horizontal spans: how a fill by value finds those of a row, and keeps them in mind. A pixel is painted in the
+// moment in which it is found: painted pixels do not match.
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <utility>
 
+#include "frame/views.h"
 #include "rvpcv/types.h"
+#include "segment/flood_block.h"
 
 namespace rvp::n8 {
 
@@ -29,11 +31,11 @@ inline FloodSpan spanWithoutParent(std::ptrdiff_t y, std::ptrdiff_t left, std::p
           static_cast<std::int32_t>(right + 1), static_cast<std::int32_t>(right), y == height - 1 ? -1 : 1};
 }
 
-// Last in, first out. Forgets all it holds in the moment in which it is full.
+// Spans that were found and not explored yet, last in, first out. Forgets all it holds in the moment in which it is
+// full.
 class ForgetfulStack {
  public:
-  ForgetfulStack(std::uint8_t* memory, std::ptrdiff_t capacity)
-      : spans_(reinterpret_cast<FloodSpan*>(memory)), capacity_(capacity) {}
+  ForgetfulStack(FloodSpan* spans, std::ptrdiff_t capacity) : spans_(spans), capacity_(capacity) {}
 
   void push(const FloodSpan& span) {
     spans_[count_++] = span;
@@ -52,90 +54,94 @@ class ForgetfulStack {
   std::ptrdiff_t count_ = 0;
 };
 
-// Forgets nothing, and serves spans in generations: those that were found from spans of one generation are the next
-// one, in the order in which they were found. The front so moves over the image evenly, and comes to what is next
-// to each other in the memory at about the same time.
-//
-// Where a generation has no more room, a span is put down in a map with a byte for each pixel, and taken up again
-// when no generation is left, without its parent. Two such spans that touch become one.
-//
-// The map costs nothing as long as it is not needed, and little when it is. It is searched from where the last span
-// was found, and from its start again only if a span was put down behind that place; for which a generation must
-// have become full since the last search began there, of spans that no one had found before.
-class PatientQueue {
+// Columns first to last - 1 of a row.
+struct Columns {
+  std::ptrdiff_t first;
+  std::ptrdiff_t last;
+};
+
+template <class T, int kChannels, class Test>
+class ValueFill {
+  using Block = PixelBlock<T, kChannels>;
+
  public:
-  // Bytes of the map, which lies behind the spans.
-  static std::ptrdiff_t mapBytes(RvpiSize size) { return static_cast<std::ptrdiff_t>(size.width) * size.height; }
+  ValueFill(T* image, int step, int width, const Test& test, const T* colour)
+      : image_(image), step_(step), width_(width), test_(test), colour_(colour) {}
 
-  PatientQueue(std::uint8_t* memory, std::ptrdiff_t bytes, RvpiSize size)
-      : capacity_((bytes - mapBytes(size)) / (2 * static_cast<std::ptrdiff_t>(sizeof(FloodSpan)))),
-        present_(reinterpret_cast<FloodSpan*>(memory)),
-        next_(present_ + capacity_),
-        map_(memory + bytes - mapBytes(size)),
-        size_(size) {}
+  // Finds the seed's own span, which the seed belongs to even if it fails the test.
+  Columns seedSpan(RvpiPoint seed) {
+    T* const line = row(image_, step_, seed.y);
+    const Columns span = {reachLeft(line, seed.x), reachRight(line, std::ptrdiff_t{seed.x} + 1)};
+    paint(line, span);
+    return span;
+  }
 
-  void push(const FloodSpan& span) {
-    if (nextCount_ == capacity_) [[unlikely]] {
-      putDown(span);
-    } else {
-      next_[nextCount_++] = span;
+  // Finds the spans with a pixel in the window of row y, from left to right, and calls found(Columns) for each.
+  template <class Found>
+  void findSpans(std::ptrdiff_t y, Columns window, const Found& found) {
+    T* const line = row(image_, step_, y);
+    for (std::ptrdiff_t x = window.first; x < window.last;) {
+      PixelBits bits = match(line, x);
+      std::ptrdiff_t next = x + Block::kPixels;
+      while (bits != 0) {
+        const int start = std::countr_zero(bits);
+        Columns span = {x + start, 0};
+        if (span.first >= window.last) return;
+        const int end = start + std::countr_one(bits >> start);
+        if (end < Block::kPixels) {
+          span.last = x + end;
+          bits &= bits + (bits & -bits);  // without its lowest run
+        } else {
+          span.last = reachRight(line, next);
+          next = span.last + 1;
+          bits = 0;
+        }
+        // The pixel before any other span has just failed.
+        if (span.first == window.first) span.first = reachLeft(line, span.first);
+        paint(line, span);
+        found(span);
+      }
+      x = next;
     }
   }
 
-  bool pop(FloodSpan& span) {
-    if (at_ == presentCount_) {
-      if (nextCount_ == 0) return pixelsInMap_ != 0 && takeUp(span);
-      std::swap(present_, next_);
-      presentCount_ = nextCount_;
-      nextCount_ = 0;
-      at_ = 0;
-    }
-    span = present_[at_++];
-    return true;
-  }
+  const T* at(std::ptrdiff_t y, std::ptrdiff_t x) const { return row(image_, step_, y) + x * kChannels; }
 
  private:
-  static constexpr std::uint8_t kPending = 1;
-
-  [[gnu::noinline]] void putDown(const FloodSpan& span) {
-    if (!isMapClear_) std::memset(map_, 0, static_cast<std::size_t>(mapBytes(size_)));
-    isMapClear_ = true;
-    const std::ptrdiff_t pixels = std::ptrdiff_t{span.right} - span.left + 1;
-    std::memset(map_ + std::ptrdiff_t{span.y} * size_.width + span.left, kPending,
-                static_cast<std::size_t>(pixels));
-    pixelsInMap_ += pixels;
+  PixelBits match(const T* line, std::ptrdiff_t x) const {
+    const T* const at = line + x * kChannels;
+    return Block::of(test_, at, at, x, width_ - x);
   }
 
-  std::uint8_t* search(std::ptrdiff_t from) const {
-    return static_cast<std::uint8_t*>(
-        std::memchr(map_ + from, kPending, static_cast<std::size_t>(mapBytes(size_) - from)));
+  // The first column from x on that does not match.
+  std::ptrdiff_t reachRight(const T* line, std::ptrdiff_t x) const {
+    for (; x < width_; x += Block::kPixels) {
+      const int run = std::countr_one(match(line, x));
+      if (run < Block::kPixels) return x + run;
+    }
+    return width_;
   }
 
-  [[gnu::noinline]] bool takeUp(FloodSpan& span) {
-    std::uint8_t* first = search(searched_);
-    if (first == nullptr) first = search(0);
-    const std::ptrdiff_t y = (first - map_) / size_.width;
-    const std::ptrdiff_t left = (first - map_) % size_.width;
-    std::ptrdiff_t pixels = 1;
-    while (left + pixels < size_.width && first[pixels] == kPending) ++pixels;
-    std::memset(first, 0, static_cast<std::size_t>(pixels));
-    pixelsInMap_ -= pixels;
-    searched_ = first + pixels - map_;
-    span = spanWithoutParent(y, left, left + pixels - 1, size_.height);
-    return true;
+  // The first column of those that match without a gap up to x - 1; x if there are none.
+  std::ptrdiff_t reachLeft(const T* line, std::ptrdiff_t x) const {
+    while (x > 0) {
+      const std::ptrdiff_t count = std::min<std::ptrdiff_t>(x, Block::kPixels);
+      const int run = std::countl_one(match(line, x - count) << (32 - count));
+      x -= run;
+      if (run < count) break;
+    }
+    return x;
   }
 
-  std::ptrdiff_t capacity_;  // of a generation
-  FloodSpan* present_;
-  FloodSpan* next_;
-  std::ptrdiff_t at_ = 0;
-  std::ptrdiff_t presentCount_ = 0;
-  std::ptrdiff_t nextCount_ = 0;
-  std::uint8_t* map_;
-  RvpiSize size_;
-  bool isMapClear_ = false;
-  std::ptrdiff_t pixelsInMap_ = 0;
-  std::ptrdiff_t searched_ = 0;
+  void paint(T* line, Columns span) const {
+    Block::paint(line + span.first * kChannels, span.last - span.first, colour_);
+  }
+
+  T* image_;
+  int step_;
+  std::ptrdiff_t width_;
+  Test test_;
+  PatternOf<T, kChannels> colour_;
 };
 
 }  // namespace rvp::n8

@@ -132,6 +132,9 @@ class Labelling {
   }
 
  private:
+  // From so many starts on in a word it pays to see whether all its runs are one region.
+  static constexpr int kManyRuns = 8;
+
   // Two runs touch where both rows are set, first in a column that has not such a column on its left. Under
   // diagonal neighbourhood a run also touches one that ends just before its start, or starts just behind its end;
   // in the column behind the end, the number of starts up to it is still that of the run.
@@ -150,10 +153,17 @@ class Labelling {
       const Word startsAbove = above & ~aboveBefore;
       Word links = here & above & ~(before & aboveBefore);
       if (kDiagonals) links |= (starts & aboveBefore & ~above) | (startsAbove & before & ~here);
-      forest_.add(starts);
-      forest_.join(links, starts, startsAbove, run, runAbove);
-      run += std::popcount(starts);
-      runAbove += std::popcount(startsAbove);
+      const int runs = std::popcount(starts);
+      const std::int32_t lastAbove = runAbove + std::popcount(startsAbove);
+      const Word touching = kDiagonals ? above | aboveBefore : above;
+      // Patterns of many runs, each of which touches one above where it starts, are mostly a single region.
+      if (runs < kManyRuns || (starts & ~touching) != 0 ||
+          !forest_.addToOne(runs, runAbove, lastAbove, carry != 0 ? run : runAbove)) {
+        forest_.add(starts);
+        forest_.join(links, starts, startsAbove, run, runAbove);
+      }
+      run += runs;
+      runAbove = lastAbove;
       carry = here >> (kWordColumns - 1);
       carryAbove = above >> (kWordColumns - 1);
     }

@@ -66,6 +66,19 @@ class RunForest {
     count_ += runs;
   }
 
+  // Adds runs to the region of the runs from `first` to `last`, 1 or more, and of `other`, if these have one
+  // parent.
+  bool addToOne(int runs, std::int32_t first, std::int32_t last, std::int32_t other) {
+    if (first < 0) return false;
+    const std::int32_t parent = parents_[other];
+    bool one = true;
+    for (std::int32_t run = first; run <= last; ++run) one &= parents_[run] == parent;
+    if (!one) return false;
+    for (int i = 0; i < runs; ++i) parents_[count_ + i] = parent;
+    count_ += runs;
+    return true;
+  }
+
   // Joins runs of a row with runs of the row above where `links` says so, column by column. `run` and `above` are
   // the numbers of the last runs that start before this word in either row.
   void join(Word links, Word starts, Word startsAbove, std::int32_t run, std::int32_t above) {
@@ -79,11 +92,19 @@ class RunForest {
   // of the regions' first runs.
   template <class OfRoot>
   void resolve(const OfRoot& ofRoot) {
-    for (std::int32_t run = 0; run < count_; ++run) {
-      // A parent comes before its children, so its value is there.
-      const std::int32_t parent = parents_[run];
-      parents_[run] = parent == run ? ofRoot(run) : parents_[parent];
-    }
+    // A parent comes before its children, so its value is there.
+    forVectors<std::int32_t>(0, count_, [&](auto d, std::ptrdiff_t at) {
+      const auto first = static_cast<std::int32_t>(at);
+      const auto parents = hn::LoadU(d, parents_ + first);
+      if (hn::AllTrue(d, hn::Lt(parents, hn::Set(d, first)))) {
+        hn::StoreU(hn::GatherIndex(d, parents_, parents), d, parents_ + first);
+        return;
+      }
+      for (std::int32_t run = first; run < first + static_cast<std::int32_t>(hn::Lanes(d)); ++run) {
+        const std::int32_t parent = parents_[run];
+        parents_[run] = parent == run ? ofRoot(run) : parents_[parent];
+      }
+    });
   }
   const std::int32_t* values() const { return parents_; }
 

@@ -5,9 +5,13 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <random>
+#include <set>
 #include <tuple>
+#include <vector>
 
 #include "rvpcv.h"
+#include "segment/number_set.h"
 #include "support/calls.h"
 #include "support/compare.h"
 #include "support/faults.h"
@@ -300,6 +304,32 @@ TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
         for (const bool diagonal : {false, true})
           check<std::uint8_t>(slope, {Kind::kGradient, diagonal, 1, {x, y}, {7}, {30}, {30}}, {}, shift++ % 16);
       }
+    }
+  }
+}
+
+// Few numbers among many, so that the next one is looked for in all levels, in memory of just the size told.
+TEST(NumberSet, FindsTheNextNumberHoweverFar) {
+  for (const std::ptrdiff_t limit : {1, 64, 65, 4096, 4097, 300000}) {
+    Block memory(static_cast<int>(rvp::n8::NumberSet::bytes(limit)), {});
+    rvp::n8::NumberSet numbers(memory.data(), limit);
+    std::set<std::ptrdiff_t> expected;
+    std::minstd_rand random(7);
+    for (int i = 0; i < 2000; ++i) {
+      const auto number = static_cast<std::ptrdiff_t>(random()) % limit;
+      if (expected.size() > 6 || expected.contains(number)) {
+        const std::ptrdiff_t gone = expected.contains(number) ? number : *expected.begin();
+        numbers.erase(gone);
+        expected.erase(gone);
+      } else {
+        numbers.insert(number);
+        expected.insert(number);
+      }
+      const auto from = static_cast<std::ptrdiff_t>(random()) % limit;
+      const auto above = expected.lower_bound(from);
+      ASSERT_EQ(numbers.next<true>(from), above == expected.end() ? -1 : *above) << from << " of " << limit;
+      const auto below = expected.upper_bound(from);
+      ASSERT_EQ(numbers.next<false>(from), below == expected.begin() ? -1 : *std::prev(below)) << from;
     }
   }
 }
