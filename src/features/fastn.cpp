@@ -69,47 +69,29 @@ struct Detector {
     }
   }
 
-  // The darkest pixel of the arc whose darkest is brightest, and the brightest of the arc whose brightest is
-  // darkest. An arc that begins in one half of the circle is the rest of that half, and what follows it: the first
-  // is looked up, the second grows along as the beginning moves on. Arcs from i and from i + 1 on share all but
-  // their first and their last pixel.
+  // The darkest pixel of the arc whose darkest is brightest, of the negative where `flip` is 255 and not 0. An arc
+  // that begins in one half of the circle is the rest of that half, and what follows it: the first is looked up,
+  // the second grows along as the beginning moves on.
   template <class D, class V>
-  HWY_INLINE void findArcs(D d, const std::uint8_t* centre, V& bright, V& dark) const {
+  HWY_INLINE V findArc(D d, const std::uint8_t* centre, V flip) const {
     // Loops over half of the longest circle are longer than those that the compiler unrolls by itself.
-    static_assert(kHalf / 2 <= 13);
+    static_assert(kHalf <= 26);
+    V best = hn::Zero(d);
     for (int half = 0; half < 2; ++half) {
-      const auto at = [&](int i) { return hn::LoadU(d, centre + offsets[half * kHalf + i]); };
-      V restDarkest[kHalf / 2];
-      V restBrightest[kHalf / 2];
-      V darkest = at(kHalf - 1);
-      V brightest = darkest;
-      const auto take = [&](V v) {
-        darkest = hn::Min(darkest, v);
-        brightest = hn::Max(brightest, v);
-      };
-#pragma GCC unroll 13
-      for (int i = kHalf - 2; i >= 0; i -= 2) {
-        restDarkest[i / 2] = darkest;
-        restBrightest[i / 2] = brightest;
-        if (i == 0) break;
-        take(at(i));
-        take(at(i - 1));
-      }
-      darkest = brightest = at(kHalf);
-      for (int i = kHalf + 1; i < arcLength; ++i) take(at(i));
-#pragma GCC unroll 13
-      for (int i = 0; i < kHalf; i += 2) {
-        const V first = at(i);
-        const V last = at(i + arcLength);
-        const V arcBright = hn::Min(hn::Min(restDarkest[i / 2], darkest), hn::Max(first, last));
-        const V arcDark = hn::Max(hn::Max(restBrightest[i / 2], brightest), hn::Min(first, last));
-        const bool isFirst = half == 0 && i == 0;
-        bright = isFirst ? arcBright : hn::Max(bright, arcBright);
-        dark = isFirst ? arcDark : hn::Min(dark, arcDark);
-        take(last);
-        take(at(i + 1 + arcLength));
+      const auto at = [&](int i) { return hn::Xor(hn::LoadU(d, centre + offsets[half * kHalf + i]), flip); };
+      V rest[kHalf];
+      rest[kHalf - 1] = at(kHalf - 1);
+#pragma GCC unroll 26
+      for (int i = kHalf - 2; i >= 0; --i) rest[i] = hn::Min(rest[i + 1], at(i));
+      V darkest = at(kHalf);
+      for (int i = kHalf + 1; i < arcLength; ++i) darkest = hn::Min(darkest, at(i));
+#pragma GCC unroll 26
+      for (int i = 0; i < kHalf; ++i) {
+        best = hn::Max(best, hn::Min(rest[i], darkest));
+        darkest = hn::Min(darkest, at(i + arcLength));
       }
     }
+    return best;
   }
 
   // Classes and scores of a group of pixels from `centre` on; false if none is a corner.
@@ -137,8 +119,6 @@ struct Detector {
     const auto isOver = [&] {
       return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
     };
-    test(2);
-    if (isOver()) return false;
     test(4);
     if (isOver()) return false;
     // The larger the circle, the more its arcs cost beside its pairs.
@@ -146,20 +126,27 @@ struct Detector {
       test(8);
       if (isOver()) return false;
     }
-    if constexpr (kLength > 40) {
-      test(16);
-      if (isOver()) return false;
-    }
 
-    findArcs(d, centre, bright, dark);
-    const V brightExcess = hn::SaturatedSub(bright, upper);
-    const V darkExcess = hn::SaturatedSub(lower, dark);
-    if (none(hn::Or(brightExcess, darkExcess))) return false;
-    const auto isBright = hn::Ne(brightExcess, hn::Zero(d));
-    const auto isDark = hn::Ne(darkExcess, hn::Zero(d));
-    classes =
-        hn::Or(hn::IfThenElseZero(isBright, hn::Set(d, kBright)), hn::IfThenElseZero(isDark, hn::Set(d, kDark)));
-    scores = hn::Or(hn::IfThenElseZero(isBright, hn::Sub(bright, c)), hn::IfThenElseZero(isDark, hn::Sub(c, dark)));
+    // A dark arc is a bright one of a circle turned to its negative, so one search does for the lanes that may be
+    // bright and for those that may be dark. Few lanes may be either by now, and need another; none is both.
+    const auto mayBeEither = [&] {
+      return hn::Min(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark));
+    };
+    if constexpr (kLength > 40) {
+      if (!none(mayBeEither())) test(kHalf);
+    }
+    const V either = hn::VecFromMask(d, hn::Ne(mayBeEither(), hn::Zero(d)));
+    V flip = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(bright, upper), hn::Zero(d)));
+    classes = scores = hn::Zero(d);
+    for (bool again = !none(either);; again = false, flip = either) {
+      const V centres = hn::Xor(c, flip);
+      const V darkest = findArc(d, centre, flip);
+      const auto isCorner = hn::Ne(hn::SaturatedSub(darkest, hn::SaturatedAdd(centres, t)), hn::Zero(d));
+      const V kind = hn::IfVecThenElse(flip, hn::Set(d, kDark), hn::Set(d, kBright));
+      classes = hn::Or(classes, hn::IfThenElseZero(isCorner, kind));
+      scores = hn::Or(scores, hn::IfThenElseZero(isCorner, hn::Sub(darkest, centres)));
+      if (!again) break;
+    }
     return true;
   }
 

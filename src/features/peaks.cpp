@@ -3,8 +3,8 @@
 // A pixel v with |v| above the threshold is a peak if it is positive and equals the maximum of its neighbourhood,
 // or is not positive and equals the minimum; the neighbourhood includes the pixel. Most pixels stay below the
 // threshold, so neighbourhoods are looked at only in groups of lanes where one does not.
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -61,8 +61,8 @@ hn::MFromD<D> strongMask(D d, const T* centre, T threshold) {
   return hn::Gt(hn::Abs(hn::LoadU(d, centre)), hn::Set(d, threshold));
 }
 
-// Blocks of pixels of which none passes the threshold are passed over. In the others every pixel is looked at,
-// which takes less than to decide for each group of lanes.
+// Where the next pixel with something to do lies is hard to foresee, so nothing branches on it: a stretch of the
+// row is sieved into the groups of lanes where a pixel passes the threshold, these into the groups with peaks.
 template <bool kSquare, class T>
 void findInRow(const T* pSrc, int srcStep, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, T threshold,
                PeakList& list) {
@@ -74,24 +74,33 @@ void findInRow(const T* pSrc, int srcStep, std::ptrdiff_t y, std::ptrdiff_t firs
         hn::And(strongMask(d, centre + x, threshold), peakMask<kSquare>(d, above + x, centre + x, below + x));
     std::uint8_t bits[8] = {};
     hn::StoreMaskBits(d, peaks, bits);
-    return std::uint32_t{bits[0]};
+    return bits[0];
   };
-  const auto add = [&](std::ptrdiff_t x, std::uint32_t bits) {
+  const auto add = [&](std::ptrdiff_t x, unsigned bits) {
     for (; bits != 0 && !list.full(); bits &= bits - 1)
       list.peaks[list.count++] = {static_cast<std::int32_t>(x + __builtin_ctz(bits)), static_cast<std::int32_t>(y)};
   };
-  constexpr std::ptrdiff_t kBlock = 32;
   const hn::ScalableTag<T> d;
   const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
+  constexpr std::ptrdiff_t kMostGroups = 512;
+  std::uint16_t groups[kMostGroups];
+  std::uint8_t bits[kMostGroups];
   std::ptrdiff_t x = first;
-  for (; x + kBlock <= last; x += kBlock) {
-    auto strong = strongMask(d, centre + x, threshold);
-    for (std::ptrdiff_t i = lanes; i < kBlock; i += lanes)
-      strong = hn::Or(strong, strongMask(d, centre + x + i, threshold));
-    if (hn::AllFalse(d, strong)) continue;
-    std::uint32_t bits = 0;
-    for (std::ptrdiff_t i = 0; i < kBlock; i += lanes) bits |= peakBits(d, x + i) << i;
-    add(x, bits);
+  while (x + lanes <= last && !list.full()) {
+    const std::ptrdiff_t count = std::min((last - x) / lanes, kMostGroups);
+    std::ptrdiff_t strong = 0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      groups[strong] = static_cast<std::uint16_t>(i);
+      strong += hn::AllFalse(d, strongMask(d, centre + x + i * lanes, threshold)) ? 0 : 1;
+    }
+    std::ptrdiff_t withPeaks = 0;
+    for (std::ptrdiff_t i = 0; i < strong; ++i) {
+      groups[withPeaks] = groups[i];
+      bits[withPeaks] = peakBits(d, x + groups[i] * lanes);
+      withPeaks += bits[withPeaks] == 0 ? 0 : 1;
+    }
+    for (std::ptrdiff_t i = 0; i < withPeaks; ++i) add(x + groups[i] * lanes, bits[i]);
+    x += count * lanes;
   }
   forVectors<T>(x, last, [&](auto dRest, std::ptrdiff_t at) { add(at, peakBits(dRest, at)); });
 }

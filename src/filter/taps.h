@@ -276,7 +276,7 @@ struct SymmetricOrder {
 
 // kRows rows of `count` sums each, from `dst` on, a block of kVectors vectors of each row at a time; `count` is at
 // least a block's. The last block of a row overlaps the one before, so the destination must be no part of the
-// lines.
+// lines. Lines that have a prefetch(first, count) are told of each block.
 template <int kRows, int kVectors, class D, class Sum, class Order, class Lines>
 void sumBlocks(D d, const Sum& sum, const Order& order, const Lines& lines, std::ptrdiff_t count,
                typename Sum::Dst* dst, int dstStep) {
@@ -284,6 +284,7 @@ void sumBlocks(D d, const Sum& sum, const Order& order, const Lines& lines, std:
   const auto block = kVectors * static_cast<std::ptrdiff_t>(hn::Lanes(d));
   for (std::ptrdiff_t next = 0; next < count; next += block) {
     const std::ptrdiff_t x = std::min(next, count - block);
+    if constexpr (requires { lines.prefetch(x, block); }) lines.prefetch(x, block);
     hn::Vec<D> acc[kRows][kVectors];
     order.sums(d, weights, lines, x, acc);
     unrolled<kRows>([&](auto r) { sum.store(d, acc[r], row(dst, dstStep, r) + x); });

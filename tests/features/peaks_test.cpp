@@ -91,6 +91,14 @@ TYPED_TEST(Peaks, AreFoundAtEveryWidth) {
   });
 }
 
+// Rows are worked through in stretches of at most 4096 pixels.
+TYPED_TEST(Peaks, AreFoundInLongRows) {
+  Shape shape;
+  shape.width = 4096 + 2 + 5;
+  shape.height = 3;
+  TestFixture::check(shape);
+}
+
 TYPED_TEST(Peaks, OfExtremeValuesFollowTheRule) {
   using T = TypeParam;
   constexpr T kMost = std::numeric_limits<T>::max(), kLeast = std::numeric_limits<T>::lowest();
