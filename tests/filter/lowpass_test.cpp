@@ -36,8 +36,15 @@ TEST(Lowpass, FollowsTheFormulaAtEveryWidthAndBorder) {
       for (const int mask : {33, 55}) checkLowpass(shape, border, mask);
     }
   });
-  // Rows longer than one stretch have inner stretches, which are read where they stand.
-  tryShape({1601, 258, {}, 2, 32}, [](const Shape& s) { checkLowpass(s, rvpBorderRepl, 55); });
+}
+
+// Teams begin at 256 rows, each with a ring of its own in the scratch; rows longer than one stretch have inner
+// stretches, which are read where they stand.
+TEST(Lowpass, DoesNotDependOnTheTeam) {
+  for (const int threads : {2, 3, 8}) {
+    tryShape({1601, 258, {}, threads, 32}, [](const Shape& s) { checkLowpass(s, rvpBorderRepl, 55); });
+    tryShape({9, 1030, {3, 1}, threads, 33}, [](const Shape& s) { checkLowpass(s, rvpBorderInMem, 33); });
+  }
 }
 
 TEST(Lowpass, ReportsTheFirstOfTwoFaults) {

@@ -50,7 +50,6 @@ struct PixelsOf {
 
 struct OneBit {
   using P = std::uint8_t;
-  static constexpr int kChannels = 0;
   static P random(std::uint64_t bits, int) { return static_cast<P>(bits % 2); }
   static P choose(bool least, P a, P b) { return least ? std::min(a, b) : std::max(a, b); }
   static P minus(P a, P b) { return a > b ? 1 : 0; }
