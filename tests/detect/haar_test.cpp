@@ -1,16 +1,5 @@
 // Stages of Haar cascades against an evaluator that works on the caller's own arrays.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <utility>
-
-#include "rvpcv.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -136,42 +125,37 @@ bool passes(const Stage<V>& s, const Plane<T>& table, const Plane<T>* tilt, V no
 
 // The types of table and values that belong together, with their functions.
 template <class TableType, class ValueType>
-struct Call {
-  using T = TableType;
-  using V = ValueType;
-  const T* src;
-  int srcStep;
-  const T* tilt;
-  int tiltStep;
-  const V* norm;
-  int normStep;
-  std::uint8_t* mask;
-  int maskStep;
-  RvpiSize size;
-  int* positive;
-  V threshold;
-  RvpiHaarClassifier* state;
-  int scale;
+struct Form;
+#define RVP_FORM(TABLE, VALUE, NAME)                                    \
+  template <>                                                           \
+  struct Form<TABLE, VALUE> {                                           \
+    using T = TABLE;                                                    \
+    using V = VALUE;                                                    \
+    static constexpr auto kPlain = rvpiApplyHaarClassifier_##NAME;      \
+    static constexpr auto kMixed = rvpiApplyMixedHaarClassifier_##NAME; \
+  };
+RVP_FORM(float, float, 32f_C1R)
+RVP_FORM(std::int32_t, float, 32s32f_C1R)
+RVP_FORM(std::int32_t, std::int32_t, 32s_C1RSfs)
 
-  RvpStatus run(bool mixed) const {
-    if constexpr (std::is_same_v<V, std::int32_t>) {
-      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32s_C1RSfs, scale)
-                   : runPlain(rvpiApplyHaarClassifier_32s_C1RSfs, scale);
-    } else if constexpr (std::is_same_v<T, float>) {
-      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32f_C1R) : runPlain(rvpiApplyHaarClassifier_32f_C1R);
-    } else {
-      return mixed ? runMixed(rvpiApplyMixedHaarClassifier_32s32f_C1R)
-                   : runPlain(rvpiApplyHaarClassifier_32s32f_C1R);
-    }
+// Calls go(scale), or go() where there is none.
+template <class V>
+auto withScale(int scale, const auto& go) {
+  if constexpr (std::is_same_v<V, float>) {
+    return go();
+  } else {
+    return go(scale);
   }
-  RvpStatus runPlain(const auto& apply, auto... last) const {
-    return apply(src, srcStep, norm, normStep, mask, maskStep, size, positive, threshold, state, last...);
-  }
-  RvpStatus runMixed(const auto& apply, auto... last) const {
-    return apply(src, srcStep, tilt, tiltStep, norm, normStep, mask, maskStep, size, positive, threshold, state,
-                 last...);
-  }
-};
+}
+
+template <class F>
+RvpStatus apply(bool mixed, auto& src, auto& tilt, auto& norm, auto& mask, int* positive, typename F::V threshold,
+                RvpiHaarClassifier* state, int scale) {
+  return withScale<typename F::V>(scale, [&](auto... last) {
+    return mixed ? call(F::kMixed, src, tilt, norm, mask, mask.size(), positive, threshold, state, last...)
+                 : call(F::kPlain, src, norm, mask, mask.size(), positive, threshold, state, last...);
+  });
+}
 
 // Picks the function of a value type.
 template <class V, class Integer, class Float>
@@ -185,9 +169,9 @@ auto pick(Integer integer, Float real) {
 
 // A block of the size that is asked for, at a multiple of 8, with nothing behind it.
 template <class V>
-class Block {
+class Memory {
  public:
-  explicit Block(const Stage<V>& s) : bytes_(Plane<std::uint8_t>((size(s) + 7) / 8 * 8, 1, 0xA5), Cliff::behind) {}
+  explicit Memory(const Stage<V>& s) : bytes_(Plane<std::uint8_t>((size(s) + 7) / 8 * 8, 1, 0xA5), Cliff::behind) {}
   static int size(const Stage<V>& s) {
     int bytes = 0;
     EXPECT_EQ(rvpiHaarClassifierGetSize(std::is_same_v<V, float> ? rvp32f : rvp32s, {1, 1}, s.num.data(),
@@ -226,7 +210,7 @@ Plane<std::uint8_t> randomMask(int width, int height, unsigned seed) {
 }
 
 template <class C>
-void checkStage(const Stage<typename C::V>& s, Block<typename C::V>& block, bool mixed, int width, unsigned seed,
+void checkStage(const Stage<typename C::V>& s, Memory<typename C::V>& block, bool mixed, int width, unsigned seed,
                 Cliff cliff) {
   using T = typename C::T;
   using V = typename C::V;
@@ -250,17 +234,15 @@ void checkStage(const Stage<typename C::V>& s, Block<typename C::V>& block, bool
   OnCliff<V> norms(norm, cliff);
   OnCliff<std::uint8_t> mask(before, cliff);
   int positive = -1;
-  const C call = {src.data(),  src.step(),  tilted.data(), tilted.step(), norms.data(),  norms.step(), mask.data(),
-                  mask.step(), mask.size(), &positive,     s.threshold,   block.state(), scale};
-  ASSERT_EQ(call.run(mixed), rvpStatusOk);
+  ASSERT_EQ(apply<C>(mixed, src, tilted, norms, mask, &positive, s.threshold, block.state(), scale), rvpStatusOk);
   ASSERT_TRUE(same(wanted, mask));
   ASSERT_EQ(positive, count);
 }
 
 template <class C>
 class Haar : public testing::Test {};
-using Calls = testing::Types<Call<float, float>, Call<std::int32_t, float>, Call<std::int32_t, std::int32_t>>;
-TYPED_TEST_SUITE(Haar, Calls);
+using Forms = testing::Types<Form<float, float>, Form<std::int32_t, float>, Form<std::int32_t, std::int32_t>>;
+TYPED_TEST_SUITE(Haar, Forms);
 
 TYPED_TEST(Haar, FollowsTheFormula) {
   using V = typename TypeParam::V;
@@ -269,7 +251,7 @@ TYPED_TEST(Haar, FollowsTheFormula) {
       const auto seed = static_cast<unsigned>(width) * 4 + kind;
       SCOPED_TRACE(seed);
       Stage<V> s = randomStage<V>(seed, kind == 1);
-      Block<V> block(s);
+      Memory<V> block(s);
       ASSERT_EQ(block.init(s), rvpStatusOk);
       // Kinds 2 and 3: every other classifier is tilted afterwards, with one flag or the other.
       if (kind >= 2) {
@@ -315,22 +297,20 @@ TYPED_TEST(Haar, EqualityPasses) {
   s.val1 = {-100, 5};
   s.val2 = {4, -100};
   s.threshold = 9;
-  Block<V> block(s);
+  Memory<V> block(s);
   ASSERT_EQ(block.init(s), rvpStatusOk);
-  const T table[4] = {0, 0, 0, 6};
-  const V norm = 3;
-  std::uint8_t mask = 200;
-  int positive = 0;
-  TypeParam call = {table, 8, table, 8, &norm, 4, &mask, 1, {1, 1}, &positive, s.threshold, block.state(), 0};
-  EXPECT_EQ(call.run(false), rvpStatusOk);
-  EXPECT_EQ(mask, 200);
-  EXPECT_EQ(positive, 1);
-  call.threshold = 10;
-  EXPECT_EQ(call.run(false), rvpStatusOk);
-  EXPECT_EQ(mask, 0);
-  EXPECT_EQ(positive, 0);
-  EXPECT_EQ(call.run(false), rvpStatusOk);
-  EXPECT_EQ(positive, 0);
+  Plane<T> table(2, 2);
+  table.at(1, 1) = 6;
+  Guarded<T> src(table);
+  Guarded<V> norm(Plane<V>(1, 1, 3));
+  Guarded<std::uint8_t> mask(Plane<std::uint8_t>(1, 1, 200));
+  for (const auto& [threshold, count] : {std::pair{9, 1}, {10, 0}, {10, 0}}) {
+    int positive = -1;
+    EXPECT_EQ(apply<TypeParam>(false, src, src, norm, mask, &positive, static_cast<V>(threshold), block.state(), 0),
+              rvpStatusOk);
+    EXPECT_EQ(mask.data()[0], 200 * count);
+    EXPECT_EQ(positive, count);
+  }
 }
 
 // A sum of values that shows its order: pairs, triples, others; or the caller's order in a tilted block.
@@ -345,7 +325,7 @@ TEST(HaarBlock, KeepsItsOrder) {
   const float norm = 1;
   for (const bool tilted : {false, true}) {
     s.tiltedInit = tilted;
-    std::vector<std::uint64_t> memory(static_cast<std::size_t>(Block<float>::size(s)) / 8 + 1);
+    std::vector<std::uint64_t> memory(static_cast<std::size_t>(Memory<float>::size(s)) / 8 + 1);
     auto* state = reinterpret_cast<RvpiHaarClassifier*>(memory.data());
     const auto init = tilted ? rvpiTiltedHaarClassifierInit_32f : rvpiHaarClassifierInit_32f;
     ASSERT_EQ(init(state, s.rects.data(), s.weights.data(), s.thresholds.data(), s.val1.data(), s.val2.data(),
@@ -364,43 +344,34 @@ TEST(HaarBlock, KeepsItsOrder) {
 }
 
 TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
-  using V = typename TypeParam::V;
-  using T = typename TypeParam::T;
+  using F = TypeParam;
+  using V = typename F::V;
   const Stage<V> s = randomStage<V>(5, false);
-  Block<V> block(s);
+  Memory<V> block(s);
   ASSERT_EQ(block.init(s), rvpStatusOk);
-  constexpr int kWidth = 4, kStep = 4 * (kWidth + kWindow + 1);
-  const auto table = randomPlane<T>(kWidth + kWindow + 1, 2 + kWindow, 1);
-  const auto norm = randomPlane<V>(kWidth, 1, 2);
-  std::uint8_t mask[kWidth] = {1, 2, 3, 4};
+  // The source's step is compared with the region.
+  const auto table = randomPlane<typename F::T>(4, 100, 1);
+  const auto norm = randomPlane<V>(4, 1, 2);
+  std::uint8_t mask[4] = {1, 2, 3, 4};
   int positive = 77;
-  const TypeParam call = {table.row(0), kStep,       table.row(0), kStep,       norm.row(0),   4 * kWidth, mask,
-                          kWidth,       {kWidth, 1}, &positive,    s.threshold, block.state(), 0};
-  for (const bool mixed : {false, true}) {
-    const Faults<TypeParam> faults = {
-        {rvpStatusNullPointer, [](auto& c) { c.tilt = nullptr; }, mixed},
-        {rvpStatusNullPointer, [](auto& c) { c.src = nullptr; }},
-        {rvpStatusNullPointer, [](auto& c) { c.norm = nullptr; }},
-        {rvpStatusNullPointer, [](auto& c) { c.mask = nullptr; }},
-        {rvpStatusNullPointer, [](auto& c) { c.positive = nullptr; }},
-        {rvpStatusNullPointer, [](auto& c) { c.state = nullptr; }},
-        {rvpStatusBadSize, [](auto& c) { c.size.width = 0; }},
-        {rvpStatusBadSize, [](auto& c) { c.size.height = -1; }},
-        {rvpStatusBadStep, [](auto& c) { c.tiltStep = -4; }, mixed},
-        {rvpStatusBadStep, [](auto& c) { c.srcStep = 4 * kWidth - 4; }},
-        {rvpStatusBadStep, [](auto& c) { c.normStep = 4 * kWidth - 1; }},
-        {rvpStatusBadStep, [](auto& c) { c.maskStep = kWidth - 1; }},
-        {rvpStatusStepNotMultiple, [](auto& c) { c.srcStep = 4 * kWidth + 1; }},
-        {rvpStatusStepNotMultiple, [](auto& c) { c.normStep = 4 * kWidth + 2; }},
-        {rvpStatusStepNotMultiple, [](auto& c) { c.tiltStep = kStep + 2; }, mixed},
-        {rvpStatusBadArgument, [](auto& c) { c.scale = 1; }, std::is_same_v<V, std::int32_t>}};
-    expectFirstOfTwo(faults, call, [=](const TypeParam& c) { return c.run(mixed); });
-  }
-  EXPECT_TRUE(positive == 77 && mask[0] == 1 && mask[3] == 4);
-  // The scratch area is asked for last, and by the plain functions only.
-  block.header().pScratch = nullptr;
-  EXPECT_EQ(call.run(false), rvpStatusNullPointer);
-  EXPECT_EQ(call.run(true), rvpStatusOk);
+  withScale<V>(0, [&](auto... scale) {
+    constexpr bool kScaled = sizeof...(scale) > 0;
+    const auto badScale = planted(rvpStatusBadArgument, [](auto& a) {
+                            if constexpr (kScaled)
+                              std::get<std::tuple_size_v<std::remove_reference_t<decltype(a)>> - 1>(a) = 1;
+                          }).when(kScaled);
+    expectFirstOfTwo(F::kPlain, {nulls<>, badSizes, shortSteps<0, 2, 4>, oddSteps<0, 2, 4>, badScale}, table.row(0),
+                     16, norm.row(0), 16, mask, 4, {4, 1}, &positive, s.threshold, block.state(), scale...);
+    expectFirstOfTwo(F::kMixed, {nulls<>, badSizes, shortSteps<0, 2, 4, 6>, oddSteps<0, 2, 4, 6>, badScale},
+                     table.row(0), 16, table.row(0), 16, norm.row(0), 16, mask, 4, {4, 1}, &positive, s.threshold,
+                     block.state(), scale...);
+    EXPECT_TRUE(positive == 77 && mask[0] == 1 && mask[3] == 4);
+    // The scratch area is asked for last, and by the plain functions only.
+    block.header().pScratch = nullptr;
+    EXPECT_EQ(F::kPlain(table.row(0), 16, norm.row(0), 16, mask, 4, {4, 1}, &positive, s.threshold, block.state(),
+                        scale...),
+              rvpStatusNullPointer);
+  });
 }
 
 TEST(HaarBlock, TellsWhatItHolds) {
@@ -410,7 +381,7 @@ TEST(HaarBlock, TellsWhatItHolds) {
              {4, 4, 1, 1}, {4, 4, 2, 2}, {5, 5, 1, 1}, {5, 5, 1, 2}};
   s.weights = {-1.9f, -1, 2, 3, -1.5f, 2, -1, 2};
   s.thresholds = s.val1 = s.val2 = {1, 2, 3, 4};
-  Block<float> block(s);
+  Memory<float> block(s);
   ASSERT_EQ(block.init(s), rvpStatusOk);
   const auto& h = block.header();
   const std::vector<int> counts = {h.classifierCount, h.featureCount, h.featureTotal,
@@ -428,21 +399,17 @@ TEST(HaarBlock, TellsWhatItHolds) {
 }
 
 TEST(HaarBlock, RefusesWhatItCannotHold) {
-  const int num[2] = {1, 1}, zero[2] = {1, 0}, many[1] = {50000000};
+  const int num[2] = {1, 1}, zero[2] = {1, 0}, many[2] = {50000000, 1};
   int size = -1;
-  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, nullptr, 0, &size), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, num, 2, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, num, 0, &size), rvpStatusBadSize);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 0}, num, 2, &size), rvpStatusBadSize);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(0, {1, 1}, zero, 2, &size), rvpStatusBadSize);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(rvp16s, {1, 1}, num, 2, &size), rvpStatusBadDataType);
-  EXPECT_EQ(rvpiHaarClassifierGetSize(rvp32s, {1, 1}, many, 1, &size), rvpStatusSizeOverflow);
+  expectFirstOfTwo(rvpiHaarClassifierGetSize,
+                   {nulls<>, at<3>(rvpStatusBadSize, 0), badSizes, at<2>(rvpStatusBadSize, zero),
+                    at<0>(rvpStatusBadDataType, rvp16s), at<2>(rvpStatusSizeOverflow, many)},
+                   rvp32s, {1, 1}, num, 2, &size);
   EXPECT_EQ(size, -1);
 
   Stage<std::int32_t> s = randomStage<std::int32_t>(9, true);
-  Block<std::int32_t> block(s);
+  Memory<std::int32_t> block(s);
   RvpiRect& rect = s.rects.back();
-  const RvpiRect good = rect;
   for (const RvpiRect bad : {RvpiRect{-1, 5, 1, 1}, {5, -1, 1, 1}, {5, 5, 0, 1}, {5, 5, 1, 0}, {5, 5, 1, 7}}) {
     rect = bad;
     EXPECT_EQ(block.init(s), rvpStatusBadArgument);
@@ -450,15 +417,12 @@ TEST(HaarBlock, RefusesWhatItCannotHold) {
   }
   rect = {5, 5, 1, 6};
   EXPECT_EQ(block.init(s), rvpStatusOk);
-  rect = good;
-  EXPECT_EQ(rvpiHaarClassifierInit_32s(block.state(), nullptr, s.weights.data(), s.thresholds.data(), s.val1.data(),
-                                       s.val2.data(), zero, 0),
-            rvpStatusNullPointer);
-  EXPECT_EQ(rvpiHaarClassifierInit_32s(block.state(), s.rects.data(), s.weights.data(), s.thresholds.data(),
-                                       s.val1.data(), s.val2.data(), zero, 2),
-            rvpStatusBadSize);
+  for (const auto init : {rvpiHaarClassifierInit_32s, rvpiTiltedHaarClassifierInit_32s})
+    expectFirstOfTwo(init, {nulls<>, at<7>(rvpStatusBadSize, 0), at<6>(rvpStatusBadSize, zero)}, block.state(),
+                     s.rects.data(), s.weights.data(), s.thresholds.data(), s.val1.data(), s.val2.data(), num, 2);
   const std::uint8_t all[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
-  EXPECT_EQ(rvpiTiltHaarFeatures_32s(nullptr, 1, block.state()), rvpStatusNullPointer);
+  EXPECT_EQ(block.init(s), rvpStatusOk);
+  expectFirstOfTwo(rvpiTiltHaarFeatures_32s, {nulls<>}, all, 1, block.state());
   EXPECT_EQ(rvpiTiltHaarFeatures_32s(all, 1, block.state()), rvpStatusBadArgument);
 }
 

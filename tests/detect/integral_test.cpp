@@ -1,32 +1,9 @@
 // Summed-area tables against their formulas, cell by cell.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <limits>
-#include <string>
-#include <utility>
-
-#include "rvpcv.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace test;
-
-template <class Cell, class Sqr>
-struct Arguments {
-  const std::uint8_t* src;
-  int srcStep;
-  Cell* dst;
-  int dstStep;
-  Sqr* sqr;
-  int sqrStep;
-  RvpiSize size;
-  Cell val;
-  Sqr sqrVal;
-};
 
 template <class CellType, class SqrType>
 struct Operation {
@@ -35,19 +12,18 @@ struct Operation {
   const char* name;
   int extra;  // Columns and rows more than the source: 1 if upright, 2 if tilted.
   bool squares;
-  std::function<RvpStatus(const Arguments<Cell, Sqr>&)> run;
+  // Source, sums and sums of squares with their steps, size, and the two start values.
+  std::function<RvpStatus(const std::uint8_t*, int, Cell*, int, Sqr*, int, RvpiSize, Cell, Sqr)> run;
 };
 
-#define SUMS(NAME, EXTRA)                                                                                      \
-  {                                                                                                            \
-#NAME, EXTRA, false, [](const auto& a) { return NAME(a.src, a.srcStep, a.dst, a.dstStep, a.size, a.val); } \
+#define SUMS(NAME, EXTRA)                                                                \
+  {                                                                                      \
+#NAME, EXTRA, false,                                                                 \
+        [](auto src, int srcStep, auto dst, int dstStep, auto, int, auto size, auto val, \
+           auto) { return NAME(src, srcStep, dst, dstStep, size, val); }                 \
   }
-#define SQUARES(NAME, EXTRA)                                                                                      \
-  {                                                                                                               \
-#NAME, EXTRA, true,                                                                                           \
-        [](const auto&                                                                                            \
-               a) { return NAME(a.src, a.srcStep, a.dst, a.dstStep, a.sqr, a.sqrStep, a.size, a.val, a.sqrVal); } \
-  }
+#define SQUARES(NAME, EXTRA) \
+  { #NAME, EXTRA, true, NAME }
 
 using Ints = Operation<std::int32_t, std::int32_t>;
 using Mixed = Operation<std::int32_t, double>;
@@ -72,13 +48,14 @@ std::vector<Floats> operations() {
 
 std::int32_t low(std::int64_t value) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(value)); }
 
-template <class Cell>
-Plane<Cell> upright(const Plane<std::uint8_t>& src, bool squares, Cell start) {
+template <class Cell, class Src>
+Plane<Cell> upright(const Plane<Src>& src, bool squares, Cell start) {
+  using Wide = std::conditional_t<std::is_same_v<Src, float>, float, std::int64_t>;
   Plane<Cell> table(src.width + 1, src.height + 1, start);
   for (int y = 0; y < src.height; ++y) {
-    std::int64_t running = 0;
+    Wide running = 0;
     for (int x = 0; x < src.width; ++x) {
-      const std::int64_t s = src.at(y, x);
+      const Wide s = src.at(y, x);
       running += squares ? s * s : s;
       if constexpr (std::is_integral_v<Cell>) {
         table.at(y + 1, x + 1) = low(table.at(y, x + 1) + running);
@@ -134,9 +111,7 @@ void check(const Op& operation, const Plane<std::uint8_t>& content, Placing plac
   Guarded<Sqr> sqr(Plane<Sqr>(columns, rows), placing);
   const Cell val = kStart<Cell>;
   const Sqr sqrVal = kStart<Sqr> / 7;
-  ASSERT_EQ(operation.run(
-                {src.data(), src.step(), dst.data(), dst.step(), sqr.data(), sqr.step(), src.size(), val, sqrVal}),
-            rvpStatusOk);
+  ASSERT_EQ(call(operation.run, src, dst, sqr, src.size(), val, sqrVal), rvpStatusOk);
   ASSERT_TRUE(same(expected(operation.extra, content, false, val), dst));
   if (operation.squares) {
     ASSERT_TRUE(same(expected(operation.extra, content, true, sqrVal), sqr));
@@ -159,32 +134,19 @@ TYPED_TEST(Integrals, FollowTheFormulaAtEveryWidth) {
 }
 
 TYPED_TEST(Integrals, ReportTheFirstOfTwoFaults) {
-  using Cell = typename TypeParam::Cell;
-  using Sqr = typename TypeParam::Sqr;
-  constexpr int kWidth = 5, kSqr = sizeof(Sqr);
   for (const auto& operation : operations<TypeParam>()) {
     SCOPED_TRACE(operation.name);
-    const int columns = kWidth + operation.extra;
-    const Plane<Cell> cells = randomPlane<Cell>(columns, columns, 1);
-    const Plane<Sqr> sqrCells = randomPlane<Sqr>(columns, columns, 2);
-    Guarded<std::uint8_t> src(randomPlane<std::uint8_t>(kWidth, kWidth, 3));
+    const int columns = 5 + operation.extra;
+    const auto cells = randomPlane<typename TypeParam::Cell>(columns, columns, 1);
+    const auto sqrCells = randomPlane<typename TypeParam::Sqr>(columns, columns, 2);
+    Guarded<std::uint8_t> src(randomPlane<std::uint8_t>(5, 5, 3));
+    Guarded dst(cells);
+    Guarded sqr(sqrCells);
     const bool squares = operation.squares;
-    const Faults<Arguments<Cell, Sqr>> faults = {
-        {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.sqr = nullptr; }, squares},
-        {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.height = -3; }},
-        {rvpStatusBadStep, [](auto& a) { a.srcStep = kWidth - 1; }},
-        {rvpStatusBadStep, [=](auto& a) { a.dstStep = 4 * columns - 4; }},
-        {rvpStatusBadStep, [=](auto& a) { a.sqrStep = kSqr * columns - 1; }, squares},
-        {rvpStatusStepNotMultiple, [=](auto& a) { a.dstStep = 4 * columns + 2; }},
-        {rvpStatusStepNotMultiple, [=](auto& a) { a.sqrStep = kSqr * columns + kSqr / 2; }, squares}};
-    Guarded<Cell> dst(cells);
-    Guarded<Sqr> sqr(sqrCells);
-    const Arguments<Cell, Sqr> good = {src.data(), src.step(), dst.data(), dst.step(), sqr.data(),
-                                       sqr.step(), src.size(), 0,          0};
-    expectFirstOfTwo(faults, good, operation.run);
+    expectFirstOfTwo(operation.run,
+                     {nulls<0, 2>, nulls<4>.when(squares), badSizes, shortSteps<0>, shortSteps<2>,
+                      shortSteps<4>.when(squares), oddSteps<2>, oddSteps<4>.when(squares)},
+                     src.data(), src.step(), dst.data(), dst.step(), sqr.data(), sqr.step(), src.size(), 0, 0);
     EXPECT_TRUE(same(cells, dst) && same(sqrCells, sqr));
   }
 }
@@ -193,25 +155,13 @@ TEST(FloatIntegral, AddsFromLeftToRightAndThenDown) {
   sweepSmall([](const Shape& shape) {
     const int height = shape.height + 4;
     const Plane<float> content = randomPlane<float>(shape.width, height, shape.seed, shape.width % 2 == 0);
-    Plane<float> table(shape.width + 1, height + 1);
-    for (int y = 0; y < height; ++y) {
-      float running = 0;
-      for (int x = 0; x < shape.width; ++x) {
-        running += content.at(y, x);
-        table.at(y + 1, x + 1) = table.at(y, x + 1) + running;
-      }
-    }
     Guarded<float> src(content, shape.placing), dst(Plane<float>(shape.width + 1, height + 1, 9), shape.placing);
-    ASSERT_EQ(rvpiIntegral_32f_C1R(src.data(), src.step(), dst.data(), dst.step(), src.size()), rvpStatusOk);
-    ASSERT_TRUE(same(table, dst));
+    ASSERT_EQ(call(rvpiIntegral_32f_C1R, src, dst, src.size()), rvpStatusOk);
+    ASSERT_TRUE(same(upright(content, false, 0.0f), dst));
   });
   float pixels[4] = {}, cells[9] = {};
-  EXPECT_EQ(rvpiIntegral_32f_C1R(nullptr, 8, cells, 12, {2, 2}), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiIntegral_32f_C1R(pixels, 7, cells, 13, {0, 2}), rvpStatusBadSize);
-  EXPECT_EQ(rvpiIntegral_32f_C1R(pixels, 7, cells, 13, {2, 2}), rvpStatusBadStep);
-  EXPECT_EQ(rvpiIntegral_32f_C1R(pixels, 9, cells, 8, {2, 2}), rvpStatusBadStep);
-  EXPECT_EQ(rvpiIntegral_32f_C1R(pixels, 9, cells, 12, {2, 2}), rvpStatusStepNotMultiple);
-  EXPECT_EQ(rvpiIntegral_32f_C1R(pixels, 8, cells, 14, {2, 2}), rvpStatusStepNotMultiple);
+  expectFirstOfTwo(rvpiIntegral_32f_C1R, {nulls<>, badSizes, shortSteps<>, oddSteps<>}, pixels, 8, cells, 12,
+                   {2, 2});
 }
 
 }  // namespace

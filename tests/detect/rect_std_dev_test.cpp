@@ -1,30 +1,9 @@
 // Standard deviations in rectangles against their formulas, pixel by pixel.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace test;
-
-template <class T, class Sqr, class Dst>
-struct Arguments {
-  const T* src;
-  int srcStep;
-  const Sqr* sqr;
-  int sqrStep;
-  Dst* dst;
-  int dstStep;
-  RvpiSize size;
-  RvpiRect rect;
-  int scale;
-};
 
 // A rectangle's sum of cells that were converted to Sum; sums of integers wrap.
 template <class Sum, class T>
@@ -55,10 +34,7 @@ struct Scaled {
   using T = std::int32_t;
   using Sqr = std::int32_t;
   using Dst = std::int32_t;
-  static RvpStatus run(bool tilted, const Arguments<T, Sqr, Dst>& a) {
-    return (tilted ? rvpiTiltedRectStdDev_32s_C1RSfs : rvpiRectStdDev_32s_C1RSfs)(
-        a.src, a.srcStep, a.sqr, a.sqrStep, a.dst, a.dstStep, a.size, a.rect, a.scale);
-  }
+  static constexpr std::array kRun = {rvpiRectStdDev_32s_C1RSfs, rvpiTiltedRectStdDev_32s_C1RSfs};
   static Dst expected(bool tilted, const Plane<T>& src, const Plane<Sqr>& sqr, RvpiRect r, int area, int scale,
                       int i, int j) {
     const auto n = static_cast<float>(area);
@@ -76,10 +52,7 @@ struct Mixed {
   using T = std::int32_t;
   using Sqr = double;
   using Dst = float;
-  static RvpStatus run(bool tilted, const Arguments<T, Sqr, Dst>& a) {
-    return (tilted ? rvpiTiltedRectStdDev_32s32f_C1R : rvpiRectStdDev_32s32f_C1R)(
-        a.src, a.srcStep, a.sqr, a.sqrStep, a.dst, a.dstStep, a.size, a.rect);
-  }
+  static constexpr std::array kRun = {rvpiRectStdDev_32s32f_C1R, rvpiTiltedRectStdDev_32s32f_C1R};
   static Dst expected(bool tilted, const Plane<T>& src, const Plane<Sqr>& sqr, RvpiRect r, int area, int, int i,
                       int j) {
     const float mean = static_cast<float>(corners<T>(src, tilted, r, i, j)) / static_cast<float>(area);
@@ -97,10 +70,7 @@ struct Floats {
   using T = float;
   using Sqr = double;
   using Dst = float;
-  static RvpStatus run(bool tilted, const Arguments<T, Sqr, Dst>& a) {
-    return (tilted ? rvpiTiltedRectStdDev_32f_C1R : rvpiRectStdDev_32f_C1R)(a.src, a.srcStep, a.sqr, a.sqrStep,
-                                                                            a.dst, a.dstStep, a.size, a.rect);
-  }
+  static constexpr std::array kRun = {rvpiRectStdDev_32f_C1R, rvpiTiltedRectStdDev_32f_C1R};
   static Dst expected(bool tilted, const Plane<T>& src, const Plane<Sqr>& sqr, RvpiRect r, int area, int, int i,
                       int j) {
     const auto sum = static_cast<double>(corners<T>(src, tilted, r, i, j));
@@ -145,9 +115,11 @@ void check(bool tilted, RvpiSize size, RvpiRect rect, int scale, const Shape& sh
   Guarded<typename Form::T> src(in.src, shape.placing);
   Guarded<typename Form::Sqr> sqr(in.sqr, shape.placing);
   Guarded<typename Form::Dst> dst(Plane<typename Form::Dst>(size.width, size.height, 1), shape.placing);
-  ASSERT_EQ(Form::run(tilted,
-                      {src.data(), src.step(), sqr.data(), sqr.step(), dst.data(), dst.step(), size, rect, scale}),
-            rvpStatusOk);
+  if constexpr (std::is_same_v<Form, Scaled>) {
+    ASSERT_EQ(call(Form::kRun[tilted], src, sqr, dst, size, rect, scale), rvpStatusOk);
+  } else {
+    ASSERT_EQ(call(Form::kRun[tilted], src, sqr, dst, size, rect), rvpStatusOk);
+  }
   const int area = (tilted ? 2 : 1) * rect.width * rect.height;
   const auto wanted = planeOf<typename Form::Dst>(size.width, size.height, [&](int j, int i) {
     return Form::expected(tilted, in.src, in.sqr, rect, area, scale, i, j);
@@ -175,67 +147,34 @@ TEST(RectStdDevOnATeam, GivesTheSameResult) {
 }
 
 constexpr RvpiSize kSize = {5, 3};
-constexpr RvpiRect kRect = {4, 1, 2, 3};
 
 TYPED_TEST(RectStdDev, ReportsTheFirstOfTwoFaults) {
   using Form = TypeParam;
-  using Args = Arguments<typename Form::T, typename Form::Sqr, typename Form::Dst>;
   static constexpr int kSqr = sizeof(typename Form::Sqr);
   for (const bool tilted : {false, true}) {
-    const RvpiSize cells = tableSize(tilted, kSize, kRect);
-    Tables<Form> in(cells.width, cells.height, 5);
-    const Faults<Args> faults = {
-        {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.sqr = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-        {rvpStatusBadStep, [](auto& a) { a.srcStep = 4 * kSize.width; }},
-        {rvpStatusBadStep, [](auto& a) { a.dstStep = 4 * kSize.width - 2; }},
-        {rvpStatusBadStep, [](auto& a) { a.sqrStep = kSqr * kSize.width; }},
-        {rvpStatusBadStep, [](auto& a) { a.rect.width = std::numeric_limits<int>::max(); }},
-        {rvpStatusStepNotMultiple, [](auto& a) { a.srcStep |= 2; }},
-        {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep |= 1; }},
-        {rvpStatusStepNotMultiple, [](auto& a) { a.sqrStep |= kSqr / 2; }},
-        {rvpStatusBadSize, [](auto& a) { a.rect.x = -1; }},
-        {rvpStatusBadSize, [](auto& a) { a.rect.y = -1; }},
-        {rvpStatusBadSize, [](auto& a) { a.rect.width = 0; }},
-        {rvpStatusBadSize, [](auto& a) { a.rect.height = 0; }}};
+    const RvpiSize cells = tableSize(tilted, kSize, {4, 1, 2, 3});
+    const Tables<Form> in(cells.width, cells.height, 5);
+    Guarded src(in.src);
+    Guarded sqr(in.sqr);
     const Plane<typename Form::Dst> untouched(kSize.width, kSize.height, 7);
-    Guarded<typename Form::Dst> dst(untouched);
-    const Args good = {
-        in.src.row(0), 4 * cells.width, in.sqr.row(0), kSqr * cells.width, dst.data(), dst.step(), kSize, kRect, 0};
-    expectFirstOfTwo(faults, good, [=](const Args& a) { return Form::run(tilted, a); });
+    Guarded dst(untouched);
+    const auto check = [&](auto run, auto... scale) {
+      expectFirstOfTwo(run,
+                       {nulls<>, badSizes, at<1>(rvpStatusBadStep, 4 * kSize.width), shortSteps<4>,
+                        at<3>(rvpStatusBadStep, kSqr * kSize.width),
+                        at<7>(rvpStatusBadStep, RvpiRect{4, 1, INT32_MAX, 3}), oddSteps<>,
+                        at<7>(rvpStatusBadSize, RvpiRect{-1, 1, 2, 3}, RvpiRect{4, -1, 2, 3}, RvpiRect{4, 1, 0, 3},
+                              RvpiRect{4, 1, 2, 0})},
+                       src.data(), src.step(), sqr.data(), sqr.step(), dst.data(), dst.step(), kSize, {4, 1, 2, 3},
+                       scale...);
+    };
+    if constexpr (std::is_same_v<Form, Scaled>) {
+      check(Form::kRun[tilted], 0);
+    } else {
+      check(Form::kRun[tilted]);
+    }
     EXPECT_TRUE(same(untouched, dst));
   }
-}
-
-// Over a flat image each rectangle has the deviation 0, which only the right corners of the right area give, and a
-// step of one has the known deviation.
-TEST(RectStdDevOfAnImage, IsThatOfItsPixels) {
-  constexpr int kSide = 24;
-  Plane<std::uint8_t> image(kSide, kSide, 200);
-  Plane<std::int32_t> sums(kSide + 2, kSide + 2);
-  Plane<double> squares(kSide + 2, kSide + 2);
-  const int step = 4 * (kSide + 2), sqrStep = 2 * step;
-  float deviations[16];
-  ASSERT_EQ(rvpiTiltedSqrIntegral_8u32s64f_C1R(image.row(0), kSide, &sums.at(0, 0), step, &squares.at(0, 0),
-                                               sqrStep, {kSide, kSide}, 5, 0.25),
-            rvpStatusOk);
-  ASSERT_EQ(rvpiTiltedRectStdDev_32s32f_C1R(sums.row(0), step, squares.row(0), sqrStep, deviations, 16, {4, 4},
-                                            {9, 1, 3, 4}),
-            rvpStatusOk);
-  for (const float deviation : deviations) EXPECT_EQ(deviation, 0);
-  for (int y = 0; y < kSide; ++y) {
-    for (int x = 1; x < kSide; x += 2) image.at(y, x) = 100;
-  }
-  ASSERT_EQ(rvpiSqrIntegral_8u32s64f_C1R(image.row(0), kSide, &sums.at(0, 0), step, &squares.at(0, 0), sqrStep,
-                                         {kSide, kSide}, 5, 0.25),
-            rvpStatusOk);
-  ASSERT_EQ(
-      rvpiRectStdDev_32s32f_C1R(sums.row(0), step, squares.row(0), sqrStep, deviations, 16, {4, 4}, {1, 2, 6, 5}),
-      rvpStatusOk);
-  for (const float deviation : deviations) EXPECT_EQ(deviation, 50);
 }
 
 }  // namespace

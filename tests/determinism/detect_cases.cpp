@@ -24,18 +24,14 @@ Tables<T> tables(Lab& lab) {
   const std::string type = "8u" + suffix<T>();
   const Tables<T> t = {lab.blank<T>(1, kTable), lab.blank<double>(1, kTable), lab.blank<T>(1, kTilted),
                        lab.blank<double>(1, kTilted)};
-  lab.call("rvpiIntegral_" + type + "_C1R", src.data, src.step, t.sums.data, t.sums.step, kSize, T{3});
+  lab.call("rvpiIntegral_" + type + "_C1R", src, t.sums, kSize, T{3});
   lab.keep(t.sums);
-  lab.call("rvpiTiltedIntegral_" + type + "_C1R", src.data, src.step, t.tilted.data, t.tilted.step, kSize, T{3});
+  lab.call("rvpiTiltedIntegral_" + type + "_C1R", src, t.tilted, kSize, T{3});
   lab.keep(t.tilted);
-  lab.call("rvpiTiltedSqrIntegral_" + type + "64f_C1R", src.data, src.step, t.tilted.data, t.tilted.step,
-           t.tiltedSquares.data, t.tiltedSquares.step, kSize, T{0}, 0.0);
-  lab.keep(t.tilted);
-  lab.keep(t.tiltedSquares);
-  lab.call("rvpiSqrIntegral_" + type + "64f_C1R", src.data, src.step, t.sums.data, t.sums.step, t.squares.data,
-           t.squares.step, kSize, T{0}, 0.0);
-  lab.keep(t.sums);
-  lab.keep(t.squares);
+  lab.call("rvpiTiltedSqrIntegral_" + type + "64f_C1R", src, t.tilted, t.tiltedSquares, kSize, T{0}, 0.0);
+  lab.keep(t.tilted, t.tiltedSquares);
+  lab.call("rvpiSqrIntegral_" + type + "64f_C1R", src, t.sums, t.squares, kSize, T{0}, 0.0);
+  lab.keep(t.sums, t.squares);
   return t;
 }
 
@@ -49,8 +45,7 @@ Image<float> deviations(Lab& lab, const Tables<T>& t) {
     const RvpiRect rect = isTilted ? RvpiRect{9, 1, 8, 8} : RvpiRect{1, 1, 20, 20};
     const auto& sums = isTilted ? t.tilted : t.sums;
     const auto& squares = isTilted ? t.tiltedSquares : t.squares;
-    lab.call((isTilted ? "rvpiTiltedRectStdDev_" : "rvpiRectStdDev_") + type, sums.data, sums.step, squares.data,
-             squares.step, dst.data, dst.step, kWindows, rect);
+    lab.call((isTilted ? "rvpiTiltedRectStdDev_" : "rvpiRectStdDev_") + type, sums, squares, dst, kWindows, rect);
     lab.keep(dst);
   }
   return dst;
@@ -64,20 +59,16 @@ void integrals(Lab& lab) {
   const auto squares = lab.blank<std::int32_t>(1, kTable);
   const auto tilted = lab.blank<std::int32_t>(1, kTilted);
   const auto tiltedSquares = lab.blank<std::int32_t>(1, kTilted);
-  lab.call("rvpiSqrIntegral_8u32s_C1R", src.data, src.step, sums.data, sums.step, squares.data, squares.step, kSize,
-           0, 0);
-  lab.call("rvpiTiltedSqrIntegral_8u32s_C1R", src.data, src.step, tilted.data, tilted.step, tiltedSquares.data,
-           tiltedSquares.step, kSize, 0, 0);
+  lab.call("rvpiSqrIntegral_8u32s_C1R", src, sums, squares, kSize, 0, 0);
+  lab.call("rvpiTiltedSqrIntegral_8u32s_C1R", src, tilted, tiltedSquares, kSize, 0, 0);
   const auto dst = lab.blank<std::int32_t>(1, kWindows);
-  lab.call("rvpiRectStdDev_32s_C1RSfs", sums.data, sums.step, squares.data, squares.step, dst.data, dst.step,
-           kWindows, RvpiRect{1, 1, 20, 20}, -3);
+  lab.call("rvpiRectStdDev_32s_C1RSfs", sums, squares, dst, kWindows, RvpiRect{1, 1, 20, 20}, -3);
   lab.keep(dst);
-  lab.call("rvpiTiltedRectStdDev_32s_C1RSfs", tilted.data, tilted.step, tiltedSquares.data, tiltedSquares.step,
-           dst.data, dst.step, kWindows, RvpiRect{9, 1, 8, 8}, -3);
+  lab.call("rvpiTiltedRectStdDev_32s_C1RSfs", tilted, tiltedSquares, dst, kWindows, RvpiRect{9, 1, 8, 8}, -3);
   lab.keep(dst);
   const auto floats = lab.picture<float>();
   const auto table = lab.blank<float>(1, kTable);
-  lab.call("rvpiIntegral_32f_C1R", floats.data, floats.step, table.data, table.step, kSize);
+  lab.call("rvpiIntegral_32f_C1R", floats, table, kSize);
   lab.keep(table);
 }
 
@@ -95,9 +86,8 @@ void* stage(Lab& lab, bool isMixed) {
   const V above[] = {2, -1, 3};
   const std::uint8_t tilted[] = {0, 0, 1};
   const std::string type = suffix<V>();
-  int bytes = 0;
-  lab.call("rvpiHaarClassifierGetSize", RvpDataType{std::is_same_v<V, float> ? rvp32f : rvp32s}, RvpiSize{24, 24},
-           &kCounts[0], kClassifiers, &bytes);
+  const int bytes = lab.size("rvpiHaarClassifierGetSize", RvpDataType{std::is_same_v<V, float> ? rvp32f : rvp32s},
+                       RvpiSize{24, 24}, &kCounts[0], kClassifiers);
   void* const block = lab.wordBlock(bytes);
   lab.call("rvpiHaarClassifierInit_" + type, block, &kRects[0], &weights[0], &thresholds[0], &below[0], &above[0],
            &kCounts[0], kClassifiers);
@@ -120,11 +110,11 @@ void apply(Lab& lab, const std::string& type, const Tables<T>& t, const Image<V>
     const RvpiSize size = {kWindows.width - 12, kWindows.height};
     const auto run = [&](auto... scale) {
       if (isMixed)
-        lab.call("rvpiApplyMixedHaarClassifier_" + type, sums, t.sums.step, tilted, t.tilted.step, norm.data,
-                 norm.step, mask.data, mask.step, size, &positive, V{0}, block, scale...);
+        lab.call("rvpiApplyMixedHaarClassifier_" + type, sums, t.sums.step, tilted, t.tilted.step, norm, mask, size,
+                 &positive, V{0}, block, scale...);
       else
-        lab.call("rvpiApplyHaarClassifier_" + type, sums, t.sums.step, norm.data, norm.step, mask.data, mask.step,
-                 size, &positive, V{0}, block, scale...);
+        lab.call("rvpiApplyHaarClassifier_" + type, sums, t.sums.step, norm, mask, size, &positive, V{0}, block,
+                 scale...);
     };
     if constexpr (std::is_same_v<V, float>)
       run();

@@ -11,11 +11,10 @@ constexpr RvpiBorderType kBorder = rvpBorderRepl;
 Image<std::uint8_t> edges(Lab& lab, RvpiMaskSize mask, RvpiNormKind norm) {
   const auto src = lab.picture<std::uint8_t>();
   const auto dst = lab.blank<std::uint8_t>();
-  int bytes = 0;
   const RvpiFilterKind filter = rvpFilterSobel;
-  lab.call("rvpiCannyBorderGetSize", kSize, filter, mask, norm, &bytes);
-  lab.call("rvpiCannyBorder_8u_C1R", src.data, src.step, dst.data, dst.step, kSize, filter, mask, kBorder,
-           std::uint8_t{0}, norm, lab.block(bytes), 60.0F, 140.0F);
+  const int bytes = lab.size("rvpiCannyBorderGetSize", kSize, filter, mask, norm);
+  lab.call("rvpiCannyBorder_8u_C1R", src, dst, kSize, filter, mask, kBorder, std::uint8_t{0}, norm,
+           lab.block(bytes), 60.0F, 140.0F);
   lab.keep(dst);
   return dst;
 }
@@ -25,10 +24,8 @@ void readyEdges(Lab& lab) {
   const auto dx = lab.picture<T>();
   const auto dy = lab.picture<T>(1, 5);
   const auto dst = lab.blank<std::uint8_t>();
-  int bytes = 0;
-  lab.call("rvpiCannyGetSize", kSize, &bytes);
-  lab.call("rvpiCanny_" + suffix<T>() + "8u_C1R", dx.data, dx.step, dy.data, dy.step, dst.data, dst.step, kSize,
-           lab.block(bytes), 20.0F, 40.0F);
+  const int bytes = lab.size("rvpiCannyGetSize", kSize);
+  lab.call("rvpiCanny_" + suffix<T>() + "8u_C1R", dx, dy, dst, kSize, lab.block(bytes), 20.0F, 40.0F);
   lab.keep(dst);
 }
 
@@ -47,16 +44,15 @@ void eigenType(Lab& lab) {
     for (const bool isVectors : {false, true}) {
       const std::string stem = isVectors ? "rvpiEigenValsVecs" : "rvpiMinEigenVal";
       const auto dst = lab.blank<float>(isVectors ? 6 : 1);
-      int bytes = 0;
-      lab.call(stem + "GetBufferSize_" + type, kSize, 3, window, &bytes);
-      lab.call(stem + "Border_" + type, src.data, src.step, dst.data, dst.step, kSize,
-               RvpiKernelKind{rvpKernelSobel}, 3, window, kBorder, T{0}, lab.block(bytes));
+      const int bytes = lab.size(stem + "GetBufferSize_" + type, kSize, 3, window);
+      lab.call(stem + "Border_" + type, src, dst, kSize, RvpiKernelKind{rvpKernelSobel}, 3, window, kBorder, T{0},
+               lab.block(bytes));
       lab.keep(dst);
       // Without a border the pixels around the region are read: those of a part in the middle.
       const RvpiSize inner = {kSize.width - 8, kSize.height - 8};
       const T* const first = src.data + static_cast<std::ptrdiff_t>(src.step) / static_cast<int>(sizeof(T)) * 4 + 4;
-      lab.call(stem + "_" + type, first, src.step, dst.data, dst.step, inner, RvpiKernelKind{rvpKernelSobel}, 3,
-               window, lab.block(bytes));
+      lab.call(stem + "_" + type, first, src.step, dst, inner, RvpiKernelKind{rvpKernelSobel}, 3, window,
+               lab.block(bytes));
       lab.keep(dst);
     }
   }
@@ -71,11 +67,9 @@ template <class T>
 Image<float> harris(Lab& lab, int window, RvpDataType type) {
   const auto src = lab.picture<T>();
   const auto dst = lab.blank<float>();
-  int bytes = 0;
-  lab.call("rvpiHarrisCornerGetBufferSize", kSize, RvpiMaskSize{33}, window, type, 1, &bytes);
-  lab.call(std::string("rvpiHarrisCorner_") + (type == rvp8u ? "8u" : "") + "32f_C1R", src.data, src.step, dst.data,
-           dst.step, kSize, RvpiFilterKind{rvpFilterSobel}, RvpiMaskSize{33}, window, 0.04F, 1e-6F, kBorder, T{0},
-           lab.block(bytes));
+  const int bytes = lab.size("rvpiHarrisCornerGetBufferSize", kSize, RvpiMaskSize{33}, window, type, 1);
+  lab.call(std::string("rvpiHarrisCorner_") + (type == rvp8u ? "8u" : "") + "32f_C1R", src, dst, kSize,
+           RvpiFilterKind{rvpFilterSobel}, RvpiMaskSize{33}, window, 0.04F, 1e-6F, kBorder, T{0}, lab.block(bytes));
   lab.keep(dst);
   return dst;
 }
@@ -86,10 +80,9 @@ void peaksOf(Lab& lab, const Image<T>& src, T threshold) {
   for (const RvpiPeakNorm norm : {rvpPeakSquare, rvpPeakCross}) {
     std::vector<RvpiPoint> peaks(kMost);
     int count = 0;
-    int bytes = 0;
-    lab.call("rvpiFindPeaks3x3GetBufferSize_" + suffix<T>() + "_C1R", kSize.width, &bytes);
-    lab.call("rvpiFindPeaks3x3_" + suffix<T>() + "_C1R", src.data, src.step, kSize, peaks.data(), kMost, &count,
-             norm, 2, lab.block(bytes), threshold);
+    const int bytes = lab.size("rvpiFindPeaks3x3GetBufferSize_" + suffix<T>() + "_C1R", kSize.width);
+    lab.call("rvpiFindPeaks3x3_" + suffix<T>() + "_C1R", src, kSize, peaks.data(), kMost, &count, norm, 2,
+             lab.block(bytes), threshold);
     lab.keep(&count, 1);
     lab.keep(peaks.data(), count);
   }
@@ -104,10 +97,9 @@ void corners(Lab& lab) {
   const auto src = lab.picture<std::uint8_t>();
   const auto lines = edges(lab, 33, rvpNormL2);
   const auto dst = lab.blank<std::uint8_t>();
-  int bytes = 0;
-  lab.call("rvpiLineSuppressionGetBufferSize", kSize, RvpiMaskSize{33}, 5, RvpDataType{rvp8u}, 1, &bytes);
-  lab.call("rvpiLineSuppression_8u_C1R", src.data, src.step, lines.data, lines.step, dst.data, dst.step, kSize,
-           RvpiFilterKind{rvpFilterSobel}, RvpiMaskSize{33}, 5, 0.1F, kBorder, std::uint8_t{0}, lab.block(bytes));
+  const int bytes = lab.size("rvpiLineSuppressionGetBufferSize", kSize, RvpiMaskSize{33}, 5, RvpDataType{rvp8u}, 1);
+  lab.call("rvpiLineSuppression_8u_C1R", src, lines, dst, kSize, RvpiFilterKind{rvpFilterSobel}, RvpiMaskSize{33},
+           5, 0.1F, kBorder, std::uint8_t{0}, lab.block(bytes));
   lab.keep(dst);
 }
 
@@ -115,22 +107,18 @@ void fastn(Lab& lab) {
   const auto src = lab.picture<std::uint8_t>();
   const int options = rvpFastNOrientation | rvpFastNSuppression | rvpFastNDetect | rvpFastNScore;
   for (const auto& [radius, arc] : {std::pair{1, 5}, {3, 9}, {5, 15}, {9, 27}}) {
-    int specBytes = 0;
     int bytes = 0;
-    lab.call("rvpiFastNGetSize", kSize, radius, arc, 16, options, RvpDataType{rvp8u}, 1, &specBytes);
+    int specBytes = lab.size("rvpiFastNGetSize", kSize, radius, arc, 16, options, RvpDataType{rvp8u}, 1);
     auto* const spec = static_cast<void*>(lab.block(specBytes));
     lab.call("rvpiFastNInit", kSize, radius, arc, 16, options, RvpDataType{rvp8u}, 1, spec, 15.0F);
-    lab.call("rvpiFastNGetBufferSize", spec, kSize, &bytes);
+    bytes = lab.size("rvpiFastNGetBufferSize", spec, kSize);
     const auto corner = lab.blank<std::uint8_t>();
     const auto score = lab.blank<std::uint8_t>();
     int count = 0;
-    lab.call("rvpiFastN_8u_C1R", src.data, src.step, corner.data, corner.step, score.data, score.step, &count,
-             RvpiPoint{0, 0}, kSize, spec, lab.block(bytes));
+    lab.call("rvpiFastN_8u_C1R", src, corner, score, &count, RvpiPoint{0, 0}, kSize, spec, lab.block(bytes));
     std::vector<RvpiCornerFastN> list(static_cast<std::size_t>(count) + 1);
-    lab.call("rvpiFastN2DToVec_8u", corner.data, corner.step, score.data, score.step, list.data(), kSize, count,
-             &count, spec);
-    lab.keep(corner);
-    lab.keep(score);
+    lab.call("rvpiFastN2DToVec_8u", corner, score, list.data(), kSize, count, &count, spec);
+    lab.keep(corner, score);
     lab.keep(list.data(), count);
   }
 }
@@ -142,21 +130,19 @@ void hough(Lab& lab) {
   RvpiPointPolar lines[kMost] = {};
   RvpiPointPolar region[2] = {{-200.0F, 0.2F}, {300.0F, 2.5F}};
   int count = 0;
-  int bytes = 0;
-  lab.call("rvpiHoughLineGetSize_8u_C1R", kSize, delta, kMost, &bytes);
-  lab.call("rvpiHoughLine_8u32f_C1R", src.data, src.step, kSize, delta, 60, &lines[0], kMost, &count,
-           lab.block(bytes));
+  int bytes = lab.size("rvpiHoughLineGetSize_8u_C1R", kSize, delta, kMost);
+  lab.call("rvpiHoughLine_8u32f_C1R", src, kSize, delta, 60, &lines[0], kMost, &count, lab.block(bytes));
   lab.keep(lines, count);
-  lab.call("rvpiHoughLine_Region_8u32f_C1R", src.data, src.step, kSize, &lines[0], &region[0], kMost, &count, delta,
-           60, lab.block(bytes));
+  lab.call("rvpiHoughLine_Region_8u32f_C1R", src, kSize, &lines[0], &region[0], kMost, &count, delta, 60,
+           lab.block(bytes));
   lab.keep(lines, count);
   RvpiSegment segments[kMost] = {};
   int specBytes = 0;
-  lab.call("rvpiHoughProbLineGetSize_8u_C1R", kSize, delta, &specBytes, &bytes);
+  bytes = lab.size("rvpiHoughProbLineGetSize_8u_C1R", kSize, delta, &specBytes);
   auto* const spec = static_cast<void*>(lab.block(specBytes));
   lab.call("rvpiHoughProbLineInit_8u32f_C1R", kSize, delta, 0, spec);
-  lab.call("rvpiHoughProbLine_8u32f_C1R", src.data, src.step, kSize, 40, 20, 4, &segments[0], kMost, &count,
-           lab.block(bytes), spec);
+  lab.call("rvpiHoughProbLine_8u32f_C1R", src, kSize, 40, 20, 4, &segments[0], kMost, &count, lab.block(bytes),
+           spec);
   lab.keep(segments, count);
 }
 

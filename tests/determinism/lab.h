@@ -10,6 +10,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -54,16 +55,19 @@ class Lab {
 
   explicit Lab(const Setting& setting) : setting_(setting) {}
 
-  // Calls an exported function, whose parameters have exactly the types of these arguments.
+  // Calls an exported function, whose parameters have exactly the types of these arguments; an image stands for its
+  // first pixel and its step.
   template <class... Arguments>
   void call(const std::string& name, Arguments... arguments) {
-    auto* const function = reinterpret_cast<RvpStatus (*)(Arguments...)>(dlsym(setting_.library, name.c_str()));
-    if (function == nullptr) throw std::runtime_error("there is no function " + name);
-    const RvpStatus status = function(arguments...);
-    if (status < 0) throw std::runtime_error(name + " gave " + std::to_string(status));
-    ++calls_;
-    lastCalled_ = name;
-    keep(&status, 1);
+    std::apply([&](auto... spread) { callSpread(name, spread...); }, std::tuple_cat(spreadOut(arguments)...));
+  }
+
+  // The number that a function gives by its last argument.
+  template <class... Arguments>
+  int size(const std::string& name, Arguments... arguments) {
+    int number = 0;
+    call(name, arguments..., &number);
+    return number;
   }
 
   template <class T, class Content>
@@ -106,9 +110,10 @@ class Lab {
   // Gives back all images and blocks: the system has only so many pages to protect.
   void release() { memory_.clear(); }
 
-  template <class T>
-  void keep(const Image<T>& image) {
+  template <class T, class... More>
+  void keep(const Image<T>& image, const Image<More>&... more) {
     for (int y = 0; y < image.rows; ++y) keep(at(image, y), image.columns);
+    (keep(more), ...);
   }
   template <class T>
   void keep(const T* values, int count) {
@@ -133,6 +138,25 @@ class Lab {
   const std::string& origin(std::size_t at) const { return origins_.upper_bound(at)->second; }
 
  private:
+  template <class... Arguments>
+  void callSpread(const std::string& name, Arguments... arguments) {
+    auto* const function = reinterpret_cast<RvpStatus (*)(Arguments...)>(dlsym(setting_.library, name.c_str()));
+    if (function == nullptr) throw std::runtime_error("there is no function " + name);
+    const RvpStatus status = function(arguments...);
+    if (status < 0) throw std::runtime_error(name + " gave " + std::to_string(status));
+    ++calls_;
+    lastCalled_ = name;
+    keep(&status, 1);
+  }
+  template <class T>
+  static auto spreadOut(const T& argument) {
+    return std::tuple(argument);
+  }
+  template <class T>
+  static auto spreadOut(const Image<T>& image) {
+    return std::tuple(image.data, image.step);
+  }
+
   static int level(int y, int x, int channel) {
     // Worked out once: it would take longer than the operations do.
     static const auto levels = [] {

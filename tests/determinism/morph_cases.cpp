@@ -27,8 +27,7 @@ void morphType(Lab& lab, const std::string& type, int channels, const std::strin
     lab.release();
     const auto src = lab.picture<T>(channels, 0, bytesSize);
     int specBytes = 0;
-    int bufferBytes = 0;
-    lab.call(stem + "GetSize" + form, kSize, kMaskSize, &specBytes, &bufferBytes);
+    int bufferBytes = lab.size(stem + "GetSize" + form, kSize, kMaskSize, &specBytes);
     auto* const spec = static_cast<void*>(lab.block(specBytes));
     auto* const buffer = lab.block(bufferBytes);
     lab.call(stem + "Init" + form, kSize, mask.data(), kMaskSize, spec, buffer);
@@ -37,12 +36,11 @@ void morphType(Lab& lab, const std::string& type, int channels, const std::strin
       const T values[4] = {1, 0, 1, 0};
       const RvpiBorderType border = rvpBorderRepl;
       if (isBits)
-        lab.call(name + form, src.data, src.step, 1, dst.data, dst.step, 2, kSize, border, std::uint8_t{1}, spec,
-                 buffer);
+        lab.call(name + form, src, 1, dst, 2, kSize, border, std::uint8_t{1}, spec, buffer);
       else if (channels == 1)
-        lab.call(name + form, src.data, src.step, dst.data, dst.step, kSize, border, values[0], spec, buffer);
+        lab.call(name + form, src, dst, kSize, border, values[0], spec, buffer);
       else
-        lab.call(name + form, src.data, src.step, dst.data, dst.step, kSize, border, &values[0], spec, buffer);
+        lab.call(name + form, src, dst, kSize, border, &values[0], spec, buffer);
       lab.keep(dst);
     }
   }
@@ -76,10 +74,9 @@ void reconstructType(Lab& lab, RvpDataType type) {
         const bool isSeed = x % 97 == 5 && y % 61 == 7;
         return isSeed ? value : static_cast<T>(dilates ? 0 : std::is_same_v<T, std::uint8_t> ? 255 : 30000);
       });
-      int bytes = 0;
-      lab.call("rvpiMorphReconstructGetBufferSize", kSize, type, 1, &bytes);
+      const int bytes = lab.size("rvpiMorphReconstructGetBufferSize", kSize, type, 1);
       lab.call(std::string("rvpiMorphReconstruct") + (dilates ? "Dilate_" : "Erode_") + suffix<T>() + "_C1IR",
-               limit.data, limit.step, marker.data, marker.step, kSize, lab.block(bytes), norm);
+               limit, marker, kSize, lab.block(bytes), norm);
       lab.keep(marker);
     }
   }

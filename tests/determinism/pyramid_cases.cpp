@@ -24,7 +24,7 @@ void layerType(Lab& lab) {
       lab.call("rvpiPyramidLayerDownGetSize_" + form, kSize, 5, &stateBytes, &bytes, rate);
       lab.call("rvpiPyramidLayerDownInit_" + form, &state, kSize, rate, &kernel[0], 5, mode, lab.block(stateBytes),
                lab.block(bytes));
-      lab.call("rvpiPyramidLayerDown_" + form, src.data, src.step, kSize, down.data, down.step, small, state);
+      lab.call("rvpiPyramidLayerDown_" + form, src, kSize, down, small, state);
       lab.keep(down);
       RvpiSize least = {};
       RvpiSize large = {};
@@ -32,7 +32,7 @@ void layerType(Lab& lab) {
       const auto up = lab.blank<T>(channels, large);
       lab.call("rvpiPyramidLayerUpGetSize_" + form, small, 5, &stateBytes, rate);
       lab.call("rvpiPyramidLayerUpInit_" + form, &state, small, rate, &kernel[0], 5, mode, lab.block(stateBytes));
-      lab.call("rvpiPyramidLayerUp_" + form, down.data, down.step, small, up.data, up.step, large, state);
+      lab.call("rvpiPyramidLayerUp_" + form, down, small, up, large, state);
       lab.keep(up);
     }
   }
@@ -74,9 +74,8 @@ void flowType(Lab& lab, RvpDataType type) {
   std::vector<RvpiPoint32f> to = from;
   std::vector<std::int8_t> status(kPoints);
   std::vector<float> error(kPoints);
-  int bytes = 0;
   void* state = nullptr;
-  lab.call("rvpiOpticalFlowPyrLKGetSize", 11, kSize, type, 0, &bytes);
+  const int bytes = lab.size("rvpiOpticalFlowPyrLKGetSize", 11, kSize, type, 0);
   lab.call("rvpiOpticalFlowPyrLKInit_" + suffix<T>() + "_C1R", &state, kSize, 11, 0, lab.wordBlock(bytes));
   lab.call("rvpiOpticalFlowPyrLK_" + suffix<T>() + "_C1R", pyramids[0], pyramids[1],
            static_cast<const RvpiPoint32f*>(from.data()), to.data(), status.data(), error.data(), kPoints, 11,
@@ -107,19 +106,17 @@ void background(Lab& lab) {
   model.shadowLabel = 127;
   model.shadowEnabled = 1;
   model.shadowRatio = 0.5F;
-  int bytes = 0;
-  lab.call("rvpiFGMMGetBufferSize_8u_C3R", kSize, kModes, &bytes);
+  const int bytes = lab.size("rvpiFGMMGetBufferSize_8u_C3R", kSize, kModes);
   auto* const state = static_cast<void*>(lab.block(bytes));
   lab.call("rvpiFGMMInit_8u_C3R", kSize, kModes, static_cast<const RvpFGMMModel*>(&model), state);
   const auto dst = lab.blank<std::uint8_t>();
   for (int frame = 0; frame < 6; ++frame) {
     const auto src = lab.picture<std::uint8_t>(3, frame % 3);
-    lab.call("rvpiFGMMForeground_8u_C3R", src.data, src.step, dst.data, dst.step, kSize, state,
-             static_cast<const RvpFGMMModel*>(&model), 0.1);
+    lab.call("rvpiFGMMForeground_8u_C3R", src, dst, kSize, state, static_cast<const RvpFGMMModel*>(&model), 0.1);
     lab.keep(dst);
   }
   const auto learnt = lab.blank<std::uint8_t>(3);
-  lab.call("rvpiFGMMBackground_8u_C3R", learnt.data, learnt.step, kSize, state);
+  lab.call("rvpiFGMMBackground_8u_C3R", learnt, kSize, state);
   lab.keep(learnt);
 }
 

@@ -14,11 +14,11 @@ void chamferType(Lab& lab, const std::string& type, RvpiChamferNorm norm) {
     const std::string stem = "rvpiDistanceTransform_" + std::to_string(kernel) + "x" + std::to_string(kernel) + "_";
     lab.call("rvpiGetDistanceTransformMask_" + suffix<Metric>(), kernel, norm, &metrics[0]);
     const auto dst = lab.blank<Dst>();
-    lab.call(stem + type + "_C1R", src.data, src.step, dst.data, dst.step, kSize, &metrics[0]);
+    lab.call(stem + type + "_C1R", src, dst, kSize, &metrics[0]);
     lab.keep(dst);
     if constexpr (std::is_same_v<Dst, std::uint8_t>) {
       const auto both = lab.mask();
-      lab.call(stem + "8u_C1IR", both.data, both.step, kSize, &metrics[0]);
+      lab.call(stem + "8u_C1IR", both, kSize, &metrics[0]);
       lab.keep(both);
     }
   }
@@ -33,9 +33,8 @@ void distances(Lab& lab) {
   for (const float radius : {0.0F, 5.0F}) {
     const auto src = lab.mask();
     const auto dst = lab.blank<float>();
-    int bytes = 0;
-    lab.call("rvpiFastMarchingGetBufferSize_8u32f_C1R", kSize, &bytes);
-    lab.call("rvpiFastMarching_8u32f_C1R", src.data, src.step, dst.data, dst.step, kSize, radius, lab.block(bytes));
+    const int bytes = lab.size("rvpiFastMarchingGetBufferSize_8u32f_C1R", kSize);
+    lab.call("rvpiFastMarching_8u32f_C1R", src, dst, kSize, radius, lab.block(bytes));
     lab.keep(dst);
   }
 }
@@ -54,17 +53,14 @@ void floodType(Lab& lab) {
     const T value[3] = {90, 91, 92};
     const T delta[3] = {2, 2, 2};
     RvpiFilledRegion region = {};
-    int bytes = 0;
-    lab.call("rvpiFloodFillGetSize", kSize, &bytes);
+    int bytes = lab.size("rvpiFloodFillGetSize", kSize);
     const auto fill = [&](const std::string& kind, auto... deltas) {
       const auto image = picture();
       auto* const buffer = lab.block(bytes);
       if (channels == 1)
-        lab.call("rvpiFloodFill_" + kind + type, image.data, image.step, kSize, seed, value[0], *deltas..., &region,
-                 buffer);
+        lab.call("rvpiFloodFill_" + kind + type, image, kSize, seed, value[0], *deltas..., &region, buffer);
       else
-        lab.call("rvpiFloodFill_" + kind + type, image.data, image.step, kSize, seed, &value[0], deltas..., &region,
-                 buffer);
+        lab.call("rvpiFloodFill_" + kind + type, image, kSize, seed, &value[0], deltas..., &region, buffer);
       lab.keep(image);
       lab.keep(&region.area, 1);
       lab.keep(&region.rect, 1);
@@ -72,7 +68,7 @@ void floodType(Lab& lab) {
     for (const std::string kind : {"4Con_", "8Con_"}) fill(kind);
     if constexpr (!std::is_same_v<T, std::int32_t>) {
       for (const std::string kind : {"Range4Con_", "Range8Con_"}) fill(kind, &delta[0], &delta[0]);
-      lab.call("rvpiFloodFillGetSize_Grad", kSize, &bytes);
+      bytes = lab.size("rvpiFloodFillGetSize_Grad", kSize);
       for (const std::string kind : {"Grad4Con_", "Grad8Con_"}) fill(kind, &delta[0], &delta[0]);
     } else {
       break;
@@ -106,10 +102,8 @@ void watershedType(Lab& lab, const std::string& type) {
          {rvpWatershed8, rvpWatershed4, rvpWatershedChamfer, rvpWatershedFront}) {
       if (flags == rvpSegmentQueue && kind > rvpWatershed4) continue;
       const auto marker = markers<Marker>(lab);
-      int bytes = 0;
-      lab.call("rvpiSegmentWatershedGetBufferSize_" + type + "_C1R", kSize, &bytes);
-      lab.call("rvpiSegmentWatershed_" + type + "_C1IR", src.data, src.step, marker.data, marker.step, kSize, kind,
-               flags, lab.block(bytes));
+      const int bytes = lab.size("rvpiSegmentWatershedGetBufferSize_" + type + "_C1R", kSize);
+      lab.call("rvpiSegmentWatershed_" + type + "_C1IR", src, marker, kSize, kind, flags, lab.block(bytes));
       // Which of two markers gets a pixel that both reach at the same level depends on the number of threads.
       if (flags == rvpSegmentQueue || std::is_same_v<Src, float>)
         lab.keep(marker);
@@ -129,7 +123,7 @@ template <class T>
 void bounds(Lab& lab) {
   for (const RvpiConnectivity norm : {rvpConnect8, rvpConnect4}) {
     const auto marker = lab.image<T>(kSize, 1, [](int y, int x, int) { return static_cast<T>(x / 9 + y / 11); });
-    lab.call("rvpiBoundSegments_" + suffix<T>() + "_C1IR", marker.data, marker.step, kSize, T{255}, norm);
+    lab.call("rvpiBoundSegments_" + suffix<T>() + "_C1IR", marker, kSize, T{255}, norm);
     lab.keep(marker);
   }
 }
@@ -140,9 +134,8 @@ void gradients(Lab& lab) {
     const auto src = lab.picture<std::uint8_t>(channels);
     for (const RvpiConnectivity norm : {rvpConnect8, rvpConnect4}) {
       const auto marker = markers<std::uint8_t>(lab);
-      int bytes = 0;
-      lab.call("rvpiSegmentGradientGetBufferSize_" + form + "R", kSize, &bytes);
-      lab.call("rvpiSegmentGradient_" + form + "IR", src.data, src.step, marker.data, marker.step, kSize, norm,
+      const int bytes = lab.size("rvpiSegmentGradientGetBufferSize_" + form + "R", kSize);
+      lab.call("rvpiSegmentGradient_" + form + "IR", src, marker, kSize, norm,
                RvpiSegmentFlags{rvpSegmentBoundaries4}, lab.block(bytes));
       lab.keep(marker);
     }
@@ -154,10 +147,9 @@ void gradients(Lab& lab) {
 template <class T>
 void specklesType(Lab& lab, RvpDataType type) {
   const auto image = lab.picture<T>();
-  int bytes = 0;
-  lab.call("rvpiMarkSpecklesGetBufferSize", kSize, type, 1, &bytes);
-  lab.call("rvpiMarkSpeckles_" + suffix<T>() + "_C1IR", image.data, image.step, kSize, T{0}, 40, T{2},
-           RvpiConnectivity{rvpConnect4}, lab.block(bytes));
+  const int bytes = lab.size("rvpiMarkSpecklesGetBufferSize", kSize, type, 1);
+  lab.call("rvpiMarkSpeckles_" + suffix<T>() + "_C1IR", image, kSize, T{0}, 40, T{2}, RvpiConnectivity{rvpConnect4},
+           lab.block(bytes));
   lab.keep(image);
 }
 
@@ -168,20 +160,14 @@ void labels(Lab& lab) {
     const auto words = lab.image<std::uint16_t>(
         kSize, 1, [](int y, int x, int) { return static_cast<std::uint16_t>(x % 5 < 3 && y % 7 < 5 ? 9 : 0); });
     const auto dst = lab.blank<std::int32_t>();
-    int bytes = 0;
     int numbers[3] = {};
-    lab.call("rvpiLabelMarkersGetBufferSize_8u_C1R", kSize, &bytes);
-    lab.call("rvpiLabelMarkers_8u_C1IR", bytes8.data, bytes8.step, kSize, 1, 250, norm, &numbers[0],
-             lab.block(bytes));
-    lab.call("rvpiLabelMarkersGetBufferSize_16u_C1R", kSize, &bytes);
-    lab.call("rvpiLabelMarkers_16u_C1IR", words.data, words.step, kSize, 1, 60000, norm, &numbers[1],
-             lab.block(bytes));
-    lab.call("rvpiLabelMarkersGetBufferSize_8u32s_C1R", kSize, &bytes);
-    lab.call("rvpiLabelMarkers_8u32s_C1R", src.data, src.step, dst.data, dst.step, kSize, 1, 1000000, norm,
-             &numbers[2], lab.block(bytes));
-    lab.keep(bytes8);
-    lab.keep(words);
-    lab.keep(dst);
+    int bytes = lab.size("rvpiLabelMarkersGetBufferSize_8u_C1R", kSize);
+    lab.call("rvpiLabelMarkers_8u_C1IR", bytes8, kSize, 1, 250, norm, &numbers[0], lab.block(bytes));
+    bytes = lab.size("rvpiLabelMarkersGetBufferSize_16u_C1R", kSize);
+    lab.call("rvpiLabelMarkers_16u_C1IR", words, kSize, 1, 60000, norm, &numbers[1], lab.block(bytes));
+    bytes = lab.size("rvpiLabelMarkersGetBufferSize_8u32s_C1R", kSize);
+    lab.call("rvpiLabelMarkers_8u32s_C1R", src, dst, kSize, 1, 1000000, norm, &numbers[2], lab.block(bytes));
+    lab.keep(bytes8, words, dst);
     lab.keep(numbers, 3);
   }
   specklesType<std::uint8_t>(lab, rvp8u);

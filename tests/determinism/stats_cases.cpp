@@ -13,18 +13,15 @@ void accumulateType(Lab& lab) {
   const auto mask = lab.mask();
   const auto sum = lab.picture<float>(1, 2);
   const std::string type = suffix<T>() + (std::is_same_v<T, float> ? "" : "32f");
-  if constexpr (!std::is_same_v<T, float>)
-    lab.call("rvpiAdd_" + type + "_C1IR", a.data, a.step, sum.data, sum.step, kSize);
-  lab.call("rvpiAddSquare_" + type + "_C1IR", a.data, a.step, sum.data, sum.step, kSize);
-  lab.call("rvpiAddProduct_" + type + "_C1IR", a.data, a.step, b.data, b.step, sum.data, sum.step, kSize);
-  lab.call("rvpiAddWeighted_" + type + "_C1IR", b.data, b.step, sum.data, sum.step, kSize, 0.3F);
+  if constexpr (!std::is_same_v<T, float>) lab.call("rvpiAdd_" + type + "_C1IR", a, sum, kSize);
+  lab.call("rvpiAddSquare_" + type + "_C1IR", a, sum, kSize);
+  lab.call("rvpiAddProduct_" + type + "_C1IR", a, b, sum, kSize);
+  lab.call("rvpiAddWeighted_" + type + "_C1IR", b, sum, kSize, 0.3F);
   lab.keep(sum);
-  lab.call("rvpiAdd_" + type + "_C1IMR", b.data, b.step, mask.data, mask.step, sum.data, sum.step, kSize);
-  lab.call("rvpiAddSquare_" + type + "_C1IMR", b.data, b.step, mask.data, mask.step, sum.data, sum.step, kSize);
-  lab.call("rvpiAddProduct_" + type + "_C1IMR", a.data, a.step, b.data, b.step, mask.data, mask.step, sum.data,
-           sum.step, kSize);
-  lab.call("rvpiAddWeighted_" + type + "_C1IMR", a.data, a.step, mask.data, mask.step, sum.data, sum.step, kSize,
-           0.3F);
+  lab.call("rvpiAdd_" + type + "_C1IMR", b, mask, sum, kSize);
+  lab.call("rvpiAddSquare_" + type + "_C1IMR", b, mask, sum, kSize);
+  lab.call("rvpiAddProduct_" + type + "_C1IMR", a, b, mask, sum, kSize);
+  lab.call("rvpiAddWeighted_" + type + "_C1IMR", a, mask, sum, kSize, 0.3F);
   lab.keep(sum);
 }
 
@@ -35,7 +32,7 @@ void accumulators(Lab& lab) {
   const auto a = lab.picture<float>();
   const auto b = lab.picture<float>(1, 1);
   const auto sum = lab.blank<float>();
-  lab.call("rvpiAddWeighted_32f_C1R", a.data, a.step, b.data, b.step, sum.data, sum.step, kSize, 0.3F);
+  lab.call("rvpiAddWeighted_32f_C1R", a, b, sum, kSize, 0.3F);
   lab.keep(sum);
 }
 
@@ -49,11 +46,9 @@ void normType(Lab& lab) {
       const auto b = lab.picture<T>(channels, 1);
       double* const value = values + channels - 1;
       const auto both = [&](const std::string& form, auto... rest) {
-        lab.call("rvpiNorm_" + form, a.data, a.step, mask.data, mask.step, kSize, rest..., value);
-        lab.call("rvpiNormDiff_" + form, a.data, a.step, b.data, b.step, mask.data, mask.step, kSize, rest...,
-                 value + 1);
-        lab.call("rvpiNormRel_" + form, a.data, a.step, b.data, b.step, mask.data, mask.step, kSize, rest...,
-                 value + 2);
+        lab.call("rvpiNorm_" + form, a, mask, kSize, rest..., value);
+        lab.call("rvpiNormDiff_" + form, a, b, mask, kSize, rest..., value + 1);
+        lab.call("rvpiNormRel_" + form, a, b, mask, kSize, rest..., value + 2);
       };
       const std::string name = kind + "_" + suffix<T>();
       if (channels == 1)
@@ -92,19 +87,17 @@ void pipelineTypes(Lab& lab, const std::string& rowType, const std::string& colu
     std::vector<Middle*> rows;
     for (int y = 0; y < kPadded.height; ++y)
       rows.push_back(middle.data + static_cast<std::ptrdiff_t>(middle.step) / static_cast<int>(sizeof(Middle)) * y);
-    int bytes = 0;
-    lab.call("rvpiFilterRowBorderPipelineGetBufferSize_" + rowType + form, kSize, kTaps, &bytes);
+    const int bytes = lab.size("rvpiFilterRowBorderPipelineGetBufferSize_" + rowType + form, kSize, kTaps);
     const auto row = [&](auto value, auto... divisor) {
-      lab.call("rvpiFilterRowBorderPipeline_" + rowType + form, src.data, src.step,
+      lab.call("rvpiFilterRowBorderPipeline_" + rowType + form, src,
                static_cast<Middle* const*>(rows.data() + kTaps / 2), kSize, &kernel[0], kTaps, kTaps / 2,
                RvpiBorderType{rvpBorderMirror}, value, divisor..., lab.block(bytes));
     };
-    int columnBytes = 0;
-    lab.call("rvpiFilterColumnPipelineGetBufferSize_" + columnType + form, kSize, kTaps, &columnBytes);
+    int columnBytes = lab.size("rvpiFilterColumnPipelineGetBufferSize_" + columnType + form, kSize, kTaps);
     const auto column = [&](auto... divisor) {
       lab.call("rvpiFilterColumnPipeline_" + columnType + form,
-               const_cast<const Middle* const*>(static_cast<Middle* const*>(rows.data())), dst.data, dst.step,
-               kSize, &kernel[0], kTaps, divisor..., lab.block(columnBytes));
+               const_cast<const Middle* const*>(static_cast<Middle* const*>(rows.data())), dst, kSize, &kernel[0],
+               kTaps, divisor..., lab.block(columnBytes));
     };
     if constexpr (std::is_same_v<Src, float>) {
       if (channels == 1)
@@ -119,8 +112,7 @@ void pipelineTypes(Lab& lab, const std::string& rowType, const std::string& colu
         row(&border[0], 7);
       column(7);
     }
-    lab.keep(middle);
-    lab.keep(dst);
+    lab.keep(middle, dst);
   }
 }
 
@@ -134,10 +126,9 @@ void filters(Lab& lab) {
   for (const int mask : {33, 55}) {
     const auto src = lab.picture<float>();
     const auto dst = lab.blank<float>();
-    int bytes = 0;
-    lab.call("rvpiFilterLowpassGetBufferSize_32f_C1R", kSize, mask, &bytes);
-    lab.call("rvpiFilterLowpassBorder_32f_C1R", src.data, src.step, dst.data, dst.step, kSize, mask,
-             RvpiBorderType{rvpBorderRepl}, 0.0F, lab.block(bytes));
+    const int bytes = lab.size("rvpiFilterLowpassGetBufferSize_32f_C1R", kSize, mask);
+    lab.call("rvpiFilterLowpassBorder_32f_C1R", src, dst, kSize, mask, RvpiBorderType{rvpBorderRepl}, 0.0F,
+             lab.block(bytes));
     lab.keep(dst);
   }
 }

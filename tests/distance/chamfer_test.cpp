@@ -1,14 +1,5 @@
 // Chamfer distances against two plain passes over a list of moves.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -164,29 +155,25 @@ TYPED_TEST(Chamfer, ReachesAcrossTheImageAndSaturates) {
   }
 }
 
-TYPED_TEST(Chamfer, ChecksInOrder) {
+TYPED_TEST(Chamfer, ReportsTheFirstOfTwoFaults) {
   using T = TypeParam;
+  using Metric = MetricOf<T>;
   for (const std::size_t count : {2U, 3U}) {
-    const auto run = kTransform<T>[count - 2];
     const std::uint8_t src[8] = {};
     T dst[8] = {T{5}};
-    const std::vector<MetricOf<T>> good(count, MetricOf<T>{2});
-    const int rowBytes = 4 * static_cast<int>(sizeof(T));
-    EXPECT_EQ(run(nullptr, 4, dst, rowBytes, {0, 1}, good.data()), rvpStatusNullPointer);
-    EXPECT_EQ(run(src, 4, nullptr, rowBytes, {0, 1}, good.data()), rvpStatusNullPointer);
-    EXPECT_EQ(run(src, 4, dst, rowBytes, {0, 1}, nullptr), rvpStatusNullPointer);
-    EXPECT_EQ(run(src, -1, dst, rowBytes, {0, 1}, good.data()), rvpStatusBadSize);
-    EXPECT_EQ(run(src, 4, dst, 0, {4, 0}, good.data()), rvpStatusBadSize);
-    EXPECT_EQ(run(src, 3, dst, rowBytes + 1, {4, 1}, good.data()), rvpStatusBadStep);
-    EXPECT_EQ(run(src, 4, dst, rowBytes - 1, {4, 1}, good.data()), rvpStatusBadStep);
+    const std::vector<Metric> good(count, Metric{2});
     for (std::size_t bad = 0; bad < count; ++bad) {
-      auto metrics = good;
-      metrics[bad] = 0;
-      EXPECT_EQ(run(src, 4, dst, rowBytes + 1, {4, 1}, metrics.data()),
-                sizeof(T) > 1 ? rvpStatusStepNotMultiple : rvpStatusBadMetric);
-      EXPECT_EQ(run(src, 4, dst, rowBytes, {4, 1}, metrics.data()), rvpStatusBadMetric);
-      metrics[bad] = std::is_same_v<T, float> ? std::numeric_limits<MetricOf<T>>::quiet_NaN() : MetricOf<T>(-3);
-      EXPECT_EQ(run(src, 4, dst, rowBytes, {4, 1}, metrics.data()), rvpStatusBadMetric);
+      for (const Metric value :
+           {Metric{0}, std::is_same_v<T, float> ? std::numeric_limits<Metric>::quiet_NaN() : Metric{-3}}) {
+        auto metrics = good;
+        metrics[bad] = value;
+        const auto badMetric = planted(rvpStatusBadMetric, [&](auto& a) {
+          if (std::get<5>(a) != nullptr) std::get<5>(a) = metrics.data();
+        });
+        expectFirstOfTwo(
+            kTransform<T>[count - 2], { nulls<>, badSizes, shortSteps<>, oddSteps<>, badMetric }, src, 4, dst,
+            4 * static_cast<int>(sizeof(T)), {4, 2}, good.data());
+      }
     }
     EXPECT_EQ(dst[0], T{5});
   }
@@ -211,13 +198,9 @@ TEST(ChamferMetrics, TablesAndChecks) {
     }
   }
   float f[3];
-  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(4, 3, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(4, 3, f), rvpStatusBadSize);
-  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(3, 3, f), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiGetDistanceTransformMask_32f(5, -1, f), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiGetDistanceTransformMask(43, nullptr), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiGetDistanceTransformMask(-31, f), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiGetDistanceTransformMask(40, nullptr), rvpStatusNullPointer);
+  expectFirstOfTwo(rvpiGetDistanceTransformMask_32f,
+                   {nulls<>, at<0>(rvpStatusBadSize, 4), at<1>(rvpStatusBadArgument, 3, -1)}, 3, 0, f);
+  expectFirstOfTwo(rvpiGetDistanceTransformMask, {at<0>(rvpStatusBadArgument, 43, -31), nulls<>}, 30, f);
   EXPECT_EQ(rvpiGetDistanceTransformMask(40, f), rvpStatusBadSize);
 }
 

@@ -1,16 +1,6 @@
 // Canny against a reference that goes step by step over whole images: gradients, magnitudes, sectors, maxima, and a
 // flood from the strong ones.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <type_traits>
-
-#include "rvpcv.h"
-#include "support/bordered.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -202,104 +192,32 @@ TEST(Canny, OfImagesFollowsTheRule) {
   }
 }
 
-// Every tie of every sector, seen alone: a plateau of two pixels along the gradient.
-TEST(Canny, BreaksTies) {
-  constexpr int kN = 9;
-  struct Case {
-    float dx, dy;
-    int step[2];
-    int kept;
-  };
-  for (const Case& c : {Case{8, 1, {1, 0}, 1}, Case{1, 8, {0, 1}, 1}, Case{5, 5, {1, 1}, 0},
-                        Case{-5, 5, {-1, 1}, 0}, Case{0, 0, {1, 0}, 0}}) {
-    Plane<float> dx(kN, kN), dy(kN, kN);
-    for (int i = 0; i < 2; ++i) {
-      dx.at(4 + i * c.step[1], 4 + i * c.step[0]) = c.dx;
-      dy.at(4 + i * c.step[1], 4 + i * c.step[0]) = c.dy;
-    }
-    std::vector<std::uint8_t> dst(kN * kN, 1), scratch(4096);
-    ASSERT_EQ(
-        kReady<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 9, 8.9f),
-        rvpStatusBadArgument);
-    ASSERT_EQ(kReady<float>(dx.row(0), 4 * kN, dy.row(0), 4 * kN, dst.data(), kN, {kN, kN}, scratch.data(), 8, 8),
-              rvpStatusOk);
-    EXPECT_EQ(std::count(dst.begin(), dst.end(), 255), c.kept);
-    EXPECT_EQ(dst[4 * kN + 4], c.kept * 255);
-  }
-}
-
 TEST(Canny, SizesAreTheStatedOnes) {
-  int bytes = 0;
-  rvpiCannyGetSize({640, 480}, &bytes);
-  EXPECT_EQ(bytes, 5 * 642 * 482 + 16 * 640 + 160);
-  rvpiCannyGetSize({65533, 3}, &bytes);
-  EXPECT_EQ(bytes, 9 * 65535 * 5 + 16 * 65533 + 160);
-  rvpiCannyGetSize({3, 65532}, &bytes);
-  EXPECT_EQ(bytes, 5 * 5 * 65534 + 16 * 3 + 160);
-  rvpiCannyBorderGetSize({10, 7}, 0, 33, 0, &bytes);
-  EXPECT_EQ(bytes, 192 + 128 + 448 + 64);
-  rvpiCannyBorderGetSize({10, 4}, 0, 55, 0, &bytes);
-  EXPECT_EQ(bytes, 224 + 128 + 448 + 64 + 128);
-  bytes = -7;
-  EXPECT_EQ(rvpiCannyGetSize({0, 0}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiCannyGetSize({5, 0}, &bytes), rvpStatusBadSize);
-  EXPECT_EQ(rvpiCannyBorderGetSize({0, 0}, 2, 34, 2, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiCannyBorderGetSize({0, 1}, 2, 34, 2, &bytes), rvpStatusBadSize);
-  EXPECT_EQ(rvpiCannyBorderGetSize({1, 1}, 2, 34, 2, &bytes), rvpStatusBadMaskSize);
+  EXPECT_EQ(bytesOf(rvpiCannyGetSize, RvpiSize{640, 480}), 5 * 642 * 482 + 16 * 640 + 160);
+  EXPECT_EQ(bytesOf(rvpiCannyGetSize, RvpiSize{65533, 3}), 9 * 65535 * 5 + 16 * 65533 + 160);
+  EXPECT_EQ(bytesOf(rvpiCannyGetSize, RvpiSize{3, 65532}), 5 * 5 * 65534 + 16 * 3 + 160);
+  EXPECT_EQ(bytesOf(rvpiCannyBorderGetSize, RvpiSize{10, 7}, 0, 33, 0), 192 + 128 + 448 + 64);
+  EXPECT_EQ(bytesOf(rvpiCannyBorderGetSize, RvpiSize{10, 4}, 0, 55, 0), 224 + 128 + 448 + 64 + 128);
+  int bytes = -7;
+  expectFirstOfTwo(rvpiCannyGetSize, {nulls<>, badSizes}, {5, 5}, &bytes);
+  expectFirstOfTwo(rvpiCannyBorderGetSize, {nulls<>, badSizes, at<2>(rvpStatusBadMaskSize, 34)}, {5, 5}, 2, 33, 2,
+                   &bytes);
   EXPECT_EQ(bytes, -7);
 }
 
-struct ReadyArguments {
-  const std::int16_t *dx, *dy;
-  int dxStep, dyStep, dstStep;
-  std::uint8_t *dst, *buffer;
-  RvpiSize size;
-  float low, high;
-};
-struct ImageArguments {
-  const std::uint8_t* src;
-  std::uint8_t *dst, *buffer;
-  RvpiSize size;
-  int filter, mask, border, norm;
-  float low, high;
-};
 TEST(Canny, ReportsTheFirstOfTwoFaults) {
   std::vector<std::uint8_t> dst(64, 9), scratch(1024);
   const std::int16_t d[64] = {};
-  const ReadyArguments readyGood = {d, d, 16, 16, 8, dst.data(), scratch.data(), {8, 4}, 1, 2};
-  const Faults<ReadyArguments> ofReady = {{rvpStatusNullPointer, [](auto& a) { a.dx = nullptr; }},
-                                          {rvpStatusNullPointer, [](auto& a) { a.dy = nullptr; }},
-                                          {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-                                          {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                                          {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                                          {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                          {rvpStatusBadStep, [](auto& a) { a.dxStep = 15; }},
-                                          {rvpStatusBadStep, [](auto& a) { a.dyStep = -16; }},
-                                          {rvpStatusBadStep, [](auto& a) { a.dstStep = 7; }},
-                                          {rvpStatusStepNotMultiple, [](auto& a) { a.dxStep = 17; }},
-                                          {rvpStatusStepNotMultiple, [](auto& a) { a.dyStep = 17; }},
-                                          {rvpStatusBadArgument, [](auto& a) { a.low = -1; }},
-                                          {rvpStatusBadArgument, [](auto& a) { a.high = 0.5f; }}};
-  expectFirstOfTwo(ofReady, readyGood, [](const ReadyArguments& a) {
-    return rvpiCanny_16s8u_C1R(a.dx, a.dxStep, a.dy, a.dyStep, a.dst, a.dstStep, a.size, a.buffer, a.low, a.high);
-  });
+  expectFirstOfTwo(rvpiCanny_16s8u_C1R,
+                   {nulls<>, badSizes, shortSteps<>, oddSteps<0, 2>, at<8>(rvpStatusBadArgument, -1),
+                    at<9>(rvpStatusBadArgument, 0.5f)},
+                   d, 16, d, 16, dst.data(), 8, {8, 4}, scratch.data(), 1, 2);
   const std::uint8_t src[64] = {};
-  const ImageArguments imageGood = {src, dst.data(), scratch.data(), {8, 4}, 2, 33, 1, 2, 1, 2};
-  const Faults<ImageArguments> ofImage = {
-      {rvpStatusBadMaskSize, [](auto& a) { a.mask = 77; }},
-      {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-      {rvpStatusBadSize, [](auto& a) { a.size.width = -1; }},
-      {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-      {rvpStatusBadArgument, [](auto& a) { a.filter = rvpFilterCentralDifference; }},
-      {rvpStatusBadArgument, [](auto& a) { a.norm = 3; }},
-      {rvpStatusBadArgument, [](auto& a) { a.low = 3; }},
-      {rvpStatusBadBorder, [](auto& a) { a.border = rvpBorderMirror; }}};
-  expectFirstOfTwo(ofImage, imageGood, [](const ImageArguments& a) {
-    return rvpiCannyBorder_8u_C1R(a.src, 8, a.dst, 8, a.size, a.filter, a.mask, a.border, 0, a.norm, a.buffer,
-                                  a.low, a.high);
-  });
+  expectFirstOfTwo(
+      rvpiCannyBorder_8u_C1R,
+      {at<6>(rvpStatusBadMaskSize, 77), nulls<>, badSizes, at<5>(rvpStatusBadArgument, rvpFilterCentralDifference),
+       at<9>(rvpStatusBadArgument, 3), at<11>(rvpStatusBadArgument, 3), at<7>(rvpStatusBadBorder, rvpBorderMirror)},
+      src, 8, dst.data(), 8, {8, 4}, rvpFilterSobel, 33, rvpBorderRepl, 0, 2, scratch.data(), 1, 2);
   EXPECT_EQ(rvpiCannyBorder_8u_C1R(nullptr, 8, dst.data(), 8, {0, 0}, rvpFilterScharr, 55, 0, 0, 0, nullptr, 0, 0),
             rvpStatusBadMaskSize);
   EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](std::uint8_t b) { return b == 9; }));

@@ -1,13 +1,7 @@
 // Harris corners and line suppression against the formulas. The pixels are small whole numbers, whose window sums
 // are exact in float, so that the order in which a window is summed cannot be seen.
-#include <gtest/gtest.h>
-
 #include "features/tensor_reference.h"
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -134,86 +128,55 @@ TEST(Corners, DoNotDependOnTheStrips) {
   }
 }
 
-struct Arguments {
-  const void *src, *feature;
-  void* dst;
-  int srcStep, featureStep, dstStep;
-  RvpiSize size;
-  Options options;
-  int border;
-  std::uint8_t* buffer;
-};
 TEST(Corners, ReportTheFirstOfTwoFaults) {
   std::vector<float> memory(256, 9.0f), other(256);
   std::vector<std::uint8_t> scratch(1 << 16);
-  const Arguments good = {other.data(), other.data() + 128, memory.data(), 32, 32, 32, {8, 4},
-                          {2, 33, 3},   rvpBorderRepl,      scratch.data()};
-  const Faults<Arguments> common = {{rvpStatusBadFilterType, [](auto& a) { a.options.filter = 3; }},
-                                    {rvpStatusBadMaskSize, [](auto& a) { a.options.mask = 77; }},
-                                    {rvpStatusBadBorder, [](auto& a) { a.border = 4; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.options.window = 0; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.srcStep = -32; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.dstStep = -32; }}};
-  Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-                              {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-                              {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                              {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                              {rvpStatusStepNotMultiple, [](auto& a) { a.dstStep = 33; }}};
-  // The step's two faults cannot stand together.
-  faults.insert(faults.end(), common.begin(), common.end() - 1);
-  const auto on8u = [](const Arguments& a) {
-    return harris(static_cast<const std::uint8_t*>(a.src), a.srcStep, static_cast<float*>(a.dst), a.dstStep, a.size,
-                  a.options, a.border, std::uint8_t{0}, a.buffer);
+  auto* const bytes = reinterpret_cast<std::uint8_t*>(memory.data());
+  const auto* const src = reinterpret_cast<const std::uint8_t*>(other.data());
+  const auto inPlace = [](auto& a) {
+    if (std::get<0>(a) != nullptr && std::get<2>(a) != nullptr) std::get<0>(a) = std::get<2>(a);
   };
-  expectFirstOfTwo(faults, good, on8u);
-  const auto on32f = [](const Arguments& a) {
-    return harris(static_cast<const float*>(a.src), a.srcStep, static_cast<float*>(a.dst), a.dstStep, a.size,
-                  a.options, a.border, 0.0f, a.buffer);
+  const auto check = [&](auto run, auto* pixels, bool isFloat, const auto&... more) {
+    expectFirstOfTwo(
+        run,
+        {nulls<>, badSizes, oddSteps<2>, at<5>(rvpStatusBadFilterType, 3), at<6>(rvpStatusBadMaskSize, 77),
+         at<10>(rvpStatusBadBorder, 4), at<7>(rvpStatusBadSize, 0), at<1>(rvpStatusBadStep, -32), more...},
+        pixels, 32, memory.data(), 32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl, 0, scratch.data());
+    EXPECT_EQ(
+        run(pixels, 32, memory.data(), -32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl, 0, scratch.data()),
+        rvpStatusBadStep);
+    EXPECT_EQ(
+        run(pixels, 32, memory.data(), 32, {8, 4}, rvpFilterScharr, 55, 3, 1, 1, rvpBorderRepl, 0, scratch.data()),
+        rvpStatusBadMaskSize);
+    EXPECT_TRUE(!isFloat || run(pixels, 33, memory.data(), 32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl,
+                                0, scratch.data()) == rvpStatusStepNotMultiple);
   };
-  faults.push_back({rvpStatusInPlaceNotSupported, [](auto& a) {
-                      if (a.src != nullptr && a.dst != nullptr) a.src = a.dst;
-                    }});
-  expectFirstOfTwo(faults, good, on32f);
-  Arguments odd = good;
-  odd.srcStep = 33;
-  EXPECT_EQ(on32f(odd), rvpStatusStepNotMultiple);
-  odd = good;
-  odd.options = {rvpFilterScharr, 55, 3};
-  EXPECT_EQ(on8u(odd), rvpStatusBadMaskSize);
-
-  faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-            {rvpStatusNullPointer, [](auto& a) { a.feature = nullptr; }},
-            {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }},
-            {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-            {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }}};
-  faults.insert(faults.end(), common.begin(), common.end());
-  faults.push_back({rvpStatusBadStep, [](auto& a) { a.featureStep = -1; }});
-  faults.push_back({rvpStatusInPlaceNotSupported, [](auto& a) {
-                      if (a.feature != nullptr && a.dst != nullptr) a.feature = a.dst;
-                    }});
-  expectFirstOfTwo(faults, good, [](const Arguments& a) {
-    return rvpiLineSuppression_8u_C1R(static_cast<const std::uint8_t*>(a.src), a.srcStep,
-                                      static_cast<const std::uint8_t*>(a.feature), a.featureStep,
-                                      static_cast<std::uint8_t*>(a.dst), a.dstStep, a.size, a.options.filter,
-                                      a.options.mask, a.options.window, 1.0f, a.border, 0, a.buffer);
-  });
+  check(rvpiHarrisCorner_8u32f_C1R, src, false);
+  check(rvpiHarrisCorner_32f_C1R, static_cast<const float*>(other.data()), true,
+        planted(rvpStatusInPlaceNotSupported, inPlace));
+  expectFirstOfTwo(rvpiLineSuppression_8u_C1R,
+                   {nulls<>, badSizes, at<7>(rvpStatusBadFilterType, 3), at<8>(rvpStatusBadMaskSize, 77),
+                    at<11>(rvpStatusBadBorder, 4), at<9>(rvpStatusBadSize, 0), at<1>(rvpStatusBadStep, -32),
+                    at<3>(rvpStatusBadStep, -1), at<5>(rvpStatusBadStep, -32),
+                    planted(rvpStatusInPlaceNotSupported,
+                            [](auto& a) {
+                              if (std::get<2>(a) != nullptr && std::get<4>(a) != nullptr)
+                                std::get<2>(a) = std::get<4>(a);
+                            })},
+                   src, 32, src + 512, 32, bytes, 32, {8, 4}, rvpFilterSobel, 33, 3, 1, rvpBorderRepl, 0,
+                   scratch.data());
   EXPECT_TRUE(std::all_of(memory.begin(), memory.end(), [](float v) { return v == 9.0f; }));
 }
 
 TEST(Corners, SizesAreCheckedInOrder) {
   int bytes = -7;
-  const auto size = [&](RvpiSize roi, int mask, int window, int type, int channels) {
-    return rvpiHarrisCornerGetBufferSize(roi, mask, window, type, channels, &bytes);
-  };
-  EXPECT_EQ(rvpiHarrisCornerGetBufferSize({0, 0}, 1, 0, 2, 3, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(size({0, 5}, 1, 0, 2, 3), rvpStatusBadSize);
-  EXPECT_EQ(size({5, 5}, 1, 0, 2, 3), rvpStatusBadMaskSize);
-  EXPECT_EQ(size({5, 5}, 33, 0, rvp16u, 3), rvpStatusBadDataType);
-  EXPECT_EQ(size({5, 5}, 33, 0, rvp8u, 3), rvpStatusBadNumChannels);
-  EXPECT_EQ(size({5, 5}, 33, 0, rvp8u, 1), rvpStatusBadSize);
-  EXPECT_EQ(size({5, 5}, 33, -1, rvp8u, 1), rvpStatusBadMaskSize);
-  EXPECT_EQ(size({INT32_MAX, INT32_MAX}, 55, INT32_MAX, rvp32f, 1), rvpStatusSizeOverflow);
-  EXPECT_EQ(size({INT32_MAX, 1}, 33, 1, rvp8u, 1), rvpStatusSizeOverflow);
+  expectFirstOfTwo(rvpiHarrisCornerGetBufferSize,
+                   {nulls<>, badSizes, at<1>(rvpStatusBadMaskSize, 1), at<3>(rvpStatusBadDataType, rvp16u),
+                    at<4>(rvpStatusBadNumChannels, 3), at<2>(rvpStatusBadSize, 0)},
+                   {5, 5}, 33, 3, rvp8u, 1, &bytes);
+  EXPECT_EQ(rvpiHarrisCornerGetBufferSize({5, 5}, 33, -1, rvp8u, 1, &bytes), rvpStatusBadMaskSize);
+  for (const RvpiSize size : {RvpiSize{INT32_MAX, INT32_MAX}, {INT32_MAX, 1}})
+    EXPECT_EQ(rvpiHarrisCornerGetBufferSize(size, 55, size.height, rvp32f, 1, &bytes), rvpStatusSizeOverflow);
   EXPECT_EQ(bytes, -7);
 }
 

@@ -1,14 +1,5 @@
 // The FastN detector against a walk around every circle.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -249,81 +240,60 @@ TEST(FastN, TakesThresholdsAtTheirEnds) {
   checkTile(Bytes(40, 9, 50), {Bytes(40, 9), Bytes(40, 9), 0}, flat, {0, 0}, {40, 9}, 1);
 }
 
-struct Arguments {
-  RvpiSize size = {20, 20};
-  int radius = 3, arc = 9, bins = 4, options = 39, type = rvp8u, channels = 1;
-  int* pSize;
-  float threshold = 1;
-};
-
 TEST(FastN, ReportsTheFirstOfTwoFaults) {
-  const Faults<Arguments> all = {{rvpStatusNullPointer, [](auto& a) { a.pSize = nullptr; }},
-                                 {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                 {rvpStatusBadThreshold, [](auto& a) { a.threshold = -0.5F; }},
-                                 {rvpStatusBadDataType, [](auto& a) { a.type = rvp16u; }},
-                                 {rvpStatusBadNumChannels, [](auto& a) { a.channels = 3; }},
-                                 {rvpStatusBadArgument, [](auto& a) { a.options = 35; }},
-                                 {rvpStatusBadArgument, [](auto& a) { a.options = 39 | 8; }},
-                                 {rvpStatusBadArgument, [](auto& a) { a.options = 7; }},
-                                 {rvpStatusOutOfRange, [](auto& a) { a.bins = 65; }},
-                                 {rvpStatusBadArgument, [](auto& a) { a.radius = 4; }},
-                                 {rvpStatusOutOfRange, [](auto& a) { a.arc = 8; }}};
-  int sizeBytes = -7, found = -7;
-  const Arguments good = {.pSize = &sizeBytes};
-  expectFirstOfTwo(all, good, [](const Arguments& a) {
-    alignas(8) std::uint8_t block[8 * 16 + 68] = {};
-    auto* spec = a.pSize == nullptr ? nullptr : reinterpret_cast<RvpiFastNSpec*>(block);
-    const RvpStatus status =
-        rvpiFastNInit(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, spec, a.threshold);
-    EXPECT_EQ(block[0], 0);
-    return status;
-  });
-  Faults<Arguments> ofSize = all;
-  ofSize.erase(ofSize.begin() + 2);
-  expectFirstOfTwo(ofSize, good, [](const Arguments& a) {
-    return rvpiFastNGetSize(a.size, a.radius, a.arc, a.bins, a.options, a.type, a.channels, a.pSize);
-  });
-  EXPECT_EQ(sizeBytes, -7);
-  // The same faults in a block.
-  const Faults<Arguments> ofBlock(all.begin() + 3, all.end());
-  expectFirstOfTwo(ofBlock, good, [&](const Arguments& a) {
-    alignas(8) std::uint8_t block[8 * 16 + 68] = {};
-    auto* spec = reinterpret_cast<RvpiFastNSpec*>(block);
-    EXPECT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
-    auto* fields = reinterpret_cast<std::int32_t*>(block + 8);
-    fields[1] = a.type, fields[2] = a.channels, fields[5] = a.radius, fields[6] = a.arc, fields[7] = a.bins,
-    fields[8] = a.options;
-    std::uint8_t pixel[4] = {};
-    RvpiCornerFastN corner = {};
-    const RvpStatus status = rvpiFastN_8u_C1R(pixel, 1, pixel, 1, nullptr, 1, &found, {0, 0}, {1, 1}, spec, pixel);
-    EXPECT_EQ(rvpiFastN2DToVec_8u(pixel, 1, nullptr, 1, &corner, {1, 1}, 1, &found, spec), status);
-    return status;
-  });
-  EXPECT_EQ(found, -7);
-  alignas(8) std::uint8_t memory[8 * 16 + 68] = {};
-  auto* spec = reinterpret_cast<RvpiFastNSpec*>(memory);
+  std::vector<std::uint8_t> memory(8 * 16 + 68), p(4);
+  int bytes = -7, count = -7;
+  RvpiCornerFastN corner = {};
+  auto* const spec = reinterpret_cast<RvpiFastNSpec*>(memory.data());
+  const auto type = at<5>(rvpStatusBadDataType, rvp16u);
+  const auto channels = at<6>(rvpStatusBadNumChannels, 3);
+  const auto options = at<4>(rvpStatusBadArgument, 35, 39 | 8, 7);
+  const auto bins = at<3>(rvpStatusOutOfRange, 65);
+  const auto radius = at<1>(rvpStatusBadArgument, 4);
+  const auto arc = at<2>(rvpStatusOutOfRange, 8);
+  expectFirstOfTwo(
+      rvpiFastNInit,
+      {nulls<>, badSizes, at<8>(rvpStatusBadThreshold, -0.5F), type, channels, options, bins, radius, arc},
+      {20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1);
+  EXPECT_EQ(memory, std::vector<std::uint8_t>(memory.size()));
+  expectFirstOfTwo(rvpiFastNGetSize, {nulls<>, badSizes, type, channels, options, bins, radius, arc}, {20, 20}, 3,
+                   9, 4, 39, rvp8u, 1, &bytes);
+  EXPECT_EQ(bytes, -7);
+
   ASSERT_EQ(rvpiFastNInit({20, 20}, 3, 9, 4, 39, rvp8u, 1, spec, 1), rvpStatusOk);
   EXPECT_TRUE(memory[0] == 8 && memory[8] == 0x90 && memory[9] == 0x73 && memory[10] == 0x61 && memory[11] == 0x4B);
-  std::uint8_t p[4] = {};
-  int count = -7;
-  RvpiCornerFastN corner = {};
-  for (int fault = 0; fault < 8; ++fault) {
-    const auto at = [&](int k, auto* pointer) { return k == fault ? nullptr : pointer; };
-    const RvpiSize size = {fault == 5 ? 0 : 1, 1};
-    if (fault == 6) memory[8] = 0;
-    if (fault == 7) memory[8] = 0x90, memory[0] = 200;
-    const RvpStatus expected = fault < 5 ? rvpStatusNullPointer : fault == 5 ? rvpStatusBadSize : rvpStatusBadSpec;
-    EXPECT_EQ(
-        rvpiFastN_8u_C1R(at(0, p), 1, at(1, p), 1, nullptr, 1, at(2, &count), {0, 0}, size, at(3, spec), at(4, p)),
-        expected);
-    EXPECT_EQ(rvpiFastN2DToVec_8u(at(0, p), 1, nullptr, 1, at(1, &corner), size, fault == 4 ? -1 : 1, at(2, &count),
-                                  at(3, spec)),
-              fault == 4 ? RvpStatus{rvpStatusBadSize} : expected);
-    EXPECT_EQ(count, -7);
+  const auto runBoth = [&] {
+    const RvpStatus status =
+        rvpiFastN_8u_C1R(p.data(), 1, p.data(), 1, nullptr, 1, &count, {0, 0}, {1, 1}, spec, p.data());
+    EXPECT_EQ(rvpiFastN2DToVec_8u(p.data(), 1, nullptr, 1, &corner, {1, 1}, 1, &count, spec), status);
+    return status;
+  };
+  // The same faults in a block: fields by their number.
+  const std::vector<std::uint8_t> good = memory;
+  const std::function inBlock = [&](int a1, int a2, int a5, int a6, int a7, int a8) {
+    auto* fields = reinterpret_cast<std::int32_t*>(memory.data() + 8);
+    fields[1] = a1, fields[2] = a2, fields[5] = a5, fields[6] = a6, fields[7] = a7, fields[8] = a8;
+    const RvpStatus status = runBoth();
+    memory = good;
+    return status;
+  };
+  expectFirstOfTwo(inBlock,
+                   {at<0>(rvpStatusBadDataType, rvp16u), at<1>(rvpStatusBadNumChannels, 3),
+                    at<5>(rvpStatusBadArgument, 35, 39 | 8, 7), at<4>(rvpStatusOutOfRange, 65),
+                    at<2>(rvpStatusBadArgument, 4), at<3>(rvpStatusOutOfRange, 8)},
+                   rvp8u, 1, 3, 9, 4, 39);
+  for (const std::size_t place : {8U, 0U}) {
+    memory[place] = 200;
+    EXPECT_EQ(runBoth(), rvpStatusBadSpec);
+    memory = good;
   }
-  memory[0] = 8;
-  EXPECT_EQ(rvpiFastN_8u_C1R(p, 1, p, 1, nullptr, 1, &count, {0, 0}, {1, 1}, spec, p), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFastN2DToVec_8u(p, 1, nullptr, 1, &corner, {1, 1}, 1, &count, spec), rvpStatusNullPointer);
+  // Scores are asked for last.
+  EXPECT_EQ(runBoth(), rvpStatusNullPointer);
+  expectFirstOfTwo(rvpiFastN_8u_C1R, {nulls<0, 2, 6, 9, 10>, badSizes, nulls<4>}, p.data(), 1, p.data(), 1,
+                   p.data(), 1, &count, {0, 0}, {1, 1}, spec, p.data());
+  expectFirstOfTwo(rvpiFastN2DToVec_8u, {nulls<0, 4, 7, 8>, badSizes, at<6>(rvpStatusBadSize, -1), nulls<2>},
+                   p.data(), 1, p.data(), 1, &corner, {1, 1}, 1, &count, spec);
+  EXPECT_EQ(count, -7);
 }
 
 }  // namespace

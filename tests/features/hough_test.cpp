@@ -1,15 +1,5 @@
 // Hough lines and segments against transforms that keep the whole grid.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <map>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -326,79 +316,39 @@ TEST(HoughSegments, AgreeWithTheWholeGrid) {
   checkSegments(Bytes(1, 1, 1), {1.0F, 0.1F}, {1, 0, 0, 3}, 2);
 }
 
-struct Arguments {
-  const std::uint8_t* src;
-  int step = 4;
-  RvpiSize size = {4, 4};
-  RvpiPointPolar delta = {1, 0.5F};
-  int threshold = 1, most = 1, length = 1, gap = 1;
-  RvpiPointPolar *lines, *roi;
-  RvpiSegment* segments;
-  int* count;
-  std::uint8_t* buffer;
-};
-
 TEST(Hough, ReportsTheFirstOfTwoFaults) {
   const std::uint8_t pixels[16] = {1};
   RvpiPointPolar line = {-7, 0}, limits[2] = {{0, 0}, {1, 1}};
   RvpiSegment segment = {-7, 0, 0, 0};
   int count = -7, bytes = -7;
   alignas(8) std::uint8_t memory[4096] = {};
-  const Arguments good = {
-      .src = pixels, .lines = &line, .roi = limits, .segments = &segment, .count = &count, .buffer = memory};
-  const auto joined = [](Faults<Arguments> faults, const Faults<Arguments>& more) {
-    faults.insert(faults.end(), more.begin(), more.end());
-    return faults;
-  };
-  const Faults<Arguments> common = {
-      {rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.lines = nullptr, a.segments = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.count = nullptr; }},
-      {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }}};
-  Faults<Arguments> standard = joined(common, {{rvpStatusBadStep, [](auto& a) { a.step = 0; }},
-                                               {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                                               {rvpStatusBadSize, [](auto& a) { a.most = 0; }},
-                                               {rvpStatusBadArgument, [](auto& a) { a.delta.rho = 8.01F; }},
-                                               {rvpStatusBadArgument, [](auto& a) { a.delta.theta = 3.15F; }},
-                                               {rvpStatusBadArgument, [](auto& a) { a.threshold = 0; }}});
-  expectFirstOfTwo(standard, good, [](const Arguments& a) {
-    return rvpiHoughLine_8u32f_C1R(a.src, a.step, a.size, a.delta, a.threshold, a.lines, a.most, a.count, a.buffer);
-  });
-  standard.insert(standard.begin() + 2, {rvpStatusNullPointer, [](auto& a) { a.roi = nullptr; }});
-  expectFirstOfTwo(standard, good, [](const Arguments& a) {
-    return rvpiHoughLine_Region_8u32f_C1R(a.src, a.step, a.size, a.lines, a.roi, a.most, a.count, a.delta,
-                                          a.threshold, a.buffer);
-  });
-  const Faults<Arguments> probabilistic = joined(common, {{rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                                          {rvpStatusBadArgument, [](auto& a) { a.threshold = 0; }},
-                                                          {rvpStatusBadArgument, [](auto& a) { a.length = -1; }},
-                                                          {rvpStatusBadArgument, [](auto& a) { a.gap = -1; }}});
-  auto* const spec = reinterpret_cast<RvpiHoughProbSpec*>(memory + 2048);
-  const auto runProbabilistic = [&](const Arguments& a) {
-    return rvpiHoughProbLine_8u32f_C1R(a.src, a.step, a.size, a.threshold, a.length, a.gap, a.segments, a.most,
-                                       a.count, a.buffer, spec);
-  };
+  const RvpiSize size = {4, 4};
+  const RvpiPointPolar delta = {1, 0.5F}, badRho = {8.01F, 0.5F}, badTheta = {1, 3.15F};
+  expectFirstOfTwo(rvpiHoughLine_8u32f_C1R,
+                   {nulls<>, at<1>(rvpStatusBadStep, 0), badSizes, at<6>(rvpStatusBadSize, 0),
+                    at<3>(rvpStatusBadArgument, badRho, badTheta), at<4>(rvpStatusBadArgument, 0)},
+                   pixels, 4, size, delta, 1, &line, 1, &count, memory);
+  expectFirstOfTwo(rvpiHoughLine_Region_8u32f_C1R,
+                   {nulls<>, at<1>(rvpStatusBadStep, 0), badSizes, at<5>(rvpStatusBadSize, 0),
+                    at<7>(rvpStatusBadArgument, badRho, badTheta), at<8>(rvpStatusBadArgument, 0)},
+                   pixels, 4, size, &line, limits, 1, &count, delta, 1, memory);
   // A block of zeros, and a region that no memory would do for.
-  EXPECT_EQ(runProbabilistic(good), rvpStatusBadArgument);
-  ASSERT_EQ(rvpiHoughProbLineInit_8u32f_C1R({4, 4}, {1, 0.5F}, 0, spec), rvpStatusOk);
-  expectFirstOfTwo(probabilistic, good, runProbabilistic);
-  Arguments vast = good;
-  vast.size = {40000, 40000};
-  EXPECT_EQ(runProbabilistic(vast), rvpStatusBadArgument);
-  const Faults<Arguments> sizes = {{rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                   {rvpStatusBadArgument, [](auto& a) { a.delta.rho = 0; }},
-                                   {rvpStatusBadArgument, [](auto& a) { a.delta.theta = -1; }}};
-  expectFirstOfTwo(sizes, good,
-                   [](const Arguments& a) { return rvpiHoughProbLineInit_8u32f_C1R(a.size, a.delta, 0, nullptr); });
-  expectFirstOfTwo(sizes, good, [&](const Arguments& a) {
-    EXPECT_EQ(rvpiHoughLineGetSize_8u_C1R(a.size, a.delta, 1, nullptr), rvpStatusNullPointer);
-    EXPECT_EQ(rvpiHoughProbLineGetSize_8u_C1R(a.size, a.delta, &bytes, nullptr), rvpStatusNullPointer);
-    const RvpStatus status = rvpiHoughLineGetSize_8u_C1R(a.size, a.delta, 1, &bytes);
-    EXPECT_EQ(rvpiHoughProbLineGetSize_8u_C1R(a.size, a.delta, &bytes, &bytes), status);
-    return status;
-  });
-  EXPECT_EQ(rvpiHoughProbLineInit_8u32f_C1R({4, 4}, {1, 0.5F}, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiHoughProbLineInit_8u32f_C1R({4, 4}, {1, 1e-30F}, 0, spec), rvpStatusBadArgument);
+  auto* const spec = reinterpret_cast<RvpiHoughProbSpec*>(memory + 2048);
+  const auto find = [&](RvpiSize roi) {
+    return rvpiHoughProbLine_8u32f_C1R(pixels, 4, roi, 1, 1, 1, &segment, 1, &count, memory, spec);
+  };
+  EXPECT_EQ(find(size), rvpStatusBadArgument);
+  ASSERT_EQ(rvpiHoughProbLineInit_8u32f_C1R(size, delta, 0, spec), rvpStatusOk);
+  EXPECT_EQ(find({40000, 40000}), rvpStatusBadArgument);
+  expectFirstOfTwo(rvpiHoughProbLine_8u32f_C1R,
+                   {nulls<0, 6, 8, 9>, badSizes, at<3>(rvpStatusBadArgument, 0), at<4>(rvpStatusBadArgument, -1),
+                    at<5>(rvpStatusBadArgument, -1)},
+                   pixels, 4, size, 1, 1, 1, &segment, 1, &count, memory, spec);
+  const auto badSteps = at<1>(rvpStatusBadArgument, RvpiPointPolar{0, 0.5F}, RvpiPointPolar{1, -1});
+  expectFirstOfTwo(rvpiHoughProbLineInit_8u32f_C1R, {badSizes, badSteps, nulls<>}, size, delta, 0, spec);
+  expectFirstOfTwo(rvpiHoughLineGetSize_8u_C1R, {nulls<>, badSizes, badSteps}, size, delta, 1, &bytes);
+  expectFirstOfTwo(rvpiHoughProbLineGetSize_8u_C1R, {nulls<>, badSizes, badSteps}, size, delta, &bytes, &bytes);
+  EXPECT_EQ(rvpiHoughProbLineInit_8u32f_C1R(size, {1, 1e-30F}, 0, spec), rvpStatusBadArgument);
   EXPECT_TRUE(line.rho == -7 && segment.x0 == -7 && count == -7 && bytes == -7);
 }
 

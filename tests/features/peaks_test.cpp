@@ -1,13 +1,5 @@
 // The search for peaks against a look at every neighbourhood.
-#include <gtest/gtest.h>
-
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -125,48 +117,26 @@ TYPED_TEST(Peaks, OfExtremeValuesFollowTheRule) {
 
 TYPED_TEST(Peaks, ReportTheFirstOfTwoFaults) {
   using T = TypeParam;
-  struct Arguments {
-    const T* src;
-    int step;
-    RvpiSize size;
-    RvpiPoint* peaks;
-    int most;
-    int* count;
-    int norm, border;
-    std::uint8_t* buffer;
-  };
-  const Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.peaks = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.count = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.width = 3, a.border = 2; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.most = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.border = 0; }},
-                                    {rvpStatusBadStep, [](auto& a) { a.step = 15; }},
-                                    {rvpStatusStepNotMultiple, [](auto& a) { a.step = 18; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.norm = 2; }}};
   const std::vector<T> src(20, T{3});
   std::uint8_t scratch = 0;
   RvpiPoint peak = {-1, -1};
   int count = -7;
   expectFirstOfTwo(
-      faults, Arguments{src.data(), 16, {4, 4}, &peak, 1, &count, 0, 1, &scratch}, [](const Arguments& a) {
-        return kFind<T>(a.src, a.step, a.size, a.peaks, a.most, a.count, a.norm, a.border, a.buffer, T{1});
-      });
+      kFind<T>,
+      {nulls<>, badSizes, planted(rvpStatusBadSize, [](auto& a) { std::get<2>(a).width = 3, std::get<7>(a) = 2; }),
+       at<4>(rvpStatusBadSize, 0), at<7>(rvpStatusBadSize, 0), shortSteps<0>, oddSteps<0>,
+       at<6>(rvpStatusBadArgument, 2)},
+      src.data(), 16, {4, 4}, &peak, 1, &count, 0, 1, &scratch, T{1});
   EXPECT_TRUE(count == -7 && peak.x == -1);
 }
 
 TEST(PeakSizes, AreTheStatedOnes) {
   for (const auto query : {rvpiFindPeaks3x3GetBufferSize_32f_C1R, rvpiFindPeaks3x3GetBufferSize_32s_C1R}) {
     int bytes = -7;
-    EXPECT_EQ(query(0, nullptr), rvpStatusNullPointer);
-    EXPECT_EQ(query(0, &bytes), rvpStatusBadSize);
+    expectFirstOfTwo(query, {nulls<>, at<0>(rvpStatusBadSize, 0, -1)}, 1, &bytes);
     EXPECT_EQ(bytes, -7);
-    EXPECT_EQ(query(1, &bytes), rvpStatusOk);
-    EXPECT_EQ(bytes, 160);
-    EXPECT_EQ(query(1920, &bytes), rvpStatusOk);
-    EXPECT_EQ(bytes, 481 * 128 + 32);
+    EXPECT_EQ(bytesOf(query, 1), 160);
+    EXPECT_EQ(bytesOf(query, 1920), 481 * 128 + 32);
   }
 }
 

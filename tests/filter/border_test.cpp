@@ -1,13 +1,7 @@
 // Borders against the formula of each mode, one pixel at a time.
 #include "filter/border.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-
-#include "support/bordered.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,12 +1,7 @@
 // The derivative filters against full two-dimensional masks.
 #include "filter/derivative.h"
 
-#include <gtest/gtest.h>
-
-#include "support/bordered.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -97,16 +92,12 @@ TYPED_TEST(Derivatives, FollowTheMasksAtEveryWidthAndBorder) {
 TEST(DerivativeChecks, StandInOrder) {
   const std::uint8_t src[16] = {};
   std::int16_t dst[16] = {};
-  const auto sobel = [&](const std::uint8_t* s, int dstStep, RvpiSize size, int mask, int border) {
-    return rvpiFilterSobelHorizBorder<std::uint8_t>(s, 4, dst, dstStep, size, mask, border, 0);
-  };
-  EXPECT_EQ(sobel(nullptr, 7, {0, 0}, 44, 5), rvpStatusNullPointer);
-  EXPECT_EQ(sobel(src, 7, {4, 0}, 44, 5), rvpStatusBadSize);
-  EXPECT_EQ(sobel(src, 9, {4, 2}, 44, 5), rvpStatusStepNotMultiple);
-  EXPECT_EQ(sobel(src, 8, {4, 2}, 44, 5), rvpStatusBadMaskSize);
-  for (const int border : {2, 5, 7, 256 + 1}) EXPECT_EQ(sobel(src, 8, {4, 2}, 33, border), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFilterScharrVertMaskBorder<std::uint8_t>(src, 4, dst, 8, {4, 2}, 55, 1, 0), rvpStatusBadMaskSize);
   std::int16_t* none = nullptr;
+  expectFirstOfTwo(rvpiFilterSobelHorizBorder<std::uint8_t>,
+                   {nulls<0>, badSizes, oddSteps<2>, at<5>(rvpStatusBadMaskSize, 44),
+                    at<6>(rvpStatusBadArgument, 2, 5, 7, 256 + 1)},
+                   src, 4, dst, 8, {4, 2}, 33, 1, 0);
+  EXPECT_EQ(rvpiFilterScharrVertMaskBorder<std::uint8_t>(src, 4, dst, 8, {4, 2}, 55, 1, 0), rvpStatusBadMaskSize);
   EXPECT_EQ(rvpiGradientVectorSobel<std::uint8_t>(src, 4, none, 8, none, 8, {4, 2}, 33, 1, 0),
             rvpStatusNullPointer);
 }

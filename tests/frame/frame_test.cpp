@@ -1,15 +1,10 @@
 // The division of work, and what the library says of itself.
-#include <gtest/gtest.h>
 #include <omp.h>
-
-#include <climits>
-#include <cstring>
 #include <mutex>
-#include <vector>
 
 #include "frame/checks.h"
 #include "frame/team.h"
-#include "rvpcv.h"
+#include "support/test.h"
 
 namespace {
 

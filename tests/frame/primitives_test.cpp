@@ -1,17 +1,10 @@
 // The vector and image primitives: what their tables promise and what later families lean on.
-#include <gtest/gtest.h>
 #include <xmmintrin.h>
-
-#include <algorithm>
-#include <climits>
-#include <cmath>
-#include <limits>
 
 #include "frame/image.h"
 #include "frame/vector.h"
 #include "rvpcore.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 

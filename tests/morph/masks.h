@@ -1,4 +1,4 @@
-// Structuring elements, and erosion and dilation pixel by pixel as references.
+// Structuring elements, erosion and dilation pixel by pixel as references, and images of bits.
 #pragma once
 
 #include <algorithm>
@@ -113,10 +113,10 @@ T extremumAt(const Bordered<T>& image, const Mask& mask, int x, int y, Choose ch
 
 // A state in a block of exactly the reported size, and a buffer of that kind. Blocks that end at a page begin at
 // any address.
-template <class State, class GetSize, class Init>
+template <class State>
 class Element {
  public:
-  Element(GetSize getSize, Init init, RvpiSize largest, const Mask& mask, Cliff cliff)
+  Element(auto getSize, auto init, RvpiSize largest, const Mask& mask, Cliff cliff)
       : bytes_(sizes(getSize, largest, mask)),
         spec_(bytes_.width, {0, 0, cliff}),
         buffer_(bytes_.height, {0, 0, cliff}) {
@@ -126,7 +126,7 @@ class Element {
   std::uint8_t* buffer() { return buffer_.data(); }
 
  private:
-  static RvpiSize sizes(GetSize getSize, RvpiSize largest, const Mask& mask) {
+  static RvpiSize sizes(auto getSize, RvpiSize largest, const Mask& mask) {
     RvpiSize bytes = {};
     EXPECT_EQ(getSize(largest, mask.size(), &bytes.width, &bytes.height), rvpStatusOk);
     return bytes;
@@ -135,6 +135,40 @@ class Element {
   RvpiSize bytes_;  // The block's and the buffer's.
   Block spec_;
   Block buffer_;
+};
+
+// ---- Images of bits, packed from bytes of 0 and 1
+
+// Bits from bit `offset` of each row on, in as many bytes as that takes. The other bits of these bytes are set and
+// clear in turn.
+inline Plane<std::uint8_t> packed(const Plane<std::uint8_t>& bits, int offset) {
+  Plane<std::uint8_t> bytes((offset + bits.width + 7) / 8, bits.height, 0x5A);
+  for (int y = 0; y < bits.height; ++y) {
+    for (int x = 0; x < bits.width; ++x) {
+      std::uint8_t& byte = bytes.at(y, (offset + x) / 8);
+      const auto bit = static_cast<std::uint8_t>(1U << static_cast<unsigned>((offset + x) % 8));
+      byte = static_cast<std::uint8_t>(bits.at(y, x) != 0 ? byte | bit : byte & ~bit);
+    }
+  }
+  return bytes;
+}
+
+// The sides of an image of bits that a selector lets an operation read, each row up to or from an unreadable page.
+class FlaggedBits {
+ public:
+  FlaggedBits(const Bordered<std::uint8_t>& image, int spareBits, Cliff cliff)
+      : sides_(flaggedSides(image)),
+        offset_(sides_.left + spareBits),
+        cliff_(packed(sides_.part, spareBits), cliff) {}
+
+  const std::uint8_t* first() { return cliff_.data() + static_cast<std::ptrdiff_t>(sides_.top) * cliff_.step(); }
+  int bitOffset() const { return offset_; }
+  int step() const { return cliff_.step(); }
+
+ private:
+  FlaggedSides<std::uint8_t> sides_;
+  int offset_;
+  OnCliff<std::uint8_t> cliff_;
 };
 
 }  // namespace test

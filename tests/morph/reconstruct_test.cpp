@@ -1,35 +1,16 @@
 // Reconstruction against its fixed point, found by trying every pixel again and again.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <compare>
-#include <limits>
-#include <vector>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace test;
 
-// The functions by type.
 template <class T>
-struct Family;
-#define RVP_FAMILY(T, TYPE)                                                   \
-  template <>                                                                 \
-  struct Family<T> {                                                          \
-    static constexpr RvpDataType kType = rvp##TYPE;                           \
-    static constexpr auto kDilate = rvpiMorphReconstructDilate_##TYPE##_C1IR; \
-    static constexpr auto kErode = rvpiMorphReconstructErode_##TYPE##_C1IR;   \
-  };
-RVP_FAMILY(std::uint8_t, 8u)
-RVP_FAMILY(std::uint16_t, 16u)
-RVP_FAMILY(float, 32f)
-RVP_FAMILY(double, 64f)
+constexpr auto kDilate = ofType<T>(rvpiMorphReconstructDilate_8u_C1IR, rvpiMorphReconstructDilate_16u_C1IR,
+                                   rvpiMorphReconstructDilate_32f_C1IR, rvpiMorphReconstructDilate_64f_C1IR);
+template <class T>
+constexpr auto kErode = ofType<T>(rvpiMorphReconstructErode_8u_C1IR, rvpiMorphReconstructErode_16u_C1IR,
+                                  rvpiMorphReconstructErode_32f_C1IR, rvpiMorphReconstructErode_64f_C1IR);
 
 // Below for dilation, above for erosion.
 template <class T>
@@ -63,7 +44,7 @@ Plane<T> expectedResult(const Plane<T>& mask, Plane<T> marker, bool dilate, Rvpi
 
 template <class T>
 int bufferSize(RvpiSize size) {
-  return bytesOf(rvpiMorphReconstructGetBufferSize, size, Family<T>::kType, 1);
+  return bytesOf(rvpiMorphReconstructGetBufferSize, size, kTypeOf<T>, 1);
 }
 
 // Both operations with both kinds of neighbours. The marker for erosion is turned around.
@@ -75,8 +56,7 @@ void checkAll(const Plane<T>& mask, const Plane<T>& marker, const Shape& shape =
       const auto [gap, shift, cliff] = shape.placing;
       Guarded<T> under(mask, shape.placing), image(marker, {gap + 1, shift, cliff});
       Block scratch(bufferSize<T>(under.size()), shape.anywhere());
-      ASSERT_EQ(call(dilate ? Family<T>::kDilate : Family<T>::kErode, under, image, under.size(), scratch, norm),
-                rvpStatusOk);
+      ASSERT_EQ(call(dilate ? kDilate<T> : kErode<T>, under, image, under.size(), scratch, norm), rvpStatusOk);
       ASSERT_TRUE(same(expectedResult(mask, marker, dilate, norm), image));
       ASSERT_TRUE(same(mask, under));
     }
@@ -160,7 +140,7 @@ TYPED_TEST(Reconstruct, RunsThroughPatterns) {
 // What must not be asked for still comes to an end and stays inside the image.
 TYPED_TEST(Reconstruct, EndsWhereTheImagesAreOne) {
   using T = TypeParam;
-  for (const auto run : {Family<T>::kDilate, Family<T>::kErode}) {
+  for (const auto run : {kDilate<T>, kErode<T>}) {
     Guarded<T> image(noisePlane<T>(70, 30, 8, 0), {3, 1});
     std::vector<std::uint8_t> scratch(static_cast<std::size_t>(bufferSize<T>(image.size())));
     EXPECT_EQ(run(image.data(), image.step(), image.data(), image.step(), image.size(), scratch.data(), 0),
@@ -168,34 +148,23 @@ TYPED_TEST(Reconstruct, EndsWhereTheImagesAreOne) {
   }
 }
 
-TYPED_TEST(Reconstruct, ChecksInOrder) {
+TYPED_TEST(Reconstruct, ReportsTheFirstOfTwoFaults) {
   using T = TypeParam;
   constexpr int kRow = 4 * static_cast<int>(sizeof(T));
   const T mask[8] = {T{1}};
+  T image[8] = {T{9}};
   std::uint8_t buffer[400];
-  for (const auto run : {Family<T>::kDilate, Family<T>::kErode}) {
-    T image[8] = {T{9}};
-    EXPECT_EQ(run(nullptr, kRow, image, kRow, {0, 1}, buffer, 0), rvpStatusNullPointer);
-    EXPECT_EQ(run(mask, kRow, nullptr, kRow, {0, 1}, buffer, 0), rvpStatusNullPointer);
-    EXPECT_EQ(run(mask, kRow, image, kRow, {0, 1}, nullptr, 0), rvpStatusNullPointer);
-    EXPECT_EQ(run(mask, -kRow, image, kRow, {4, 0}, buffer, 0), rvpStatusBadSize);
-    EXPECT_EQ(run(mask, kRow - 1, image, kRow + 1, {4, 1}, buffer, 2), rvpStatusBadStep);
-    EXPECT_EQ(run(mask, kRow + 1, image, kRow - 1, {4, 1}, buffer, 2), rvpStatusBadStep);
-    const RvpStatus odd = sizeof(T) == 1 ? rvpStatusBadArgument : rvpStatusStepNotMultiple;
-    EXPECT_EQ(run(mask, kRow + 1, image, kRow, {4, 1}, buffer, 2), odd);
-    EXPECT_EQ(run(mask, kRow, image, kRow + 1, {4, 1}, buffer, 2), odd);
-    EXPECT_EQ(run(mask, kRow, image, kRow, {4, 1}, buffer, 2), rvpStatusBadArgument);
-    EXPECT_EQ(run(mask, kRow, image, kRow, {4, 1}, buffer, -1), rvpStatusBadArgument);
-    EXPECT_EQ(image[0], T{9});
-  }
+  for (const auto run : {kDilate<T>, kErode<T>})
+    expectFirstOfTwo(run, {nulls<>, badSizes, shortSteps<0, 2>, oddSteps<0, 2>, at<6>(rvpStatusBadArgument, 2, -1)},
+                     mask, kRow, image, kRow, {4, 2}, buffer, 0);
+  EXPECT_EQ(image[0], T{9});
 }
 
 TEST(ReconstructBuffer, ChecksInOrderAndReportsItsSizes) {
   int bytes = -1;
-  EXPECT_EQ(rvpiMorphReconstructGetBufferSize({0, 1}, 3, 3, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiMorphReconstructGetBufferSize({0, 1}, 3, 3, &bytes), rvpStatusBadSize);
-  EXPECT_EQ(rvpiMorphReconstructGetBufferSize({1, 1}, rvp16s, 3, &bytes), rvpStatusBadDataType);
-  EXPECT_EQ(rvpiMorphReconstructGetBufferSize({1, 1}, rvp8u, 3, &bytes), rvpStatusBadNumChannels);
+  expectFirstOfTwo(rvpiMorphReconstructGetBufferSize,
+                   {nulls<>, badSizes, at<1>(rvpStatusBadDataType, rvp16s, 3), at<2>(rvpStatusBadNumChannels, 3)},
+                   {1, 1}, rvp8u, 1, &bytes);
   EXPECT_EQ(bytes, -1);
   EXPECT_EQ(bufferSize<std::uint8_t>({100, 7}), 400 + 7 + 161);
   EXPECT_EQ(bufferSize<std::uint16_t>({100, 7}), 2 * 407 + 322);

@@ -1,11 +1,6 @@
 // What GetSize reports is what callers have allocated: no version of the library may ask for another number of
 // bytes.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <string>
-
-#include "rvpcv.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,13 +1,5 @@
 // The mixture background against its formulas, on modes that are stored pixel by pixel.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -232,40 +224,6 @@ TEST(Background, TakesANewModelWithAFrame) {
   }
 }
 
-TEST(Background, TellsFirstFramesStillScenesAndBlack) {
-  RvpFGMMModel model = kModel;
-  const RvpiSize size = {9, 1};
-  Block block(blockSize(size, 3));
-  auto* state = block.as<RvpFGMMState>();
-  Bytes frame(27, 1, 100);
-  for (int c = 0; c < 3; ++c) frame.at(0, 24 + c) = 0;
-  for (const int enabled : {0, 1}) {
-    model.shadowEnabled = static_cast<std::uint8_t>(enabled);
-    ASSERT_EQ(rvpiFGMMInit_8u_C3R(size, 3, &model, state), rvpStatusOk);
-    const auto learn = [&](double rate) {
-      Bytes mask(9, 1, 1);
-      EXPECT_EQ(rvpiFGMMForeground_8u_C3R(frame.row(0), 27, mask.elements.data(), 9, size, state, nullptr, rate),
-                rvpStatusOk);
-      return mask;
-    };
-    Bytes first(9, 1, enabled != 0 ? 127 : 255);
-    first.at(0, 8) = 255;
-    EXPECT_TRUE(same(first, learn(0.01)));
-    EXPECT_TRUE(same(Bytes(9, 1, 0), learn(0.01)));
-    Bytes picture(27, 1, 1);
-    ASSERT_EQ(rvpiFGMMBackground_8u_C3R(picture.elements.data(), 27, size, state), rvpStatusOk);
-    EXPECT_TRUE(same(frame, picture));
-  }
-  // A shadow at 70 percent is told from something else.
-  for (int c = 0; c < 6; ++c) frame.at(0, c) = c < 3 ? 70 : 200;
-  Bytes mask(9, 1);
-  ASSERT_EQ(rvpiFGMMForeground_8u_C3R(frame.row(0), 27, mask.elements.data(), 9, size, state, nullptr, 0.01),
-            rvpStatusOk);
-  EXPECT_EQ(mask.at(0, 0), 127);
-  EXPECT_EQ(mask.at(0, 1), 255);
-  EXPECT_EQ(mask.at(0, 2), 0);
-}
-
 // As many pixels in one row as the state was made for in several: the row buffer is shorter than that.
 TEST(Background, TakesOneLongRow) {
   for (const int modeCount : {1, 4}) {
@@ -283,53 +241,40 @@ TEST(Background, TakesOneLongRow) {
   }
 }
 
-TEST(Background, ChecksInOrder) {
+TEST(Background, ReportsTheFirstOfTwoFaults) {
   const RvpiSize size = {4, 2};
   int bytes = -1;
-  EXPECT_EQ(rvpiFGMMGetBufferSize_8u_C3R({0, 1}, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFGMMGetBufferSize_8u_C3R({4, 0}, 0, &bytes), rvpStatusBadSize);
-  EXPECT_EQ(rvpiFGMMGetBufferSize_8u_C3R(size, 0, &bytes), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFGMMGetBufferSize_8u_C3R({INT32_MAX, INT32_MAX}, INT32_MAX, &bytes), rvpStatusSizeOverflow);
-  EXPECT_EQ(rvpiFGMMGetBufferSize_8u_C3R({10000, 10000}, 2, &bytes), rvpStatusSizeOverflow);
+  const auto query = rvpiFGMMGetBufferSize_8u_C3R;
+  expectFirstOfTwo(query, {nulls<>, badSizes, at<1>(rvpStatusBadArgument, 0)}, size, 3, &bytes);
+  EXPECT_EQ(query({INT32_MAX, INT32_MAX}, INT32_MAX, &bytes), rvpStatusSizeOverflow);
+  EXPECT_EQ(query({10000, 10000}, 2, &bytes), rvpStatusSizeOverflow);
   EXPECT_EQ(bytes, -1);
   EXPECT_EQ(blockSize({1, 1}, 1), 4 * 32 + 416);
   EXPECT_EQ(blockSize({10, 7}, 3), 1696 + 2528 + 384 + 96 + 416);
 
   std::vector<std::uint8_t> block(static_cast<std::size_t>(blockSize(size, 3)));
   auto* state = reinterpret_cast<RvpFGMMState*>(block.data());
-  EXPECT_EQ(rvpiFGMMInit_8u_C3R({0, 0}, 0, nullptr, state), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFGMMInit_8u_C3R({0, 0}, 0, &kModel, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFGMMInit_8u_C3R({0, 2}, 0, &kModel, state), rvpStatusBadSize);
-  EXPECT_EQ(rvpiFGMMInit_8u_C3R(size, 0, &kModel, state), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFGMMInit_8u_C3R(size, INT32_MAX, &kModel, state), rvpStatusSizeOverflow);
+  expectFirstOfTwo(rvpiFGMMInit_8u_C3R,
+                   {nulls<>, badSizes, at<1>(rvpStatusBadArgument, 0), at<1>(rvpStatusSizeOverflow, INT32_MAX)},
+                   size, 3, &kModel, state);
   ASSERT_EQ(rvpiFGMMInit_8u_C3R(size, 3, &kModel, state), rvpStatusOk);
   const std::vector<std::uint8_t> before = block;
-
-  std::uint8_t src[24] = {}, dst[24] = {};
-  RvpFGMMModel large = kModel;
+  const std::uint8_t src[24] = {};
+  std::uint8_t dst[24] = {};
+  RvpFGMMModel fewer = kModel, large = kModel;
+  fewer.modeCount = 3;
   large.modeCount = 4;
-  const auto run = [&](const std::uint8_t* from, int srcStep, std::uint8_t* to, int dstStep, RvpiSize roi,
-                       RvpFGMMState* with) {
-    return rvpiFGMMForeground_8u_C3R(from, srcStep, to, dstStep, roi, with, &large, -1);
-  };
-  EXPECT_EQ(run(nullptr, 0, dst, 4, {0, 0}, state), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, 0, nullptr, 4, {0, 0}, state), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, 0, dst, 4, {0, 0}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, 0, dst, 4, {0, 0}, state), rvpStatusBadStep);
-  EXPECT_EQ(run(src, 1, dst, 0, {0, 0}, state), rvpStatusBadStep);
-  EXPECT_EQ(run(src, 1, dst, 1, {0, 2}, state), rvpStatusBadSize);
-  EXPECT_EQ(run(src, 1, dst, 1, {9, 9}, state), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFGMMForeground_8u_C3R(src, 1, dst, 1, {9, 1}, state, nullptr, -1), rvpStatusBadSize);
-  EXPECT_EQ(rvpiFGMMBackground_8u_C3R(nullptr, 0, {0, 0}, state), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFGMMBackground_8u_C3R(dst, 0, {0, 0}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFGMMBackground_8u_C3R(dst, 0, {0, 0}, state), rvpStatusBadStep);
-  EXPECT_EQ(rvpiFGMMBackground_8u_C3R(dst, 1, {1, 0}, state), rvpStatusBadSize);
-  EXPECT_EQ(rvpiFGMMBackground_8u_C3R(dst, 1, {3, 3}, state), rvpStatusBadSize);
+  // Steps may be shorter than a row, and frames have fewer pixels.
+  expectFirstOfTwo(rvpiFGMMForeground_8u_C3R,
+                   {nulls<0, 2, 5>, at<1>(rvpStatusBadStep, 0), at<3>(rvpStatusBadStep, 0), badSizes,
+                    at<6>(rvpStatusBadArgument, &large), at<4>(rvpStatusBadSize, RvpiSize{9, 1})},
+                   src, 1, dst, 1, size, state, nullptr, -1);
+  expectFirstOfTwo(rvpiFGMMBackground_8u_C3R,
+                   {nulls<>, at<1>(rvpStatusBadStep, 0), badSizes, at<2>(rvpStatusBadSize, RvpiSize{3, 3})}, dst, 1,
+                   size, state);
   EXPECT_EQ(block, before);
-  // Steps shorter than a row, a frame of fewer pixels, and a block without modes yet.
   EXPECT_EQ(rvpiFGMMBackground_8u_C3R(dst, 1, {2, 2}, state), rvpStatusOk);
-  large.modeCount = 3;
-  EXPECT_EQ(run(src, 1, dst, 1, {4, 2}, state), rvpStatusOk);
+  EXPECT_EQ(rvpiFGMMForeground_8u_C3R(src, 1, dst, 1, size, state, &fewer, -1), rvpStatusOk);
 }
 
 }  // namespace

@@ -1,15 +1,5 @@
 // Optical flow against its formulas, and against warps that are known.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <deque>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -438,52 +428,17 @@ TEST(FlowSums, AreExactForBlackAndWhite) {
   }
 }
 
-TYPED_TEST(Flow, FindsAKnownShift) {
-  using T = TypeParam;
-  const RvpiSize size = {160, 120};
-  const double dx = 5.37, dy = -3.61;
-  const Pyramid<T> one = pyramidOf<T>(size, 3, 0, 0), two = pyramidOf<T>(size, 3, dx, dy);
-  const Record<T> record1(one), record2(two);
-  std::vector<RvpiPoint32f> prev;
-  for (int i = 0; i < 48; ++i)
-    prev.push_back({30.25f + static_cast<float>(i % 8) * 14, 30.5f + static_cast<float>(i / 8) * 12});
-  for (const RvpiSize roi : {RvpiSize{1, 1}, {200, 200}}) {
-    const Result result = track<T>(record1, record2, {roi, 21, 2, 20, 0.001f}, prev, prev);
-    for (std::size_t i = 0; i < prev.size(); ++i) {
-      EXPECT_EQ(result.status[i], 0) << i;
-      EXPECT_NEAR(result.next[i].x - prev[i].x, dx, 0.05) << i;
-      EXPECT_NEAR(result.next[i].y - prev[i].y, dy, 0.05) << i;
-    }
-  }
-}
-
 TYPED_TEST(Flow, LosesAFlatWindow) {
-  using T = TypeParam;
-  Pyramid<T> flat = pyramidOf<T>({40, 40}, 2, 0, 0);
-  flat.images[0] = Plane<T>(40, 40, T{7});
-  const Record<T> record(flat);
-  for (const RvpiSize roi : {RvpiSize{1, 1}, {21, 21}, {90, 90}}) {
-    const Result result = track<T>(record, record, {roi, 9, 1, 5, 0.01f}, {{18, 19}}, {{18, 19}});
-    EXPECT_EQ(result.status[0], 1);
-    EXPECT_EQ(result.error[0], 0.0f);
-    EXPECT_EQ(result.next[0].x, 18.0f);
-  }
+  Pyramid<TypeParam> flat = pyramidOf<TypeParam>({40, 40}, 2, 0, 0);
+  flat.images[0] = Plane<TypeParam>(40, 40, TypeParam{7});
+  for (const RvpiSize roi : {RvpiSize{1, 1}, {21, 21}, {90, 90}})
+    checkTrack(flat, flat, {}, {roi, 9, 1, 5, 0.01f}, {{18, 19}}, {{18, 19}});
 }
 
 TYPED_TEST(Flow, ReportsTheFirstOfTwoFaults) {
   using T = TypeParam;
-  struct Arguments {
-    const RvpiPyramid *one, *two;
-    const RvpiPoint32f* prev;
-    RvpiPoint32f* next;
-    std::int8_t* status;
-    float* error;
-    RvpiOptFlowPyrLK* state;
-    int count = 1, window = 5, maxLev = 1, maxIter = 1;
-    float threshold = 0;
-  };
-  Record<T> holder(pyramidOf<T>({20, 20}, 2, 0, 0)), shortStep(pyramidOf<T>({20, 20}, 2, 0, 0)),
-      noImage(pyramidOf<T>({20, 20}, 2, 0, 0));
+  const Pyramid<T> pyramid = pyramidOf<T>({20, 20}, 2, 0, 0);
+  Record<T> good(pyramid), shortStep(pyramid), noImage(pyramid);
   shortStep.record.pStep[1] -= static_cast<int>(sizeof(T));
   noImage.record.pImage[1] = nullptr;
   const RvpiPoint32f prev = {9, 9};
@@ -492,65 +447,46 @@ TYPED_TEST(Flow, ReportsTheFirstOfTwoFaults) {
   float error = 6;
   Block block(blockBytes<T>({{20, 20}, 5, 0, 0, 0}));
   RvpiOptFlowPyrLK* state = nullptr;
-  const auto init = Form<T>::kInit;
-  EXPECT_EQ(init(nullptr, {0, 1}, 5, 0, block.data()), rvpStatusBadSize);
-  EXPECT_EQ(init(&state, {1, 1}, 0, 0, nullptr), rvpStatusBadSize);
-  EXPECT_EQ(init(&state, {20, 20}, 5, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(init(nullptr, {20, 20}, 5, 0, block.data()), rvpStatusNullPointer);
-  EXPECT_EQ(init(&state, {INT32_MAX, INT32_MAX}, INT32_MAX, 0, block.data()), rvpStatusSizeOverflow);
+  expectFirstOfTwo(Form<T>::kInit, {badSizes, at<2>(rvpStatusBadSize, 0), nulls<>}, &state, {20, 20}, 5, 0,
+                   block.data());
+  EXPECT_EQ(Form<T>::kInit(&state, {INT32_MAX, INT32_MAX}, INT32_MAX, 0, block.data()), rvpStatusSizeOverflow);
   EXPECT_EQ(state, nullptr);
-  ASSERT_EQ(init(&state, {20, 20}, 5, 0, block.data()), rvpStatusOk);
+  ASSERT_EQ(Form<T>::kInit(&state, {20, 20}, 5, 0, block.data()), rvpStatusOk);
   EXPECT_EQ(state, block.as<RvpiOptFlowPyrLK>());
-  const Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.one = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.two = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.prev = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.next = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.status = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.error = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.state = nullptr; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.count = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.window = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.window = 4; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.maxLev = -1; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.maxIter = 0; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.threshold = -1e-30f; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.maxLev = 2; }}};
-  const auto run = [](const Arguments& a) {
-    return Form<T>::kRun(a.one, a.two, a.prev, a.next, a.status, a.error, a.count, a.window, a.maxLev, a.maxIter,
-                         a.threshold, a.state);
+  const auto broken = [](RvpStatus fault, const RvpiPyramid& record) {
+    return planted(fault, [&](auto& a) { (std::get<9>(a) == 3 ? std::get<0>(a) : std::get<1>(a)) = &record; });
   };
-  Arguments good = {&holder.record, &holder.record, &prev, &next, &status, &error, state};
-  expectFirstOfTwo(faults, good, run);
-  for (const auto& [pyramid, fault] :
-       {std::pair{&noImage.record, rvpStatusNullPointer}, {&shortStep.record, rvpStatusBadStep}}) {
-    Arguments bad = good;
-    bad.one = pyramid;
-    EXPECT_EQ(run(bad), fault);
-    bad = good;
-    bad.two = pyramid;
-    EXPECT_EQ(run(bad), fault);
+  for (const int rounds : {3, 4}) {
+    expectFirstOfTwo(
+        Form<T>::kRun,
+        {nulls<>, at<6>(rvpStatusBadSize, 0), at<7>(rvpStatusBadSize, 0, 4), at<8>(rvpStatusBadArgument, -1),
+         at<9>(rvpStatusBadArgument, 0), at<10>(rvpStatusBadArgument, -1e-30f), at<8>(rvpStatusBadArgument, 2)},
+        &good.record, &good.record, &prev, &next, &status, &error, 1, 5, 1, rounds, 0, state);
+    expectFirstOfTwo(Form<T>::kRun, {broken(rvpStatusNullPointer, noImage.record)}, &good.record, &good.record,
+                     &prev, &next, &status, &error, 1, 5, 1, rounds, 0, state);
+    expectFirstOfTwo(Form<T>::kRun, {broken(rvpStatusBadStep, shortStep.record)}, &good.record, &good.record, &prev,
+                     &next, &status, &error, 1, 5, 1, rounds, 0, state);
   }
   EXPECT_TRUE(next.x == 8 && status == 5 && error == 6);
-  good.one = good.two = &noImage.record;
-  good.maxLev = 0;
-  EXPECT_EQ(run(good), rvpStatusOk);
+  EXPECT_EQ(Form<T>::kRun(&noImage.record, &noImage.record, &prev, &next, &status, &error, 1, 5, 0, 1, 0, state),
+            rvpStatusOk);
 }
 
 TEST(FlowBlock, TellsItsSize) {
+  const auto query = rvpiOpticalFlowPyrLKGetSize;
   int bytes = -1;
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(0, {1, 1}, 99, 0, nullptr), rvpStatusBadSize);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(1, {1, 0}, 99, 0, nullptr), rvpStatusBadSize);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(1, {1, 1}, rvp16s, 0, nullptr), rvpStatusBadDataType);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(1, {1, 1}, rvp8u, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(1, {40000, 40000}, rvp8u, 0, &bytes), rvpStatusSizeOverflow);
+  expectFirstOfTwo(query, {at<0>(rvpStatusBadSize, 0), badSizes, at<2>(rvpStatusBadDataType, rvp16s, 99), nulls<>},
+                   1, {1, 1}, rvp8u, 0, &bytes);
+  EXPECT_EQ(query(1, {40000, 40000}, rvp8u, 0, &bytes), rvpStatusSizeOverflow);
   EXPECT_EQ(bytes, -1);
   const int w = 21, r = 645 * 485;
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(w, {640, 480}, rvp8u, 7, &bytes), rvpStatusOk);
-  EXPECT_EQ(bytes, 2 * (2 * r + (4 * w + 12) * (w + 3)) + (32 * w + 96) * (w + 3) + 130);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(w, {640, 480}, rvp16u, 7, &bytes), rvpStatusOk);
-  EXPECT_EQ(bytes, 4 * (3 * r + (4 * w + 12) * (w + 3) + (8 * w + 24) * (w + 3)) + 124);
-  EXPECT_EQ(rvpiOpticalFlowPyrLKGetSize(w, {640, 480}, rvp32f, 7, &bytes), rvpStatusOk);
-  EXPECT_EQ(bytes, 4 * (2 * r + (4 * w + 12) * (w + 3) + (8 * w + 24) * (w + 3)) + 124);
+  const RvpiSize size = {640, 480};
+  EXPECT_EQ(bytesOf(query, w, size, rvp8u, 7),
+            2 * (2 * r + (4 * w + 12) * (w + 3)) + (32 * w + 96) * (w + 3) + 130);
+  EXPECT_EQ(bytesOf(query, w, size, rvp16u, 7),
+            4 * (3 * r + (4 * w + 12) * (w + 3) + (8 * w + 24) * (w + 3)) + 124);
+  EXPECT_EQ(bytesOf(query, w, size, rvp32f, 7),
+            4 * (2 * r + (4 * w + 12) * (w + 3) + (8 * w + 24) * (w + 3)) + 124);
 }
 
 }  // namespace

@@ -1,12 +1,7 @@
 // Boundaries against the formula, and with costs against the walk over all pairs.
 #include "segment/boundaries.h"
 
-#include <gtest/gtest.h>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -99,19 +94,16 @@ TEST(BoundSegments, GivesTheBoundaryToTheHigherPixel) {
   });
 }
 
-TEST(BoundSegments, ChecksInOrder) {
+TEST(BoundSegments, ReportsTheFirstOfTwoFaults) {
   std::uint16_t p[4] = {1, 2};
-  auto* bytes = reinterpret_cast<std::uint8_t*>(p);
-  EXPECT_EQ(kBound<std::uint8_t>(nullptr, 4, {0, 1}, 9, 2), rvpStatusNullPointer);
-  EXPECT_EQ(kBound<std::uint8_t>(bytes, 0, {0, 1}, 9, 2), rvpStatusBadSize);
-  EXPECT_EQ(kBound<std::uint8_t>(bytes, 0, {1, 0}, 9, 2), rvpStatusBadSize);
-  EXPECT_EQ(kBound<std::uint8_t>(bytes, 1, {2, 1}, 9, 2), rvpStatusBadStep);
-  EXPECT_EQ(kBound<std::uint8_t>(bytes, 2, {2, 1}, 9, 2), rvpStatusBadArgument);
-  EXPECT_EQ(kBound<std::uint8_t>(bytes, 2, {2, 1}, 9, -1), rvpStatusBadArgument);
-  EXPECT_EQ(kBound<std::uint16_t>(nullptr, 4, {0, 1}, 9, 2), rvpStatusNullPointer);
-  EXPECT_EQ(kBound<std::uint16_t>(p, 3, {2, 1}, 9, 2), rvpStatusBadStep);
-  EXPECT_EQ(kBound<std::uint16_t>(p, 5, {2, 1}, 9, 2), rvpStatusStepNotMultiple);
-  EXPECT_EQ(kBound<std::uint16_t>(p, 4, {2, 1}, 9, 2), rvpStatusBadArgument);
+  const auto check = [&]<class Label>(Label* image) {
+    constexpr int kRow = 2 * sizeof(Label);
+    expectFirstOfTwo(kBound<Label>,
+                     {nulls<>, badSizes, shortSteps<>, oddSteps<>, at<4>(rvpStatusBadArgument, 2, -1)}, image, kRow,
+                     {2, 1}, Label{9}, 0);
+  };
+  check(p);
+  check(reinterpret_cast<std::uint8_t*>(p));
   EXPECT_EQ(p[1], 2);
 }
 

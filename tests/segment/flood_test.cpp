@@ -1,22 +1,8 @@
 // Flood fills against the region found pixel by pixel, and range fills against a plain list of spans that forgets.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <random>
 #include <set>
-#include <tuple>
-#include <vector>
 
-#include "rvpcv.h"
 #include "segment/number_set.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -278,27 +264,17 @@ TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
       [](int y, int x) { return (x * 7 + y * 5) % 8 < 4 || y % 5 == 2; }  // islands
   };
   int shift = 0;
-  for (const auto [width, height] : std::initializer_list<RvpiSize>{{3, 3},
-                                                                    {1, 2},
-                                                                    {1, 3},
-                                                                    {2, 2},
-                                                                    {2, 3},
-                                                                    {24, 3},
-                                                                    {5, 5},
-                                                                    {33, 31},
-                                                                    {64, 3},
-                                                                    {1, 50},
-                                                                    {50, 1},
-                                                                    {70, 9},
-                                                                    {9, 70},
-                                                                    {31, 2}}) {
+  constexpr int kSizes[][2] = {{3, 3},   {1, 2},  {1, 3},  {2, 2},  {2, 3},  {24, 3}, {5, 5},
+                               {33, 31}, {64, 3}, {1, 50}, {50, 1}, {70, 9}, {9, 70}, {31, 2}};
+  for (const auto& [w, h] : kSizes) {
+    const int width = w, height = h;
     for (const Shape8u& shape : shapes) {
       const auto value = [&](int y, int x) { return shape(y, x) ? 10 : 90; };
       const auto one = planeOf<std::uint8_t>(width, height, value);
       const auto three = planeOf<std::uint8_t>(3 * width, height, [&](int y, int x) { return value(y, x / 3); });
       // In stripes of `slope` neighbours in a row are never alike, so that each pixel is a span to a gradient.
       const auto slope = planeOf<std::uint8_t>(
-          width, height, [h = height](int y, int x) { return y == h / 2 ? 60 : (x % 2) * 60 + 30; });
+          width, height, [=](int y, int x) { return y == height / 2 ? 60 : (x % 2) * 60 + 30; });
       for (const auto& [x, y] : {std::pair{0, 0}, {width / 2, height / 2}, {std::min(1, width - 1), height - 1}}) {
         checkAllKinds<std::uint8_t>(one, three, {x, y}, 2, {}, shift++ % 16);
         for (const bool diagonal : {false, true})
@@ -364,48 +340,31 @@ TEST(Flood, Fills32s) {
 }
 
 TEST(Flood, ReportsTheFirstOfTwoFaults) {
-  struct Arguments {
-    float* image;
-    int step;
-    RvpiSize size;
-    RvpiPoint seed;
-    const float *value, *least, *most;
-    RvpiFilledRegion* region;
-    std::uint8_t* scratch;
-  };
   Plane<float> image(12, 4, 5.0f);
   const float value[] = {5, 5, 5}, bad[] = {0, -1, 0};
   std::uint8_t scratch[4096], byte = 1;
   RvpiFilledRegion region = {-3, {}, {}};
-  const Arguments good = {&image.at(0, 0), 48, {4, 4}, {0, 0}, value, value, value, &region, scratch};
+  float* const first = &image.at(0, 0);
   for (const bool isGradient : {false, true}) {
-    const auto fill = isGradient ? rvpiFloodFill_Grad4Con_32f_C3IR : rvpiFloodFill_Range8Con_32f_C3IR;
-    const Faults<Arguments> faults = {
-        {rvpStatusNullPointer, [](auto& a) { a.image = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.value = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.least = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.most = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.region = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.scratch = nullptr; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-        {rvpStatusBadStep, [](auto& a) { a.step = 47; }},
-        {rvpStatusStepNotMultiple, [](auto& a) { a.step = 50; }},
-        {rvpStatusOutOfRange, [](auto& a) { a.seed.x = 4; }},
-        {rvpStatusOutOfRange, [](auto& a) { a.seed.y = -1; }},
-        {rvpStatusOutOfRange, [&](auto& a) { a.least = a.least == nullptr ? nullptr : bad; }, isGradient}};
-    expectFirstOfTwo(faults, good, [&](const Arguments& a) {
-      return fill(a.image, a.step, a.size, a.seed, a.value, a.least, a.most, a.region, a.scratch);
-    });
+    expectFirstOfTwo(isGradient ? rvpiFloodFill_Grad4Con_32f_C3IR : rvpiFloodFill_Range8Con_32f_C3IR,
+                     {nulls<>, badSizes, shortSteps<0>, oddSteps<0>,
+                      at<3>(rvpStatusOutOfRange, RvpiPoint{4, 0}, RvpiPoint{0, -1}),
+                      planted(rvpStatusOutOfRange,
+                              [&](auto& a) {
+                                if (std::get<5>(a) != nullptr) std::get<5>(a) = bad;
+                              })
+                          .when(isGradient)},
+                     first, 48, {4, 4}, {0, 0}, value, value, value, &region, scratch);
   }
-  EXPECT_EQ(rvpiFloodFill_Range4Con_32f_C3IR(good.image, 48, {4, 4}, {0, 0}, value, value, value, &region, scratch),
+  EXPECT_EQ(rvpiFloodFill_Range4Con_32f_C3IR(first, 48, {4, 4}, {0, 0}, value, value, value, &region, scratch),
             rvpStatusBadArgument);
-  EXPECT_EQ(rvpiFloodFill_4Con_32f_C3IR(good.image, 48, {4, 4}, {0, 0}, value, &region, scratch), rvpStatusOk);
+  EXPECT_EQ(rvpiFloodFill_4Con_32f_C3IR(first, 48, {4, 4}, {0, 0}, value, &region, scratch), rvpStatusOk);
   EXPECT_EQ(region.area, -3);
   EXPECT_EQ(rvpiFloodFill_4Con_8u_C1IR(&byte, 20000, {20000, 20000}, {0, 0}, 2, &region, scratch),
             rvpStatusSizeOverflow);
   int bytes = 0;
-  EXPECT_EQ(rvpiFloodFillGetSize({0, 1}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiFloodFillGetSize_Grad({0, 1}, &bytes), rvpStatusBadSize);
+  for (const auto query : {rvpiFloodFillGetSize, rvpiFloodFillGetSize_Grad})
+    expectFirstOfTwo(query, {nulls<>, badSizes}, {4, 4}, &bytes);
   EXPECT_EQ(scratchBytes(Kind::kPlain, {7, 5}), 242);
   EXPECT_EQ(scratchBytes(Kind::kGradient, {7, 5}), 687);
 }

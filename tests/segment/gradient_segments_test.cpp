@@ -1,14 +1,6 @@
 // Gradient segmentation against queues of coordinates, and masked gradients against their formula.
-#include <gtest/gtest.h>
-
-#include <deque>
-
-#include "rvpcv.h"
 #include "segment/masked_gradient.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -135,28 +127,15 @@ TEST(SegmentGradient, GrowsInTheOrderOfDifferences) {
   sweepCliffs({{1, 300}, {300, 1}, {33, 9}}, 1, checkGrowth);
 }
 
-TEST(SegmentGradient, ChecksInOrder) {
-  std::uint8_t src[16] = {};
-  std::uint8_t marker[8] = {1};
-  std::uint8_t scratch[600];
-  const auto run = [&](const std::uint8_t* from, int srcStep, std::uint8_t* to, int step, RvpiSize size, int norm,
-                       std::uint8_t* buffer) {
-    return rvpiSegmentGradient_8u_C3IR(from, srcStep, to, step, size, norm, 0, buffer);
-  };
-  EXPECT_EQ(run(nullptr, 9, marker, 3, {0, 1}, 0, scratch), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, 9, nullptr, 3, {0, 1}, 0, scratch), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, 9, marker, 3, {0, 1}, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(run(src, -1, marker, 3, {0, 1}, 0, scratch), rvpStatusBadSize);
-  EXPECT_EQ(run(src, -1, marker, 3, {3, 0}, 0, scratch), rvpStatusBadSize);
-  EXPECT_EQ(run(src, 8, marker, 3, {3, 1}, 2, scratch), rvpStatusBadStep);
-  EXPECT_EQ(run(src, 9, marker, 2, {3, 1}, 2, scratch), rvpStatusBadStep);
-  EXPECT_EQ(run(src, 9, marker, 3, {3, 1}, 2, scratch), rvpStatusBadArgument);
-  EXPECT_EQ(run(src, 9, marker, 3, {3, 1}, -1, scratch), rvpStatusBadArgument);
+TEST(SegmentGradient, ReportsTheFirstOfTwoFaults) {
+  std::uint8_t src[16] = {}, marker[8] = {1}, scratch[600];
+  expectFirstOfTwo(rvpiSegmentGradient_8u_C3IR,
+                   {nulls<>, badSizes, shortSteps<>, at<5>(rvpStatusBadArgument, 2, -1)}, src, 9, marker, 3, {3, 1},
+                   0, 0, scratch);
   EXPECT_EQ(marker[1], 0);
   int size = -1;
-  EXPECT_EQ(rvpiSegmentGradientGetBufferSize_8u_C1R({0, 1}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiSegmentGradientGetBufferSize_8u_C1R({0, 1}, &size), rvpStatusBadSize);
-  EXPECT_EQ(rvpiSegmentGradientGetBufferSize_8u_C3R({1, 0}, &size), rvpStatusBadSize);
+  for (const auto query : {rvpiSegmentGradientGetBufferSize_8u_C1R, rvpiSegmentGradientGetBufferSize_8u_C3R})
+    expectFirstOfTwo(query, {nulls<>, badSizes}, {3, 1}, &size);
   EXPECT_EQ(size, -1);
 }
 

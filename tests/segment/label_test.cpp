@@ -1,16 +1,5 @@
 // Labels against a fill of each component in raster order.
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <utility>
-#include <vector>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -115,63 +104,27 @@ TEST(LabelMarkers, FollowsComponentsThroughLargeImages) {
 }
 
 TEST(LabelMarkers, ReportsTheFirstOfTwoFaults) {
-  struct Arguments {
-    std::uint8_t* src;
-    int srcStep;
-    std::int32_t* dst;
-    std::uint16_t* image;
-    int step;
-    RvpiSize size;
-    Labels labels;
-    int* number;
-    std::uint8_t* buffer;
-  };
   std::uint16_t image[8] = {3};
   std::int32_t dst[8] = {5};
-  std::uint8_t src[8] = {1};
-  std::uint8_t buffer[200];
+  std::uint8_t src[8] = {1}, buffer[200];
   int number = 77;
-  const Arguments good = {src, 4, dst, image, 8, {4, 1}, {1, 2, 0}, &number, buffer};
-  const Faults<Arguments> common = {{rvpStatusNullPointer, [](auto& a) { a.number = nullptr; }},
-                                    {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                                    {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }}};
-  const Faults<Arguments> labels = {{rvpStatusBadArgument, [](auto& a) { a.labels.minLabel = 0; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.labels.maxLabel = 0x7FFFFFFF; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.labels.minLabel = 3; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.labels.norm = 2; }},
-                                    {rvpStatusBadArgument, [](auto& a) { a.labels.norm = -1; }}};
-  const auto inPlace = [](const Arguments& a) {
-    return rvpiLabelMarkers_16u_C1IR(a.image, a.step, a.size, a.labels.minLabel, a.labels.maxLabel, a.labels.norm,
-                                     a.number, a.buffer);
-  };
-  const auto beside = [](const Arguments& a) {
-    return rvpiLabelMarkers_8u32s_C1R(a.src, a.srcStep, a.dst, a.step, a.size, a.labels.minLabel, a.labels.maxLabel,
-                                      a.labels.norm, a.number, a.buffer);
-  };
-  const auto check = [&](Faults<Arguments> faults, const Faults<Arguments>& steps, Arguments arguments,
-                         const auto& run) {
-    for (const auto* more : {&common, &steps, &labels}) faults.insert(faults.end(), more->begin(), more->end());
-    expectFirstOfTwo(faults, arguments, run);
-  };
-  check({{rvpStatusNullPointer, [](auto& a) { a.image = nullptr; }}},
-        {{rvpStatusBadStep, [](auto& a) { a.step = 7; }}, {rvpStatusStepNotMultiple, [](auto& a) { a.step = 9; }}},
-        good, inPlace);
-  Arguments wide = good;
-  wide.step = 16;
-  check({{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-         {rvpStatusNullPointer, [](auto& a) { a.dst = nullptr; }}},
-        {{rvpStatusBadStep, [](auto& a) { a.srcStep = 3; }},
-         {rvpStatusBadStep, [](auto& a) { a.step = 15; }},
-         {rvpStatusStepNotMultiple, [](auto& a) { a.step = 18; }}},
-        wide, beside);
-  // One label beyond what the types hold.
-  EXPECT_EQ(rvpiLabelMarkers_16u_C1IR(image, 8, {4, 1}, 1, 65535, 0, &number, buffer), rvpStatusBadArgument);
-  EXPECT_EQ(rvpiLabelMarkers_8u_C1IR(src, 8, {8, 1}, 1, 255, 0, &number, buffer), rvpStatusBadArgument);
+  // The greatest label is the last below what the type holds.
+  expectFirstOfTwo(rvpiLabelMarkers_16u_C1IR,
+                   {nulls<>, badSizes, shortSteps<0>, oddSteps<0>, at<3>(rvpStatusBadArgument, 0, 3),
+                    at<4>(rvpStatusBadArgument, 65535), at<5>(rvpStatusBadArgument, 2, -1)},
+                   image, 8, {4, 1}, 1, 2, 0, &number, buffer);
+  expectFirstOfTwo(rvpiLabelMarkers_8u_C1IR,
+                   {nulls<>, badSizes, shortSteps<0>, at<3>(rvpStatusBadArgument, 0, 3),
+                    at<4>(rvpStatusBadArgument, 255), at<5>(rvpStatusBadArgument, 2, -1)},
+                   src, 4, {4, 1}, 1, 2, 0, &number, buffer);
+  expectFirstOfTwo(rvpiLabelMarkers_8u32s_C1R,
+                   {nulls<>, badSizes, shortSteps<0, 2>, oddSteps<0, 2>, at<5>(rvpStatusBadArgument, 0, 3),
+                    at<6>(rvpStatusBadArgument, 0x7FFFFFFF), at<7>(rvpStatusBadArgument, 2, -1)},
+                   src, 4, dst, 16, {4, 1}, 1, 2, 0, &number, buffer);
   EXPECT_TRUE(number == 77 && image[0] == 3 && dst[0] == 5);
   int bytes = -1;
-  EXPECT_EQ(rvpiLabelMarkersGetBufferSize_16u_C1R({0, 0}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiLabelMarkersGetBufferSize_8u32s_C1R({5, 0}, &bytes), rvpStatusBadSize);
+  for (const auto query : {rvpiLabelMarkersGetBufferSize_16u_C1R, rvpiLabelMarkersGetBufferSize_8u32s_C1R, kBytes})
+    expectFirstOfTwo(query, {nulls<>, badSizes}, {5, 1}, &bytes);
   EXPECT_EQ(bytes, -1);
   EXPECT_EQ(bytesOf(kBytes, RvpiSize{100, 7}), 6 * 700 + 32);
 }

@@ -1,15 +1,5 @@
 // Speckles against a search from each pixel, one after the other, over an image that changes meanwhile.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -54,31 +44,21 @@ Plane<T> expectedImage(Plane<T> image, const Setting<T>& setting) {
   return image;
 }
 
-// The functions by type.
 template <class T>
-struct Form;
-#define RVP_FORM(T, TYPE)                                         \
-  template <>                                                     \
-  struct Form<T> {                                                \
-    static constexpr RvpDataType kType = rvp##TYPE;               \
-    static constexpr auto kMark = rvpiMarkSpeckles_##TYPE##_C1IR; \
-  };
-RVP_FORM(std::uint8_t, 8u)
-RVP_FORM(std::uint16_t, 16u)
-RVP_FORM(std::int16_t, 16s)
-RVP_FORM(float, 32f)
+constexpr auto kMark = ofType<T>(rvpiMarkSpeckles_8u_C1IR, rvpiMarkSpeckles_16u_C1IR, rvpiMarkSpeckles_16s_C1IR,
+                                 rvpiMarkSpeckles_32f_C1IR);
 
 int bufferSize(RvpiSize size, RvpDataType type) { return bytesOf(rvpiMarkSpecklesGetBufferSize, size, type, 1); }
 
 template <class T>
 RvpStatus mark(T* image, int step, RvpiSize size, const Setting<T>& s, std::uint8_t* buffer) {
-  return Form<T>::kMark(image, step, size, s.value, s.maxSize, s.maxDifference, rvpConnect4, buffer);
+  return kMark<T>(image, step, size, s.value, s.maxSize, s.maxDifference, rvpConnect4, buffer);
 }
 
 template <class T>
 void checkOne(const Plane<T>& content, const Shape& shape, const Setting<T>& setting) {
   Guarded<T> image(content, shape.placing);
-  Block scratch(bufferSize(image.size(), Form<T>::kType), shape.anywhere());
+  Block scratch(bufferSize(image.size(), kTypeOf<T>), shape.anywhere());
   ASSERT_EQ(call(mark<T>, image, image.size(), setting, scratch), rvpStatusOk);
   ASSERT_TRUE(same(expectedImage(content, setting), image));
 }
@@ -134,7 +114,7 @@ TYPED_TEST(MarkSpeckles, TakesAnyStep) {
   using T = TypeParam;
   const Plane<T> image = levels<T>(70, 9, 3, 3);
   const Setting<T> setting = {1, 4, 1};
-  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(bufferSize({70, 9}, Form<T>::kType)));
+  std::vector<std::uint8_t> scratch(static_cast<std::size_t>(bufferSize({70, 9}, kTypeOf<T>)));
   for (const int step : {-560, 283}) {
     std::vector<std::uint8_t> memory(10 * 560);
     std::uint8_t* const first = memory.data() + (step < 0 ? 8 * 560 : 0);
@@ -146,29 +126,20 @@ TYPED_TEST(MarkSpeckles, TakesAnyStep) {
   }
 }
 
-TYPED_TEST(MarkSpeckles, ChecksInOrder) {
+TYPED_TEST(MarkSpeckles, ReportsTheFirstOfTwoFaults) {
   using T = TypeParam;
   T image[4] = {9};
   std::uint8_t buffer[200];
-  const auto run = [](T* pixels, RvpiSize size, RvpiConnectivity norm, std::uint8_t* scratch) {
-    return Form<T>::kMark(pixels, 0, size, T{1}, 4, T{1}, norm, scratch);
-  };
-  EXPECT_EQ(run(nullptr, {0, 1}, 0, buffer), rvpStatusNullPointer);
-  EXPECT_EQ(run(image, {0, 1}, 0, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(run(image, {0, 1}, 0, buffer), rvpStatusBadSize);
-  EXPECT_EQ(run(image, {1, 0}, 0, buffer), rvpStatusBadSize);
-  EXPECT_EQ(run(image, {4, 1}, 0, buffer), rvpStatusBadNorm);
-  EXPECT_EQ(run(image, {4, 1}, 2, buffer), rvpStatusBadNorm);
+  expectFirstOfTwo(kMark<T>, {nulls<>, badSizes, at<6>(rvpStatusBadNorm, 0, 2)}, image, 0, {4, 1}, T{1}, 4, T{1},
+                   rvpConnect4, buffer);
   EXPECT_EQ(image[0], T{9});
-  EXPECT_EQ(run(image, {4, 1}, rvpConnect4, buffer), rvpStatusOk);
 }
 
-TEST(MarkSpecklesBuffer, ChecksInOrder) {
+TEST(MarkSpecklesBuffer, ReportsTheFirstOfTwoFaults) {
   int bytes = -1;
-  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({0, 1}, 3, 3, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({0, 1}, 3, 3, &bytes), rvpStatusBadSize);
-  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({1, 1}, rvp32s, 3, &bytes), rvpStatusBadDataType);
-  EXPECT_EQ(rvpiMarkSpecklesGetBufferSize({1, 1}, rvp8u, 3, &bytes), rvpStatusBadNumChannels);
+  expectFirstOfTwo(rvpiMarkSpecklesGetBufferSize,
+                   {nulls<>, badSizes, at<1>(rvpStatusBadDataType, rvp32s, 3), at<2>(rvpStatusBadNumChannels, 3)},
+                   {1, 1}, rvp8u, 1, &bytes);
   EXPECT_EQ(bytes, -1);
   EXPECT_EQ(bufferSize({640, 480}, rvp16s), 13 * 640 * 480 + 64);
 }

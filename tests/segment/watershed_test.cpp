@@ -1,17 +1,6 @@
 // The watershed's queue road against queues of coordinates. The distance road against the levels that no update
 // lowers: a pixel must have the label of a neighbour that offers it its level.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <deque>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/regions.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -137,18 +126,6 @@ TEST(Watershed, QueueFloodsInTheOrderOfLevels) {
   // Queues of larger blocks.
   tryShape({129, 71, {1, 2}, 1, 4}, checkQueue<std::uint8_t>);
   tryShape({4, 17000, {}, 1, 5}, checkQueue<std::uint16_t>);
-}
-
-TEST(Watershed, QueueSettlesTies) {
-  const Plane<std::uint8_t> flat(5, 1, 4);
-  Plane<std::uint8_t> markers(5, 1);
-  markers.at(0, 0) = 1;
-  markers.at(0, 4) = 2;
-  const auto row = [&](int flags) { return flooded(flat, markers, rvpWatershed4, flags).elements; };
-  EXPECT_EQ(row(1), (std::vector<std::uint8_t>{1, 1, 1, 2, 2}));
-  EXPECT_EQ(row(1 + 64), (std::vector<std::uint8_t>{1, 1, 255, 2, 2}));
-  EXPECT_EQ(row(2), (std::vector<std::uint8_t>{1, 1, 1, 2, 2}));
-  EXPECT_EQ(row(2 + 64), (std::vector<std::uint8_t>{1, 1, 255, 2, 2}));
 }
 
 // ---- Distance road
@@ -315,31 +292,6 @@ TEST(Watershed, DistanceReachesThemInBands) {
   }
 }
 
-// No pixel lies between two labels at the same level, so no number of threads may change a label: heights rise from
-// every marker, and cells meet along a column.
-TEST(Watershed, ThreadsDoNotChangeLabels) {
-  Plane<std::uint8_t> src(200, 150);
-  Plane<std::uint16_t> markers(200, 150);
-  for (int y = 0; y < 150; ++y) {
-    for (int x = 0; x < 200; ++x) src.at(y, x) = static_cast<std::uint8_t>(std::abs(x - 100) < 2 ? 250 : y);
-  }
-  markers.at(149, 0) = 1;
-  markers.at(0, 199) = 2;
-  Plane<std::uint16_t> alone;
-  for (const int threads : {1, 2, 3, 8}) {
-    ASSERT_EQ(rvpSetNumThreads(threads), rvpStatusOk);
-    const Plane<std::uint16_t> labels = flooded(src, markers, rvpWatershedFront, 2);
-    EXPECT_EQ(labels.at(0, 0), 1);
-    EXPECT_EQ(labels.at(149, 199), 2);
-    if (threads == 1) alone = labels;
-    for (int y = 0; y < 150; ++y) {
-      for (int x = 0; x < 200; ++x) {
-        EXPECT_TRUE(std::abs(x - 100) <= 2 || labels.at(y, x) == alone.at(y, x)) << y << ", " << x;
-      }
-    }
-  }
-}
-
 TEST(Watershed, LeavesWhatIsNotReached) {
   const Plane<std::uint8_t> none(30, 20);
   for (const int flags : {1, 2, 1 + 64, 2 + 128})
@@ -378,43 +330,22 @@ TEST(Watershed, StaysWithinItsMemory) {
 }
 
 TEST(Watershed, ReportsTheFirstOfTwoFaults) {
-  struct Arguments {
-    const void* src;
-    int srcStep;
-    std::uint16_t* marker;
-    int step;
-    RvpiSize size;
-    int kind, flags;
-    std::uint8_t* buffer;
-  };
-  alignas(8) std::uint8_t src[64] = {};
+  const std::uint8_t src[4] = {};
+  const float pixels[4] = {};
   std::uint16_t marker[16] = {5};
   std::uint8_t scratch[2000];
-  Faults<Arguments> faults = {{rvpStatusNullPointer, [](auto& a) { a.src = nullptr; }},
-                              {rvpStatusNullPointer, [](auto& a) { a.marker = nullptr; }},
-                              {rvpStatusNullPointer, [](auto& a) { a.buffer = nullptr; }},
-                              {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-                              {rvpStatusBadSize, [](auto& a) { a.size.height = 0; }},
-                              {rvpStatusBadStep, [](auto& a) { a.srcStep = 3; }},
-                              {rvpStatusBadStep, [](auto& a) { a.step = 7; }},
-                              {rvpStatusStepNotMultiple, [](auto& a) { a.step = 9; }}};
-  const std::size_t common = faults.size();
-  for (const auto& [kind, flags] : {std::pair{1, 0}, {1, 64}, {2, 1}, {2, 3}, {-1, 1}, {4, 2}, {-1, 2}})
-    faults.push_back({rvpStatusBadArgument, [k = kind, f = flags](auto& a) { a.kind = k, a.flags = f; }});
-  expectFirstOfTwo(faults, Arguments{src, 4, marker, 8, {4, 1}, 1, 2, scratch}, [](const Arguments& a) {
-    return rvpiSegmentWatershed_8u16u_C1IR(static_cast<const std::uint8_t*>(a.src), a.srcStep, a.marker, a.step,
-                                           a.size, a.kind, a.flags, a.buffer);
-  });
+  const auto bad = [](int kind, int flags) {
+    return planted(rvpStatusBadArgument, [=](auto& a) { std::get<5>(a) = kind, std::get<6>(a) = flags; });
+  };
+  expectFirstOfTwo(rvpiSegmentWatershed_8u16u_C1IR,
+                   {nulls<>, badSizes, shortSteps<>, oddSteps<>, bad(1, 0), bad(1, 64), bad(2, 1), bad(2, 3),
+                    bad(-1, 1), bad(4, 2), bad(-1, 2)},
+                   src, 4, marker, 8, {4, 1}, 1, 2, scratch);
   // The odd step of float pixels comes last.
-  faults.resize(common);
-  faults.push_back({rvpStatusNotSupported, [](auto& a) { a.flags = 3; }});
-  faults.push_back({rvpStatusBadArgument, [](auto& a) { a.flags = 64; }});
-  faults.push_back({rvpStatusBadArgument, [](auto& a) { a.kind = 4; }});
-  faults.push_back({rvpStatusStepNotMultiple, [](auto& a) { a.srcStep = 17; }});
-  expectFirstOfTwo(faults, Arguments{src, 16, marker, 8, {4, 1}, 3, 2, scratch}, [](const Arguments& a) {
-    return rvpiSegmentWatershed_32f16u_C1IR(static_cast<const float*>(a.src), a.srcStep, a.marker, a.step, a.size,
-                                            a.kind, a.flags, a.buffer);
-  });
+  expectFirstOfTwo(rvpiSegmentWatershed_32f16u_C1IR,
+                   {nulls<>, badSizes, shortSteps<>, oddSteps<2>, at<6>(rvpStatusNotSupported, 3),
+                    at<6>(rvpStatusBadArgument, 64), at<5>(rvpStatusBadArgument, 4), oddSteps<0>},
+                   pixels, 16, marker, 8, {4, 1}, 3, 2, scratch);
   EXPECT_EQ(marker[1], 0);
 }
 
@@ -427,9 +358,9 @@ TEST(Watershed, TellsItsMemory) {
   EXPECT_EQ(words(100, 10), 16 * 1000 + 2 * 102 * 12 + 48);
   EXPECT_EQ(bytesOf(kBytes<float, std::uint16_t>, RvpiSize{5, 3}), 3 + 9 * 3 * 8 + 66);
   int size = -1;
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u_C1R({0, 0}, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_8u16u_C1R({1, 0}, &size), rvpStatusBadSize);
-  EXPECT_EQ(rvpiSegmentWatershedGetBufferSize_32f16u_C1R({0, 1}, &size), rvpStatusBadSize);
+  for (const auto query : {rvpiSegmentWatershedGetBufferSize_8u_C1R, rvpiSegmentWatershedGetBufferSize_8u16u_C1R,
+                           rvpiSegmentWatershedGetBufferSize_32f16u_C1R})
+    expectFirstOfTwo(query, {nulls<>, badSizes}, {5, 3}, &size);
   EXPECT_EQ(size, -1);
 }
 

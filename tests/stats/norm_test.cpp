@@ -1,17 +1,5 @@
 // The masked norms against their formulas, pixel by pixel.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <bit>
-#include <cmath>
-#include <functional>
-#include <limits>
-
-#include "rvpcv.h"
-#include "support/calls.h"
-#include "support/compare.h"
-#include "support/faults.h"
-#include "support/sweep.h"
+#include "support/test.h"
 
 namespace {
 
@@ -20,20 +8,10 @@ using namespace test;
 enum class Norm { Inf, L1, L2 };
 enum class Form { norm, difference, relative };
 
-template <class T>
-struct Arguments {
-  const T* src1;
-  int src1Step;
-  const T* src2;
-  int src2Step;
-  const std::uint8_t* mask;
-  int maskStep;
-  RvpiSize size;
-  int coi;
-  double* value;
-};
-
 // `exponent`: from 2^exponent pixels for each thread on, a team; none if negative.
+template <class T>
+using Run =
+    std::function<RvpStatus(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, int, double*)>;
 template <class T>
 struct Operation {
   const char* name;
@@ -41,34 +19,35 @@ struct Operation {
   Form form;
   int channels;
   int exponent;
-  std::function<RvpStatus(const Arguments<T>&)> run;
+  Run<T> run;
 };
 
-// Calls a function of one source or of two, for one channel or the channel of interest of three.
+// A function of one source or of two, for one channel or the channel of interest of three.
 template <class T>
-RvpStatus run(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, double*), const Arguments<T>& a) {
-  return f(a.src1, a.src1Step, a.mask, a.maskStep, a.size, a.value);
+Run<T> asRun(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, double*)) {
+  return [f](auto a, int aStep, auto, int, auto m, int mStep, auto size, int, double* value) {
+    return f(a, aStep, m, mStep, size, value);
+  };
 }
 template <class T>
-RvpStatus run(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, int, double*),
-              const Arguments<T>& a) {
-  return f(a.src1, a.src1Step, a.mask, a.maskStep, a.size, a.coi, a.value);
+Run<T> asRun(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, int, double*)) {
+  return [f](auto a, int aStep, auto, int, auto m, int mStep, auto size, int coi, double* value) {
+    return f(a, aStep, m, mStep, size, coi, value);
+  };
 }
 template <class T>
-RvpStatus run(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, double*),
-              const Arguments<T>& a) {
-  return f(a.src1, a.src1Step, a.src2, a.src2Step, a.mask, a.maskStep, a.size, a.value);
+Run<T> asRun(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, double*)) {
+  return [f](auto a, int aStep, auto b, int bStep, auto m, int mStep, auto size, int, double* value) {
+    return f(a, aStep, b, bStep, m, mStep, size, value);
+  };
 }
 template <class T>
-RvpStatus run(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, int, double*),
-              const Arguments<T>& a) {
-  return f(a.src1, a.src1Step, a.src2, a.src2Step, a.mask, a.maskStep, a.size, a.coi, a.value);
+Run<T> asRun(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, int, double*)) {
+  return f;
 }
 
-#define MEMBER(NAME, FORM, KIND, CHANNELS, EXPONENT)                                              \
-  {                                                                                               \
-#NAME, Norm::KIND, Form::FORM, CHANNELS, EXPONENT, [](const auto& a) { return run(NAME, a); } \
-  }
+#define MEMBER(NAME, FORM, KIND, CHANNELS, EXPONENT) \
+  { #NAME, Norm::KIND, Form::FORM, CHANNELS, EXPONENT, asRun(NAME) }
 #define BOTH(NAME, FORM, KIND, TYPE, EXPONENT1, EXPONENT3)         \
   MEMBER(NAME##_##KIND##_##TYPE##_C1MR, FORM, KIND, 1, EXPONENT1), \
       MEMBER(NAME##_##KIND##_##TYPE##_C3CMR, FORM, KIND, 3, EXPONENT3)
@@ -120,6 +99,8 @@ struct Inputs {
         src2(pixels<T>(width * channels, height, seed + 1)),
         mask(randomPlane<std::uint8_t>(width, height, seed + 2)) {
     for (std::uint8_t& m : mask.elements) m = m % 3 == 0 ? 0 : m;
+    // A NaN somewhere: Inf passes it over, the sums show it where it is selected.
+    if (seed % 4 == 0) src1.elements[seed * 7 % src1.elements.size()] = std::numeric_limits<T>::quiet_NaN();
   }
 };
 
@@ -189,10 +170,10 @@ void checkOne(const Operation<T>& operation, const Inputs<T>& in, int coi, const
   Guarded<T> src1(in.src1, shape.placing), src2(in.src2, shape.placing);
   Guarded<std::uint8_t> mask(in.mask, shape.placing);
   double value = -1;
-  const RvpStatus status = operation.run(
-      {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(), mask.step(), mask.size(), coi, &value});
+  const RvpStatus status = call(operation.run, src1, src2, mask, mask.size(), coi, &value);
   const double wanted = expected(operation, in, coi, shape.threads);
-  const bool warns = operation.form == Form::relative && (std::isnan(wanted) || std::isinf(wanted));
+  const bool warns =
+      operation.form == Form::relative && merged(operation, in, coi, false, true, shape.threads) == 0;
   ASSERT_EQ(status, warns ? rvpStatusDivByZero : rvpStatusOk);
   ASSERT_TRUE(sameValue(wanted, value));
 }
@@ -234,36 +215,17 @@ TYPED_TEST(Norms, MergeTheirTeam) {
 }
 
 TYPED_TEST(Norms, ReportTheFirstOfTwoFaults) {
-  using T = TypeParam;
-  constexpr int kWidth = 5;
-  constexpr int kSize = sizeof(T);
-  for (const Operation<T>& operation : operations<T>()) {
+  for (const auto& operation : operations<TypeParam>()) {
     SCOPED_TRACE(operation.name);
-    const bool two = operation.form != Form::norm;
-    const int rowBytes = kWidth * kSize * operation.channels;
-    const Inputs<T> in(kWidth, 3, operation.channels, 400);
-    Guarded<T> src(in.src1, {4, 0});
-    Guarded<std::uint8_t> mask(in.mask, {4, 0});
-    const bool three = operation.channels == 3;
-    const Faults<Arguments<T>> faults = {
-        {rvpStatusNullPointer, [](auto& a) { a.src1 = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.src2 = nullptr; }, two},
-        {rvpStatusNullPointer, [](auto& a) { a.mask = nullptr; }},
-        {rvpStatusNullPointer, [](auto& a) { a.value = nullptr; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.width = 0; }},
-        {rvpStatusBadSize, [](auto& a) { a.size.height = -1; }},
-        {rvpStatusBadStep, [=](auto& a) { a.src1Step = rowBytes - kSize; }},
-        {rvpStatusBadStep, [=](auto& a) { a.src2Step = rowBytes - 1; }, two},
-        {rvpStatusBadStep, [](auto& a) { a.maskStep = kWidth - 1; }, two},
-        {rvpStatusStepNotMultiple, [=](auto& a) { a.src1Step = rowBytes + 1; }, kSize > 1},
-        {rvpStatusStepNotMultiple, [=](auto& a) { a.src2Step = rowBytes + kSize + 1; }, kSize > 1 && two},
-        {rvpStatusBadStep, [](auto& a) { a.maskStep = -kWidth; }, !two},
-        {rvpStatusBadChannelOfInterest, [](auto& a) { a.coi = 0; }, three},
-        {rvpStatusBadChannelOfInterest, [](auto& a) { a.coi = 4; }, three}};
+    const bool two = operation.form != Form::norm, three = operation.channels == 3;
+    Guarded<TypeParam> src(Plane<TypeParam>(5 * operation.channels, 3));
+    Guarded<std::uint8_t> mask(Plane<std::uint8_t>(5, 3));
     double value = 42;
-    const Arguments<T> good = {src.data(),  src.step(),  src.data(), src.step(), mask.data(),
-                               mask.step(), mask.size(), 1,          &value};
-    expectFirstOfTwo(faults, good, operation.run);
+    expectFirstOfTwo(operation.run,
+                     {nulls<0, 4, 8>, nulls<2>.when(two), badSizes, shortSteps<0>, shortSteps<2>.when(two),
+                      shortSteps<4>.when(two), oddSteps<0>, oddSteps<2>.when(two), shortSteps<4>.when(!two),
+                      at<7>(rvpStatusBadChannelOfInterest, 0, 4).when(three)},
+                     src.data(), src.step(), src.data(), src.step(), mask.data(), 5, {5, 3}, 1, &value);
     EXPECT_EQ(value, 42);
   }
 }
@@ -314,39 +276,6 @@ TEST(NormValues, AreExactForTheBrightestImages) {
   const auto sum = static_cast<unsigned __int128>(65535ULL * 65535) * (image.size() - 1) + 9;
   rvpiNorm_L2_16u_C1MR(image.data(), 2 * kWidth, all.data(), kWidth, {kWidth, kHeight}, &value);
   EXPECT_EQ(value, std::sqrt(static_cast<double>(sum)));
-}
-
-// A selected NaN at every place of a row: Inf passes it over, the sums show it. Not selected, nobody sees it.
-TEST(NormValues, TreatNanAlikeEverywhere) {
-  constexpr int kWidth = 21;
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (const auto& operation : operations<float>()) {
-    SCOPED_TRACE(operation.name);
-    for (int x = 0; x < kWidth; ++x) {
-      Inputs<float> in(kWidth, 1, operation.channels, 700);
-      const double without = [&] {
-        in.mask.at(0, x) = 0;
-        return expected(operation, in, operation.channels, 1);
-      }();
-      in.src1.at(0, x * operation.channels + operation.channels - 1) = nan;
-      ASSERT_NO_FATAL_FAILURE(checkOne(operation, in, operation.channels));
-      in.src2.at(0, x * operation.channels + operation.channels - 1) = 0;
-      in.mask.at(0, x) = 1;
-      double value = 0;
-      const int step = 4 * kWidth * operation.channels;
-      ASSERT_EQ(operation.run({in.src1.row(0),
-                               step,
-                               in.src2.row(0),
-                               step,
-                               in.mask.row(0),
-                               kWidth,
-                               {kWidth, 1},
-                               operation.channels,
-                               &value}),
-                rvpStatusOk);
-      ASSERT_TRUE(sameValue(operation.kind == Norm::Inf ? without : nan, value)) << x;
-    }
-  }
 }
 
 // One member has the range of float: a square of 1e-60 is zero in it, and one of 1e40 infinite.

@@ -49,6 +49,25 @@ auto call(const Function& function, A&&... arguments) {
   return std::apply(function, std::tuple_cat(spread(arguments)...));
 }
 
+// Among functions that differ in the type of their first image, the one of that type.
+template <class T, class First, class... More>
+constexpr auto ofType(First first, More... more) {
+  if constexpr (std::is_invocable_v<decltype([]<class E, class... P>(RvpStatus (*)(E*, P...))
+                                                 -> std::enable_if_t<std::is_same_v<const E, const T>> {}),
+                                    First>) {
+    return first;
+  } else {
+    return ofType<T>(more...);
+  }
+}
+
+template <class T>
+constexpr RvpDataType kTypeOf = std::is_same_v<T, std::uint8_t>    ? rvp8u
+                                : std::is_same_v<T, std::uint16_t> ? rvp16u
+                                : std::is_same_v<T, std::int16_t>  ? rvp16s
+                                : std::is_same_v<T, float>         ? rvp32f
+                                                                   : rvp64f;
+
 // The number of bytes that a query tells.
 template <class Query, class... A>
 int bytesOf(const Query& query, const A&... arguments) {

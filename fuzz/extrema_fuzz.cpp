@@ -1,4 +1,4 @@
-#include "morph/compound_test.cpp"
+#include "morph/extrema_test.cpp"
 #include "support/input.h"
 #include "support/masks.h"
 
@@ -6,14 +6,16 @@
 template <class... Types>
 void tryOneOf(testing::Types<Types...>, int number, Operation operation, const Shape& shape, const Mask& mask,
               RvpiBorderType border, RvpiSize largest, Cliff cliff) {
-  (void)((number-- == 0 && (check<Types>(operation, shape, mask, border, largest, cliff), true)) || ...);
+  (void)((number-- == 0 &&
+          (check<Types>(operation, shape, mask, taken<Types>(border, operation), largest, cliff), true)) ||
+         ...);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
   fuzz::Input input(bytes, count);
   tryShape(input.shape(), [&](const Shape& shape) {
     const Mask mask = fuzz::drawnMask(input);
-    const Operation operation = kOperations[static_cast<std::size_t>(input.between(0, 4))];
+    const auto operation = static_cast<Operation>(input.between(0, kOperations - 1));
     const RvpiBorderType border = input.border();
     const RvpiSize largest = {shape.width + input.between(0, 20), shape.height + input.between(0, 20)};
     tryOneOf(Forms(), input.between(0, 8), operation, shape, mask, border, largest, input.cliff());
