@@ -285,6 +285,34 @@ TYPED_TEST(Haar, FollowsTheFormula) {
   }
 }
 
+// Tilted downwards, a rectangle has the corners (-4, 0) and (-3, -1), which are in no table for pixels left of the
+// selected one.
+TYPED_TEST(Haar, ReadsNothingForPixelsLeftOfTheSelected) {
+  using V = typename TypeParam::V;
+  using T = typename TypeParam::T;
+  Stage<V> s;
+  s.num = {1};
+  s.rects = {{0, 0, 1, 4}};
+  s.weights = s.thresholds = s.val1 = s.val2 = {1};
+  Memory<V> block(s);
+  ASSERT_EQ(block.init(s), rvpStatusOk);
+  const std::uint8_t all = 1;
+  const auto tilt = pick<V>(rvpiTiltHaarFeatures_32s, rvpiTiltHaarFeatures_32f);
+  ASSERT_EQ(tilt(&all, 0, block.state()), rvpStatusOk);
+  for (const int x : {4, 7, 15}) {
+    Plane<std::uint8_t> selected(16, 2);
+    selected.at(1, x) = 1;
+    OnCliff<T> table(Plane<T>(18, 7), Cliff::before);
+    OnCliff<V> norm(Plane<V>(16, 2), Cliff::before);
+    for (const bool mixed : {false, true}) {
+      OnCliff<std::uint8_t> mask(selected, Cliff::before);
+      int positive = -1;
+      ASSERT_EQ(apply<TypeParam>(mixed, table, table, norm, mask, &positive, 0, block.state(), 0), rvpStatusOk);
+      ASSERT_EQ(positive, 1);
+    }
+  }
+}
+
 // Equality passes on both levels: a weak sum at its limit takes the second value, a stage at its threshold stays.
 TYPED_TEST(Haar, EqualityPasses) {
   using V = typename TypeParam::V;

@@ -60,6 +60,12 @@ int scratchBytes(RvpiSize size, const Options& o, RvpDataType type) {
   return bytes;
 }
 
+// An even window reaches one pixel less to the left and above.
+template <class T>
+OnlyFlaggedSides<T> sourceOf(const Bordered<T>& image, const Shape& shape, const Options& o) {
+  return {image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind, image.margin - (o.window % 2 == 0 ? 1 : 0)};
+}
+
 std::string describe(const Options& o, int border) {
   return "border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
          std::to_string(o.mask) + ", window " + std::to_string(o.window);
@@ -77,7 +83,7 @@ void checkHarris(const Shape& shape, RvpiBorderType border, const Options& o) {
     const float a = m[0].elements[i], b = m[1].elements[i], c = m[2].elements[i];
     expected.elements[i] = (a * c - b * b - (a + c) * (kWeight * (a + c))) * s;
   }
-  OnlyFlaggedSides<T> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+  OnlyFlaggedSides<T> src = sourceOf(image, shape, o);
   Guarded<float> dst(Plane<float>(shape.width, shape.height), shape.placing);
   Block scratch(scratchBytes(dst.size(), o, sizeof(T) == 1 ? rvp8u : rvp32f), shape.anywhere());
   ASSERT_EQ(call(harris<T>, src, dst, dst.size(), o, border, image.value, scratch), rvpStatusOk);
@@ -96,7 +102,7 @@ void checkSuppression(const Shape& shape, RvpiBorderType border, const Options& 
       const float a = m[0].elements[i], b = m[1].elements[i], c = m[2].elements[i];
       if ((a + c) * (a + c) > (a * c - b * b) * threshold) expected.elements[i] = 0;
     }
-    OnlyFlaggedSides<std::uint8_t> src(image, shape.seed % 2 == 0 ? Cliff::before : Cliff::behind);
+    OnlyFlaggedSides<std::uint8_t> src = sourceOf(image, shape, o);
     OnCliff<std::uint8_t> feature(features, Cliff::behind);
     Guarded<std::uint8_t> dst(features, shape.placing);
     Block scratch(scratchBytes(dst.size(), o, rvp8u), shape.anywhere());

@@ -295,21 +295,21 @@ TEST(ExtremaBands, FollowTheStages) {
   }
 }
 
-void checkFaultsOfBits(bool isPlain, auto run, auto& state) {
+void checkFaultsOfBits(bool refusesInPlace, auto run, auto& state) {
   std::uint8_t src[16] = {}, dst[16] = {77};
   const auto inPlace = planted(rvpStatusInPlaceNotSupported, [&](auto& a) {
     if (std::get<0>(a) != nullptr && std::get<3>(a) != nullptr) std::get<0>(a) = std::get<3>(a);
   });
   expectFirstOfTwo(
       run,
-      {nulls<>, at<2>(rvpStatusBadSize, -1), at<5>(rvpStatusBadSize, -8), badSizes, at<1>(rvpStatusBadStep, 2),
-       at<4>(rvpStatusBadStep, 2), at<7>(rvpStatusBadBorder, 3), inPlace.when(isPlain)},
-      src, 3, 0, dst, 3, 0, {17, 1}, rvpBorderRepl, 0, state.spec(), state.buffer());
+      {nulls<>, at<2>(rvpStatusBadSize, -1), at<5>(rvpStatusBadSize, -8), badSizes, at<1>(rvpStatusBadStep, 0, -3),
+       at<4>(rvpStatusBadStep, 0), at<7>(rvpStatusBadBorder, 3), inPlace.when(refusesInPlace)},
+      src, 3, 0, dst, 3, 0, {4, 1}, rvpBorderRepl, 0, state.spec(), state.buffer());
   EXPECT_EQ(dst[0], 77);
 }
 
 template <class Form>
-void checkFaultsOfPixels(bool isPlain, auto run, auto& state) {
+void checkFaultsOfPixels(bool isPlain, bool refusesInPlace, auto run, auto& state) {
   using T = typename Form::Element;
   static constexpr int kRow = 4 * Form::kChannels * static_cast<int>(sizeof(T));
   static constexpr bool kByPointer = Form::kChannels > 1;
@@ -319,18 +319,18 @@ void checkFaultsOfPixels(bool isPlain, auto run, auto& state) {
     std::get<5>(a) = rvpBorderConst | 0x70;
     if constexpr (kByPointer) std::get<6>(a) = nullptr;
   });
-  const auto badBorder = at<5>(rvpStatusBadBorder, 2, 4, 5, 7, -1);
-  const auto otherBorder = at<5>(rvpStatusBadBorder, isPlain ? 256 : int{rvpBorderMirror});
+  const auto badBorder = at<5>(rvpStatusBadBorder, 2, 4, 5, 7, -1, 256);
+  const auto mirror = at<5>(rvpStatusBadBorder, int{rvpBorderMirror}).when(!isPlain);
   const auto inPlace = planted(rvpStatusInPlaceNotSupported, [](auto& a) { std::get<0>(a) = std::get<2>(a); });
-  expectFirstOfTwo(run,
-                   {nulls<0, 2, 7, 8>, noValue.when(kByPointer), badSizes, shortSteps<0, 2>, oddSteps<0, 2>,
-                    badBorder, otherBorder},
-                   src.data(), kRow, dst.data(), kRow, {4, 2}, rvpBorderRepl, valueOf<Form>(value), state.spec(),
-                   state.buffer());
+  expectFirstOfTwo(
+      run,
+      {nulls<0, 2, 7, 8>, noValue.when(kByPointer), badSizes, shortSteps<0, 2>, oddSteps<0, 2>, badBorder, mirror},
+      src.data(), kRow, dst.data(), kRow, {4, 2}, rvpBorderRepl, valueOf<Form>(value), state.spec(),
+      state.buffer());
   // Rows that have room for a region too wide.
   expectFirstOfTwo(
       run,
-      {badBorder, otherBorder, at<4>(rvpStatusBadSize, RvpiSize{33, 1}), inPlace.when(isPlain && sizeof(T) == 2)},
+      {badBorder, mirror, at<4>(rvpStatusBadSize, RvpiSize{33, 1}), inPlace.when(refusesInPlace && sizeof(T) == 2)},
       src.data(), 9 * kRow, dst.data(), 9 * kRow, {4, 1}, rvpBorderRepl, valueOf<Form>(value), state.spec(),
       state.buffer());
   const auto go = [&](int step, RvpiSize size, auto border) {
@@ -359,11 +359,12 @@ TYPED_TEST(Extrema, ReportTheFirstOfTwoFaults) {
   for (std::size_t number = 0; number < kOperations; ++number) {
     const auto operation = static_cast<Operation>(number);
     SCOPED_TRACE(number);
+    const bool isPlain = !isCompound(operation), refusesInPlace = isPlain || operation == gradient;
     withState<Form>(operation, {4, 3}, rectangle(3, 4), Cliff::before, [&](auto run, auto& state) {
       if constexpr (Form::kIsBits) {
-        checkFaultsOfBits(!isCompound(operation), run, state);
+        checkFaultsOfBits(refusesInPlace, run, state);
       } else {
-        checkFaultsOfPixels<Form>(!isCompound(operation), run, state);
+        checkFaultsOfPixels<Form>(isPlain, refusesInPlace, run, state);
       }
     });
   }

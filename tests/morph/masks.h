@@ -157,7 +157,7 @@ inline Plane<std::uint8_t> packed(const Plane<std::uint8_t>& bits, int offset) {
 class FlaggedBits {
  public:
   FlaggedBits(const Bordered<std::uint8_t>& image, int spareBits, Cliff cliff)
-      : sides_(flaggedSides(image)),
+      : sides_(flaggedSides(image, image.margin)),
         offset_(sides_.left + spareBits),
         cliff_(packed(sides_.part, spareBits), cliff) {}
 

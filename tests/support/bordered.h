@@ -63,18 +63,19 @@ inline std::vector<RvpiBorderType> someBorders() {
           rvpBorderConst | 32 | 64, rvpBorderConst | 0xF0};
 }
 
-// The part of the memory that a selector lets a filter read: a margin only on the sides in memory.
+// The part of the memory that a selector lets a filter read: a margin only on the sides in memory, `before` pixels
+// of it to the left and above.
 template <class T>
 struct FlaggedSides {
   Plane<T> part;
   int left, top;  // Where the region begins in it.
 };
 template <class T>
-FlaggedSides<T> flaggedSides(const Bordered<T>& image) {
-  const auto beyond = [&](int flag) { return image.inMemory(flag) ? image.margin : 0; };
-  const int left = beyond(rvpBorderInMemLeft), top = beyond(rvpBorderInMemTop);
-  const int width = left + image.width() + beyond(rvpBorderInMemRight);
-  const int height = top + image.height() + beyond(rvpBorderInMemBottom);
+FlaggedSides<T> flaggedSides(const Bordered<T>& image, int before) {
+  const auto beyond = [&](int flag, int count) { return image.inMemory(flag) ? count : 0; };
+  const int left = beyond(rvpBorderInMemLeft, before), top = beyond(rvpBorderInMemTop, before);
+  const int width = left + image.width() + beyond(rvpBorderInMemRight, image.margin);
+  const int height = top + image.height() + beyond(rvpBorderInMemBottom, image.margin);
   const auto at = [&](int y, int x) { return image.memory.at(y + image.margin - top, x + image.margin - left); };
   return {planeOf<T>(width, height, at), left, top};
 }
@@ -83,8 +84,9 @@ FlaggedSides<T> flaggedSides(const Bordered<T>& image) {
 template <class T>
 class OnlyFlaggedSides {
  public:
-  OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff)
-      : sides_(flaggedSides(image)), cliff_(sides_.part, cliff) {}
+  OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff) : OnlyFlaggedSides(image, cliff, image.margin) {}
+  OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff, int before)
+      : sides_(flaggedSides(image, before)), cliff_(sides_.part, cliff) {}
 
   const T* region() {
     return reinterpret_cast<const T*>(reinterpret_cast<const char*>(cliff_.data()) +
