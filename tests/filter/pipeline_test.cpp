@@ -26,7 +26,7 @@ struct Stage {
       return rvpiFilterRowBorderPipeline_##SUFFIX(src, step, dst, size, k, taps, anchor, border, __VA_ARGS__, \
                                                   buffer);                                                    \
     }                                                                                                         \
-    static constexpr auto size = rvpiFilterRowBorderPipelineGetBufferSize_##SUFFIX;                           \
+    static constexpr auto kBytes = rvpiFilterRowBorderPipelineGetBufferSize_##SUFFIX;                         \
   };
 #define COLUMN(SUFFIX, S, D, C, LOW, SIZE, ...)                                                           \
   struct Column_##SUFFIX : Stage<S, D, C, LOW, false> {                                                   \
@@ -35,7 +35,7 @@ struct Stage {
                          [[maybe_unused]] int divisor, std::uint8_t* buffer) {                            \
       return rvpiFilterColumnPipeline_##SUFFIX(src, dst, step, size, k, taps, __VA_ARGS__);               \
     }                                                                                                     \
-    static constexpr auto size = rvpiFilterColumnPipelineGetBufferSize_##SUFFIX;                          \
+    static constexpr auto kBytes = rvpiFilterColumnPipelineGetBufferSize_##SUFFIX;                        \
   };
 using std::int16_t, std::uint16_t, std::uint8_t, std::int8_t;
 ROW(32f_C1R, float, float, 1, false, 4176, *value)
@@ -130,7 +130,7 @@ struct Setting {
 
 template <class Op>
 int scratchBytes(RvpiSize size, int kernelSize) {
-  return bytesOf(Op::size, size, kernelSize);
+  return bytesOf(Op::kBytes, size, kernelSize);
 }
 
 // Row `y` of an image.
@@ -238,10 +238,10 @@ TYPED_TEST(Pipelines, TakeKernelsOfAnyLength) {
 TYPED_TEST(Pipelines, ReportTheirScratch) {
   ASSERT_EQ(rvpSetNumThreads(3), rvpStatusOk);
   int bytes = -1;
-  expectFirstOfTwo(TypeParam::size, {nulls<>, badSizes, at<1>(rvpStatusBadSize, 0)}, {101, 7}, 9, &bytes);
+  expectFirstOfTwo(TypeParam::kBytes, {nulls<>, badSizes, at<1>(rvpStatusBadSize, 0)}, {101, 7}, 9, &bytes);
   EXPECT_EQ(bytes, -1);
-  EXPECT_EQ(bytesOf(TypeParam::size, RvpiSize{101, 7}, 9), TypeParam::kSize);
-  EXPECT_EQ(TypeParam::size({INT32_MAX, INT32_MAX}, INT32_MAX, &bytes), rvpStatusOk);
+  EXPECT_EQ(bytesOf(TypeParam::kBytes, RvpiSize{101, 7}, 9), TypeParam::kSize);
+  EXPECT_EQ(TypeParam::kBytes({INT32_MAX, INT32_MAX}, INT32_MAX, &bytes), rvpStatusOk);
 }
 
 TYPED_TEST(Pipelines, ReportTheFirstOfTwoFaults) {
