@@ -87,7 +87,7 @@ void* stage(Lab& lab, bool isMixed) {
   const std::uint8_t tilted[] = {0, 0, 1};
   const std::string type = suffix<V>();
   const int bytes = lab.size("rvpiHaarClassifierGetSize", RvpDataType{std::is_same_v<V, float> ? rvp32f : rvp32s},
-                       RvpiSize{24, 24}, &kCounts[0], kClassifiers);
+                             RvpiSize{24, 24}, &kCounts[0], kClassifiers);
   void* const block = lab.wordBlock(bytes);
   lab.call("rvpiHaarClassifierInit_" + type, block, &kRects[0], &weights[0], &thresholds[0], &below[0], &above[0],
            &kCounts[0], kClassifiers);
