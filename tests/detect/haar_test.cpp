@@ -384,7 +384,7 @@ TYPED_TEST(Haar, ReportsTheFirstOfTwoFaults) {
   int positive = 77;
   withScale<V>(0, [&](auto... scale) {
     constexpr bool kScaled = sizeof...(scale) > 0;
-    const auto badScale = planted(rvpStatusBadArgument, [](auto& a) {
+    const auto badScale = planted(rvpStatusBadArgument, []([[maybe_unused]] auto& a) {
                             if constexpr (kScaled)
                               std::get<std::tuple_size_v<std::remove_reference_t<decltype(a)>> - 1>(a) = 1;
                           }).when(kScaled);
