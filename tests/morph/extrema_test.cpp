@@ -7,7 +7,7 @@ namespace {
 using namespace test;
 
 enum Operation : std::size_t { erode, dilate, open, close, topHat, blackHat, gradient };
-constexpr std::size_t kOperations = 7;
+constexpr std::size_t kOperations = gradient + 1;
 
 bool isCompound(Operation operation) { return operation >= open; }
 
