@@ -149,8 +149,7 @@ constexpr auto kUprightRow = []<class Of, class Cell>(Of of, const std::uint8_t*
   std::ptrdiff_t x = 0;
   const auto add = [&](std::ptrdiff_t at) { sum.addPixels(sumsUpTo(of, src + at), above + at, cells + at); };
   for (; x + 2 * kLanes <= width; x += 2 * kLanes) {
-    for (std::size_t line = 0; line < 2 * kLanes * sizeof(Cell); line += kLineBytes)
-      prefetch(cells + x, kAheadBytes + line);
+    prefetchLines(cells + x, 2 * kLanes, kAheadBytes);
     add(x);
     add(x + kLanes);
   }

@@ -169,20 +169,13 @@ double scaleOf(int scaleFactor) {
   return scaleFactor < 0 ? power : 1 / power;
 }
 
-// Asks for the lines of `count` elements that stand so far ahead.
-template <class T>
-void prefetchElements(const T* at, std::ptrdiff_t count) {
-  for (std::uintptr_t byte = 0; byte < static_cast<std::uintptr_t>(count) * sizeof(T); byte += kLineBytes)
-    prefetch(at, kAheadBytes + byte);
-}
-
 template <class Variance, class Root, class T, class Sqr, class Dst>
 void deviateRow(const Variance& variance, const Root& root, Corners<T> sums, Corners<Sqr> squares, Dst* dst,
                 std::ptrdiff_t width) {
   constexpr std::ptrdiff_t kStretch = 64;
   for (std::ptrdiff_t first = 0; first < width; first += kStretch) {
-    prefetchElements(sums.lowest() + first, kStretch);
-    prefetchElements(squares.lowest() + first, kStretch);
+    prefetchLines(sums.lowest() + first, kStretch, kAheadBytes);
+    prefetchLines(squares.lowest() + first, kStretch, kAheadBytes);
     const std::ptrdiff_t last = std::min(first + kStretch, width);
 #pragma omp simd
     for (std::ptrdiff_t x = first; x < last; ++x)

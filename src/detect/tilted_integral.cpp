@@ -38,10 +38,9 @@ constexpr auto kTiltedRow = []<class Of, class Cell>(Of, const std::uint8_t* src
   cells[0] = above[1];
   // In pieces, each of which first asks for memory.
   constexpr std::ptrdiff_t kPiece = 64;
-  constexpr auto kLine = static_cast<std::ptrdiff_t>(kLineBytes / sizeof(Cell));
   for (std::ptrdiff_t x0 = 1; x0 < width; x0 += kPiece) {
     const std::ptrdiff_t end = std::min(width, x0 + kPiece);
-    for (std::ptrdiff_t x = x0; x < end; x += kLine) prefetch(cells + x, kAheadBytes);
+    prefetchLines(cells + x0, kPiece, kAheadBytes);
 #pragma omp simd
     for (std::ptrdiff_t x = x0; x < end; ++x)
       cells[x] = cell(Of::of(src[x - 1]), Of::of(src[x]), above[x - 1], up[x], above[x + 1]);

@@ -96,8 +96,7 @@ class ValuesAndVectors {
     const auto none = hn::Or(givenUp, diagonal);
     const auto general = [&](V v, V n) { return hn::IfThenZeroElse(none, hn::Mul(v, n)); };
     float* at = row(dst_, step_, y) + 6 * x;
-    constexpr std::uintptr_t kBytes = kElements * sizeof(float) * hn::MaxLanes(D());
-    for (std::uintptr_t line = 0; line < kBytes; line += kLineBytes) prefetch(at, kAheadBytes + line);
+    prefetchLines(at, kElements * static_cast<std::ptrdiff_t>(hn::MaxLanes(D())), kAheadBytes);
     storeSixfold(d, hn::IfThenZeroElse(givenUp, l1), hn::IfThenZeroElse(givenUp, l2), hn::Or(axis, general(q, n1)),
                  general(u1, n1), general(q, n2), hn::Or(axis, general(u2, n2)), at);
   }

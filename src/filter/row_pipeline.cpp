@@ -40,13 +40,12 @@ void convert(const Src* src, std::ptrdiff_t count, Lane* dst) {
 template <int kChannels, class T>
 struct MovedRow {
   static constexpr std::uintptr_t kAheadBytes = 4096;
-  static constexpr std::ptrdiff_t kLine = kLineBytes / sizeof(T);
 
   const T* window;
 
   const T* operator()(std::ptrdiff_t i) const { return window + i * kChannels; }
   void prefetch(std::ptrdiff_t first, std::ptrdiff_t count) const {
-    for (std::ptrdiff_t x = first; x < first + count; x += kLine) rvp::n8::prefetch(window + x, kAheadBytes);
+    prefetchLines(window + first, count, kAheadBytes);
   }
 };
 

@@ -34,6 +34,13 @@ inline void prefetch(const void* at, std::uintptr_t bytes) {
   hwy::Prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(at) + bytes));
 }
 
+// Asks for the lines of `count` elements, `bytes` after `at`.
+template <class T>
+void prefetchLines(const T* at, std::ptrdiff_t count, std::uintptr_t bytes) {
+  const auto length = static_cast<std::uintptr_t>(count) * sizeof(T);
+  for (std::uintptr_t line = 0; line < length; line += kLineBytes) prefetch(at, bytes + line);
+}
+
 // Calls body(d, x) for the elements first to last - 1: with whole vectors of T as long as they fit, then with four
 // lanes, then with one. The tag d tells how many, so that one body serves a row to its very end and touches nothing
 // behind it.

@@ -133,8 +133,8 @@ class FloodRegion {
     const std::ptrdiff_t y = static_cast<std::uint32_t>(word) / static_cast<std::uint32_t>(rowWords_);
     const std::ptrdiff_t x = (word - y * rowWords_) * kWordPixels;
     pending_.erase(word);
-    for (std::uintptr_t byte = 0; byte < kWordPixels * kChannels * sizeof(T); byte += kLineBytes)
-      prefetch(row(image_, step_, y) + x * kChannels, static_cast<std::uintptr_t>(ahead) + byte);
+    prefetchLines(row(image_, step_, y) + x * kChannels, kWordPixels * kChannels,
+                  static_cast<std::uintptr_t>(ahead));
     const Word pixels = spreadAlong(y, x, word);
     new_[word] = 0;
     if (x > 0 && (pixels & 1) != 0) spreadOne(y, x - 1, y, x, word - 1);
