@@ -134,4 +134,13 @@ TEST(FastMarching, IntegerTableFollowsItsFormula) {
     EXPECT_EQ(rvp::n8::FMM_SUB[d], std::lround(64 - (d + std::sqrt(2 * 64 * 64 - d * d)) / 2)) << d;
 }
 
+FUZZ(fast_marching, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    const Mask mask = input.flag()
+                          ? blobs(shape.width, shape.height, shape.seed, static_cast<unsigned>(input.between(0, 2)))
+                          : input.plane<std::uint8_t>(shape.width, shape.height);
+    checkShape(shape, mask, static_cast<float>(input.between(0, 40)) / 4);
+  });
+}
+
 }  // namespace

@@ -148,4 +148,13 @@ TYPED_TEST(Eigenvalues, ReportTheFirstOfTwoFaults) {
   EXPECT_TRUE(same(content, dst));
 }
 
+FUZZ(eigenvalues, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    const RvpiBorderType border = input.border();
+    const Options& options = input.oneOf(kOptions);
+    input.flag() ? Eigenvalues<float>::check(shape, border, options)
+                 : Eigenvalues<std::uint8_t>::check(shape, border, options);
+  });
+}
+
 }  // namespace

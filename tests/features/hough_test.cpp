@@ -352,4 +352,20 @@ TEST(Hough, ReportsTheFirstOfTwoFaults) {
   EXPECT_TRUE(line.rho == -7 && segment.x0 == -7 && count == -7 && bytes == -7);
 }
 
+FUZZ(hough, input) {
+  const RvpiSize size = input.size();
+  const unsigned seed = input.any<std::uint8_t>();
+  const Bytes image =
+      input.flag() ? drawing(size.width, size.height, seed) : input.plane<std::uint8_t>(size.width, size.height);
+  const RvpiPointPolar delta = {static_cast<float>(input.between(1, 400)) / 50,
+                                static_cast<float>(input.between(1, 100)) / 50};
+  const int threshold = input.between(1, 30);
+  if (input.flag()) {
+    checkLines(image, delta, threshold, seed);
+  } else {
+    checkSegments(image, delta, {threshold, input.between(0, 40), input.between(0, 20), input.between(0, 40)},
+                  seed);
+  }
+}
+
 }  // namespace

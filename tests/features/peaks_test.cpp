@@ -140,4 +140,10 @@ TEST(PeakSizes, AreTheStatedOnes) {
   }
 }
 
+FUZZ(peaks, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    input.flag() ? Peaks<float>::check(shape) : Peaks<std::int32_t>::check(shape);
+  });
+}
+
 }  // namespace

@@ -63,4 +63,8 @@ TEST(Lowpass, ReportsTheFirstOfTwoFaults) {
   EXPECT_EQ(bytes, -7);
 }
 
+FUZZ(lowpass, input) {
+  tryShape(input.shape(), [&](const Shape& shape) { checkLowpass(shape, input.border(), input.flag() ? 33 : 55); });
+}
+
 }  // namespace

@@ -369,4 +369,18 @@ TEST(PipelineExtremes, CopyByOne) {
             rvpStatusBadArgument);
 }
 
+// The operation of that number among the types.
+template <class... Ops>
+void tryOneOf(testing::Types<Ops...>, int number, const Shape& shape, unsigned seed, int length) {
+  (void)((number-- == 0 && (check<Ops>(shape, Setting<Ops>(seed, length)), true)) || ...);
+}
+
+FUZZ(pipeline, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    const unsigned seed = input.any<std::uint16_t>();
+    const int length = input.flag() ? input.between(1, 40) : 0;
+    tryOneOf(Operations(), input.between(0, 21), shape, seed, length);
+  });
+}
+
 }  // namespace

@@ -107,4 +107,10 @@ TEST(BoundSegments, ReportsTheFirstOfTwoFaults) {
   EXPECT_EQ(p[1], 2);
 }
 
+FUZZ(boundaries, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    input.flag() ? checkBoundaries<std::uint8_t>(shape) : checkBoundaries<std::uint16_t>(shape);
+  });
+}
+
 }  // namespace

@@ -219,4 +219,17 @@ TEST(MaskedGradient, CountsAndCopiesWhatIsNotZero) {
   EXPECT_EQ(count, 1);
 }
 
+FUZZ(gradient_segments, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    switch (input.between(0, 2)) {
+      case 0:
+        return checkGrowth(shape);
+      case 1:
+        return checkGradients<1>(shape);
+      default:
+        return checkGradients<3>(shape);
+    }
+  });
+}
+
 }  // namespace

@@ -129,4 +129,14 @@ TEST(LabelMarkers, ReportsTheFirstOfTwoFaults) {
   EXPECT_EQ(bytesOf(kBytes, RvpiSize{100, 7}), 6 * 700 + 32);
 }
 
+FUZZ(label, input) {
+  const Shape shape = input.shape();
+  const int minLabel = input.between(1, 254);
+  const Labels labels = {minLabel, input.between(minLabel, 254), input.between(0, 1)};
+  const auto content = input.plane<std::uint8_t>(shape.width, shape.height);
+  checkBeside(content, shape, labels);
+  checkInPlace(content, shape, labels);
+  checkInPlace(input.plane<std::uint16_t>(shape.width, shape.height), shape, labels);
+}
+
 }  // namespace

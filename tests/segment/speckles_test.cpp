@@ -144,4 +144,31 @@ TEST(MarkSpecklesBuffer, ReportsTheFirstOfTwoFaults) {
   EXPECT_EQ(bufferSize({640, 480}, rvp16s), 13 * 640 * 480 + 64);
 }
 
+template <class T>
+void tryImage(Input& input) {
+  const Shape shape = input.shape();
+  const auto image = input.flag()
+                         ? levels<T>(shape.width, shape.height, input.any<std::uint16_t>(), input.between(1, 6))
+                         : input.plane<T>(shape.width, shape.height);
+  const Setting<T> setting = {input.flag() ? input.any<T>() : T{}, input.between(0, 60),
+                              static_cast<T>(input.between(0, 5))};
+  checkOne(image, shape, setting);
+}
+
+FUZZ(speckles, input) {
+  switch (input.between(0, 3)) {
+    case 0:
+      tryImage<std::uint8_t>(input);
+      break;
+    case 1:
+      tryImage<std::uint16_t>(input);
+      break;
+    case 2:
+      tryImage<std::int16_t>(input);
+      break;
+    default:
+      tryImage<float>(input);
+  }
+}
+
 }  // namespace

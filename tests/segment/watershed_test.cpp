@@ -364,4 +364,21 @@ TEST(Watershed, TellsItsMemory) {
   EXPECT_EQ(size, -1);
 }
 
+FUZZ(watershed, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    switch (input.between(0, 4)) {
+      case 0:
+        return checkQueue<std::uint8_t>(shape);
+      case 1:
+        return checkQueue<std::uint16_t>(shape);
+      case 2:
+        return checkDistance<std::uint8_t, std::uint8_t>(shape);
+      case 3:
+        return checkDistance<std::uint8_t, std::uint16_t>(shape);
+      default:
+        return checkDistance<float, std::uint16_t>(shape);
+    }
+  });
+}
+
 }  // namespace

@@ -173,4 +173,17 @@ TEST(AccumulatorValues, FloatSourceMayBeTheAccumulator) {
   for (std::size_t i = 0; i < image.size(); ++i) EXPECT_EQ(image[i], static_cast<float>(i * i + i));
 }
 
+FUZZ(accumulate, input) {
+  tryShape(input.shape(), [&](const Shape& shape) {
+    switch (input.between(0, 2)) {
+      case 0:
+        return checkShape<std::uint8_t>(shape);
+      case 1:
+        return checkShape<std::uint16_t>(shape);
+      default:
+        return checkShape<float>(shape);
+    }
+  });
+}
+
 }  // namespace

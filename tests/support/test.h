@@ -28,6 +28,7 @@
 #include "support/calls.h"
 #include "support/compare.h"
 #include "support/faults.h"
+#include "support/fuzz.h"
 #include "support/images.h"
 #include "support/regions.h"
 #include "support/sweep.h"
