@@ -357,7 +357,9 @@ FUZZ(hough, input) {
   const unsigned seed = input.any<std::uint8_t>();
   const Bytes image =
       input.flag() ? drawing(size.width, size.height, seed) : input.plane<std::uint8_t>(size.width, size.height);
-  const RvpiPointPolar delta = {static_cast<float>(input.between(1, 400)) / 50,
+  // A step beyond the image is refused.
+  const int mostSteps = std::min(400, 50 * (size.width + size.height));
+  const RvpiPointPolar delta = {static_cast<float>(input.between(1, mostSteps)) / 50,
                                 static_cast<float>(input.between(1, 100)) / 50};
   const int threshold = input.between(1, 30);
   if (input.flag()) {
