@@ -1,17 +1,8 @@
 #include "stats/accumulate_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
-    switch (input.between(0, 2)) {
-      case 0:
-        return checkShape<std::uint8_t>(shape);
-      case 1:
-        return checkShape<std::uint16_t>(shape);
-      default:
-        return checkShape<float>(shape);
-    }
+    input.withOneOf<std::uint8_t, std::uint16_t, float>([&]<class T>() { checkShape<T>(shape); });
   });
-  return 0;
 }

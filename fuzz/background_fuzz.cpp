@@ -1,8 +1,7 @@
 #include "pyramid/background_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape({input.width(), input.between(1, 3), input.placing(), 1, input.any<std::uint8_t>()},
            [&](const Shape& shape) {
              RvpFGMMModel model = kModel;
@@ -17,5 +16,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
              compareStream(
                  shape, modes, model, 8, [&](int k) { return rates[k % 3]; }, kSameModel);
            });
-  return 0;
 }

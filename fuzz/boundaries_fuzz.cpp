@@ -1,10 +1,8 @@
 #include "segment/boundaries_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
     input.flag() ? checkBoundaries<std::uint8_t>(shape) : checkBoundaries<std::uint16_t>(shape);
   });
-  return 0;
 }

@@ -1,8 +1,7 @@
 #include "features/canny_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
     switch (input.between(0, 2)) {
       case 0:
@@ -18,5 +17,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         return checkBordered(shape, mode | sides, options);
     }
   });
-  return 0;
 }

@@ -1,8 +1,7 @@
 #include "features/corners_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
     const RvpiBorderType border = input.border();
     const Options& options = input.oneOf(kOptions);
@@ -15,5 +14,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         return checkSuppression(shape, border, options);
     }
   });
-  return 0;
 }

@@ -1,24 +1,30 @@
 #include "morph/extrema_test.cpp"
 #include "support/input.h"
-#include "support/masks.h"
 
-// The type of that number.
-template <class... Types>
-void tryOneOf(testing::Types<Types...>, int number, Operation operation, const Shape& shape, const Mask& mask,
-              RvpiBorderType border, RvpiSize largest, Cliff cliff) {
-  (void)((number-- == 0 &&
-          (check<Types>(operation, shape, mask, taken<Types>(border, operation), largest, cliff), true)) ||
-         ...);
+Mask drawnMask(fuzz::Input& input) {
+  const int width = input.between(1, 40), height = input.between(1, 20);
+  switch (input.between(0, 3)) {
+    case 0:
+      return rectangle(width, height);
+    case 1:
+      return ellipse(width, height);
+    case 2:
+      return randomMask(width, height, input.any<std::uint8_t>());
+    default:
+      return rectangleIn(width, height,
+                         {input.between(0, width - 1), input.between(0, height - 1), input.between(0, width),
+                          input.between(0, height)});
+  }
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
-    const Mask mask = fuzz::drawnMask(input);
+    const Mask mask = drawnMask(input);
     const auto operation = static_cast<Operation>(input.between(0, kOperations - 1));
     const RvpiBorderType border = input.border();
     const RvpiSize largest = {shape.width + input.between(0, 20), shape.height + input.between(0, 20)};
-    tryOneOf(Forms(), input.between(0, 8), operation, shape, mask, border, largest, input.cliff());
+    const Cliff cliff = input.cliff();
+    input.withOneOf(
+        Forms(), [&]<class T>() { check<T>(operation, shape, mask, taken<T>(border, operation), largest, cliff); });
   });
-  return 0;
 }

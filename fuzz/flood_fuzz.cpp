@@ -33,17 +33,6 @@ void tryFill(fuzz::Input& input) {
   if (!isRefused(fill, image)) check<T>(image, fill, placing, input.shift());
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
-  switch (input.between(0, 2)) {
-    case 0:
-      tryFill<std::uint8_t>(input);
-      break;
-    case 1:
-      tryFill<std::uint16_t>(input);
-      break;
-    default:
-      tryFill<float>(input);
-  }
-  return 0;
+void fuzz::run(Input& input) {
+  input.withOneOf(Types(), [&]<class T>() { tryFill<T>(input); });
 }

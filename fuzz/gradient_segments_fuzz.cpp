@@ -1,8 +1,7 @@
 #include "segment/gradient_segments_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   tryShape(input.shape(), [&](const Shape& shape) {
     switch (input.between(0, 2)) {
       case 0:
@@ -13,5 +12,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         return checkGradients<3>(shape);
     }
   });
-  return 0;
 }

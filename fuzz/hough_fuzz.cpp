@@ -1,8 +1,7 @@
 #include "features/hough_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   const RvpiSize size = input.size();
   const unsigned seed = input.any<std::uint8_t>();
   const Bytes image =
@@ -16,5 +15,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
     checkSegments(image, delta, {threshold, input.between(0, 40), input.between(0, 20), input.between(0, 40)},
                   seed);
   }
-  return 0;
 }

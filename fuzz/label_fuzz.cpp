@@ -1,8 +1,7 @@
 #include "segment/label_test.cpp"
 #include "support/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
-  fuzz::Input input(bytes, count);
+void fuzz::run(Input& input) {
   const Shape shape = input.shape();
   const int minLabel = input.between(1, 254);
   const Labels labels = {minLabel, input.between(minLabel, 254), input.between(0, 1)};
@@ -10,5 +9,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
   checkBeside(content, shape, labels);
   checkInPlace(content, shape, labels);
   checkInPlace(input.plane<std::uint16_t>(shape.width, shape.height), shape, labels);
-  return 0;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
@@ -34,6 +35,21 @@ class Input {
   template <class T, std::size_t kCount>
   T oneOf(const T (&values)[kCount]) {
     return values[between(0, static_cast<int>(kCount) - 1)];
+  }
+
+  template <class Values>
+  const auto& oneOf(const Values& values) {
+    return values[static_cast<std::size_t>(between(0, static_cast<int>(std::size(values)) - 1))];
+  }
+  // Runs body for one of these types, a template argument.
+  template <class... T, class Body>
+  void withOneOf(const Body& body) {
+    withOneOf(testing::Types<T...>(), body);
+  }
+  template <class... T, class Body>
+  void withOneOf(testing::Types<T...>, const Body& body) {
+    int number = between(0, int{sizeof...(T)} - 1);
+    (void)((number-- == 0 && (body.template operator()<T>(), true)) || ...);
   }
 
   int width() { return between(1, 70); }
@@ -82,5 +98,8 @@ class Input {
  private:
   FuzzedDataProvider bytes_;
 };
+
+// What each target defines.
+void run(Input& input);
 
 }  // namespace fuzz

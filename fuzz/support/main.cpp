@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "support/compare.h"
+#include "support/input.h"
 
 namespace {
 
@@ -21,5 +22,11 @@ void test::addToDigest(const void* /*bytes*/, std::size_t /*count*/) {}
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   testing::InitGoogleTest(argc, *argv);
   testing::UnitTest::GetInstance()->listeners().Append(new Ender);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+  fuzz::Input input(bytes, count);
+  fuzz::run(input);
   return 0;
 }
