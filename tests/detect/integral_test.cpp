@@ -16,12 +16,8 @@ struct Operation {
   std::function<RvpStatus(const std::uint8_t*, int, Cell*, int, Sqr*, int, RvpiSize, Cell, Sqr)> run;
 };
 
-#define SUMS(NAME, EXTRA)                                                                \
-  {                                                                                      \
-#NAME, EXTRA, false,                                                                 \
-        [](auto src, int srcStep, auto dst, int dstStep, auto, int, auto size, auto val, \
-           auto) { return NAME(src, srcStep, dst, dstStep, size, val); }                 \
-  }
+#define SUMS(NAME, EXTRA) \
+  { #NAME, EXTRA, false, handing < 0, 1, 2, 3, 6, 7>(NAME) }
 #define SQUARES(NAME, EXTRA) \
   { #NAME, EXTRA, true, NAME }
 

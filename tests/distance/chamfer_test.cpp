@@ -175,7 +175,6 @@ TYPED_TEST(Chamfer, ReportsTheFirstOfTwoFaults) {
             4 * static_cast<int>(sizeof(T)), {4, 2}, good.data());
       }
     }
-    EXPECT_EQ(dst[0], T{5});
   }
 }
 
