@@ -16,12 +16,8 @@ struct Operation {
   std::function<RvpStatus(const std::uint8_t*, int, Cell*, int, Sqr*, int, RvpiSize, Cell, Sqr)> run;
 };
 
-#define SUMS(NAME, EXTRA)                                                                \
-  {                                                                                      \
-#NAME, EXTRA, false,                                                                 \
-        [](auto src, int srcStep, auto dst, int dstStep, auto, int, auto size, auto val, \
-           auto) { return NAME(src, srcStep, dst, dstStep, size, val); }                 \
-  }
+#define SUMS(NAME, EXTRA) \
+  { #NAME, EXTRA, false, handing < 0, 1, 2, 3, 6, 7>(NAME) }
 #define SQUARES(NAME, EXTRA) \
   { #NAME, EXTRA, true, NAME }
 
@@ -164,26 +160,11 @@ TEST(FloatIntegral, AddsFromLeftToRightAndThenDown) {
                    {2, 2});
 }
 
-template <class Op>
-void tryOne(Input& input, const Plane<std::uint8_t>& content, Placing placing) {
-  const auto all = operations<Op>();
-  check(all[static_cast<std::size_t>(input.between(0, static_cast<int>(all.size()) - 1))], content, placing);
-}
-
 FUZZ(integral, input) {
   const RvpiSize size = input.size();
   const auto content = input.plane<std::uint8_t>(size.width, size.height);
   const Placing placing = input.placing();
-  switch (input.between(0, 2)) {
-    case 0:
-      tryOne<Ints>(input, content, placing);
-      break;
-    case 1:
-      tryOne<Mixed>(input, content, placing);
-      break;
-    default:
-      tryOne<Floats>(input, content, placing);
-  }
+  input.withOneOf(Operations(), [&]<class Op>() { check(input.oneOf(operations<Op>()), content, placing); });
 }
 
 }  // namespace

@@ -185,16 +185,7 @@ FUZZ(rect_std_dev, input) {
   if (tilted) rect.x += rect.y + rect.height;
   const int scale = input.between(-10, 10);
   const Shape shape = input.shape();
-  switch (input.between(0, 2)) {
-    case 0:
-      check<Scaled>(tilted, size, rect, scale, shape);
-      break;
-    case 1:
-      check<Mixed>(tilted, size, rect, scale, shape);
-      break;
-    default:
-      check<Floats>(tilted, size, rect, scale, shape);
-  }
+  input.withOneOf(Forms(), [&]<class Form>() { check<Form>(tilted, size, rect, scale, shape); });
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "rvpcv.h"
+#include "support/calls.h"
 #include "support/images.h"
 
 namespace determinism {
@@ -46,6 +47,8 @@ struct Image {
   int step;
   int columns;  // Pixels times channels.
   int rows;
+
+  T* row(int y) const { return data + static_cast<std::ptrdiff_t>(step) / static_cast<int>(sizeof(T)) * y; }
 };
 
 class Lab {
@@ -55,11 +58,18 @@ class Lab {
 
   explicit Lab(const Setting& setting) : setting_(setting) {}
 
-  // Calls an exported function, whose parameters have exactly the types of these arguments; an image stands for its
-  // first pixel and its step.
+  // Calls an exported function, whose parameters have exactly the types of these arguments but for `const`; an
+  // image stands for its first pixel and its step. Keeps the images that the function may change.
   template <class... Arguments>
   void call(const std::string& name, Arguments... arguments) {
+    callFor(false, name, arguments...);
+  }
+  // The same; `isForTeam`: the contract lets the images follow the number of threads.
+  template <class... Arguments>
+  void callFor(bool isForTeam, const std::string& name, Arguments... arguments) {
     std::apply([&](auto... spread) { callSpread(name, spread...); }, std::tuple_cat(spreadOut(arguments)...));
+    (keepChanged(isForTeam ? keptForTeam_ : kept_, arguments), ...);
+    origins_[kept_.size()] = name;
   }
 
   // The number that a function gives by its last argument.
@@ -74,21 +84,26 @@ class Lab {
   Image<T> image(RvpiSize size, int channels, const Content& content) {
     const Image<T> made = place<T>(size.width * channels, size.height);
     for (int y = 0; y < size.height; ++y)
-      for (int x = 0; x < made.columns; ++x) at(made, y)[x] = content(y, x / channels, x % channels);
+      for (int x = 0; x < made.columns; ++x)
+        made.row(y)[x] = static_cast<T>(content(y, x / channels, x % channels));
     return made;
   }
 
-  // Edges, corners, slopes and noise.
+  // Edges, corners, slopes and noise: to be changed, or to be read only.
   template <class T>
-  Image<T> picture(int channels = 1, int seed = 0, RvpiSize size = kSize) {
+  Image<T> canvas(int channels = 1, int seed = 0, RvpiSize size = kSize) {
     return image<T>(size, channels,
                     [=](int y, int x, int channel) { return fromLevel<T>(level(y, x + 3 * seed, channel)); });
+  }
+  template <class T>
+  Image<const T> picture(int channels = 1, int seed = 0, RvpiSize size = kSize) {
+    const Image<T> made = canvas<T>(channels, seed, size);
+    return {made.data, made.step, made.columns, made.rows};
   }
 
   // 0 and 255.
   Image<std::uint8_t> mask(RvpiSize size = kSize) {
-    return image<std::uint8_t>(size, 1,
-                               [](int y, int x, int) -> std::uint8_t { return level(y, x, 1) > 110 ? 255 : 0; });
+    return image<std::uint8_t>(size, 1, [](int y, int x, int) { return level(y, x, 1) > 110 ? 255 : 0; });
   }
 
   template <class T>
@@ -101,6 +116,11 @@ class Lab {
     const auto before = static_cast<std::uint8_t>(setting_.threads * 37 + setting_.layout->placing.gap);
     return place(bytes, 1, before).data;
   }
+  // Of as many bytes as a function tells by its last argument.
+  template <class... Arguments>
+  std::uint8_t* blockOf(const std::string& name, Arguments... arguments) {
+    return block(size(name, arguments...));
+  }
 
   // For blocks that are wanted at an address that suits a pointer.
   std::uint8_t* wordBlock(int bytes) {
@@ -110,20 +130,11 @@ class Lab {
   // Gives back all images and blocks: the system has only so many pages to protect.
   void release() { memory_.clear(); }
 
-  template <class T, class... More>
-  void keep(const Image<T>& image, const Image<More>&... more) {
-    for (int y = 0; y < image.rows; ++y) keep(at(image, y), image.columns);
-    (keep(more), ...);
-  }
+  // Results that are not in an image.
   template <class T>
   void keep(const T* values, int count) {
     append(kept_, values, count);
     origins_[kept_.size()] = lastCalled_;
-  }
-  // What the contract lets follow the number of threads.
-  template <class T>
-  void keepForTeam(const Image<T>& image) {
-    for (int y = 0; y < image.rows; ++y) keepForTeam(at(image, y), image.columns);
   }
   template <class T>
   void keepForTeam(const T* values, int count) {
@@ -155,6 +166,13 @@ class Lab {
   template <class T>
   static auto spreadOut(const Image<T>& image) {
     return std::tuple(image.data, image.step);
+  }
+
+  template <class T>
+  static void keepChanged(std::vector<std::uint8_t>&, const T&) {}
+  template <class T>
+  requires(!std::is_const_v<T>) static void keepChanged(std::vector<std::uint8_t>& kept, const Image<T>& image) {
+    for (int y = 0; y < image.rows; ++y) append(kept, image.row(y), image.columns);
   }
 
   static int level(int y, int x, int channel) {
@@ -190,12 +208,6 @@ class Lab {
   }
 
   template <class T>
-  static T* at(const Image<T>& image, int y) {
-    return reinterpret_cast<T*>(reinterpret_cast<std::uint8_t*>(image.data) +
-                                static_cast<std::ptrdiff_t>(image.step) * y);
-  }
-
-  template <class T>
   static void append(std::vector<std::uint8_t>& kept, const T* values, int count) {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(values);
     kept.insert(kept.end(), bytes, bytes + sizeof(T) * static_cast<std::size_t>(count));
@@ -220,13 +232,15 @@ struct Case {
   void (*run)(Lab&);
 };
 
-// The families of each folder.
-extern const std::vector<Case> kStatsCases;
-extern const std::vector<Case> kMorphCases;
-extern const std::vector<Case> kFeatureCases;
-extern const std::vector<Case> kSegmentCases;
-extern const std::vector<Case> kPyramidCases;
-extern const std::vector<Case> kDetectCases;
+// Calls body for each of these types, a template argument.
+template <class... T, class Body>
+void forTypes(const Body& body) {
+  (body.template operator()<T>(), ...);
+}
+
+// The families that make images of images, and those that find something in them.
+extern const std::vector<Case> kImageCases;
+extern const std::vector<Case> kFindingCases;
 
 // "8u" and so on, as it stands in the names of functions.
 template <class T>

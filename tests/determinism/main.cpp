@@ -56,14 +56,6 @@ std::vector<Setting> settings(const std::vector<std::pair<void*, const char*>>& 
   return all;
 }
 
-std::vector<Case> allCases() {
-  std::vector<Case> all;
-  for (const auto* part :
-       {&kStatsCases, &kMorphCases, &kFeatureCases, &kSegmentCases, &kPyramidCases, &kDetectCases})
-    all.insert(all.end(), part->begin(), part->end());
-  return all;
-}
-
 std::size_t runAlone(const Case& family, const std::vector<Setting>& settings, Kept& first) {
   std::size_t faults = 0;
   int calls = 0;
@@ -125,7 +117,8 @@ int main(int argc, char** argv) try {
     libraries.emplace_back(library, needsAvx2 ? "v3" : "SSSE3");
   }
   if (libraries.empty()) throw std::runtime_error("no library to run");
-  const std::vector<Case> cases = allCases();
+  std::vector<Case> cases = kImageCases;
+  cases.insert(cases.end(), kFindingCases.begin(), kFindingCases.end());
   const std::vector<Setting> all = settings(libraries, isBrief);
   std::map<std::string, Kept> first;
   std::size_t faults = 0;

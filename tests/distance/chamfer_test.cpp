@@ -175,7 +175,6 @@ TYPED_TEST(Chamfer, ReportsTheFirstOfTwoFaults) {
             4 * static_cast<int>(sizeof(T)), {4, 2}, good.data());
       }
     }
-    EXPECT_EQ(dst[0], T{5});
   }
 }
 
@@ -204,27 +203,17 @@ TEST(ChamferMetrics, TablesAndChecks) {
   EXPECT_EQ(rvpiGetDistanceTransformMask(40, f), rvpStatusBadSize);
 }
 
-template <class T>
-void tryMask(Input& input, const Shape& shape, const Plane<std::uint8_t>& content) {
-  std::vector<double> mask(static_cast<std::size_t>(input.between(2, 3)));
-  const int most = input.flag() ? 12 : 0x7FFFFFFF;
-  for (double& metric : mask) metric = static_cast<double>(static_cast<MetricOf<T>>(input.between(1, most)));
-  checkMask<T>(shape, content, mask);
-}
-
 FUZZ(chamfer, input) {
   tryShape(input.shape(), [&](const Shape& shape) {
     const auto content = input.flag()
                              ? sparseSeeds(shape.width, shape.height, shape.seed, 1U << input.between(1, 10))
                              : input.plane<std::uint8_t>(shape.width, shape.height);
-    switch (input.between(0, 2)) {
-      case 0:
-        return tryMask<std::uint8_t>(input, shape, content);
-      case 1:
-        return tryMask<std::uint16_t>(input, shape, content);
-      default:
-        return tryMask<float>(input, shape, content);
-    }
+    input.withOneOf(Outputs(), [&]<class T>() {
+      std::vector<double> mask(static_cast<std::size_t>(input.between(2, 3)));
+      const int most = input.flag() ? 12 : 0x7FFFFFFF;
+      for (double& metric : mask) metric = static_cast<double>(static_cast<MetricOf<T>>(input.between(1, most)));
+      checkMask<T>(shape, content, mask);
+    });
   });
 }
 

@@ -11,8 +11,6 @@ enum class Form { bordered, float32, integer16 };
 struct Gradients {
   Form form;
   Plane<double> dx, dy, magnitude;
-  int width() const { return dx.width; }
-  int height() const { return dx.height; }
 };
 
 double norm(int kind, float ax, float ay) {
@@ -32,7 +30,7 @@ int sector(const Gradients& g, int y, int x) {
   const auto ax = static_cast<float>(std::fabs(dx)), ay = static_cast<float>(std::fabs(dy));
   bool steep = 2.4142137f * ax < ay, flat = ay < 0.41421357f * ax;
   if (g.form == Form::bordered) steep = ax + ax + 0.41421357f * ax < ay;
-  if (g.form == Form::integer16 && x >= g.width() / 4 * 4) {
+  if (g.form == Form::integer16 && x >= g.dx.width / 4 * 4) {
     steep = 2.414213562373095 * static_cast<double>(ax) < static_cast<double>(ay);
     flat = static_cast<double>(ay) < 0.41421356237309503 * static_cast<double>(ax);
   }
@@ -40,34 +38,25 @@ int sector(const Gradients& g, int y, int x) {
 }
 
 Plane<std::uint8_t> edges(const Gradients& g, double high) {
-  Plane<std::uint8_t> maximum(g.width(), g.height()), result(g.width(), g.height());
-  const auto at = [&](int y, int x) {
-    return x < 0 || y < 0 || x >= g.width() || y >= g.height() ? 0.0 : g.magnitude.at(y, x);
+  const Plane<double>& m = g.magnitude;
+  const auto at = [&](int y, int x) { return m.holds(y, x) ? m.at(y, x) : 0.0; };
+  const auto maximum = planeOf<std::uint8_t>(m.width, m.height, [&](int y, int x) {
+    constexpr int kStep[5][2] = {{0, 0}, {-1, 0}, {1, -1}, {0, -1}, {-1, -1}};
+    const int s = sector(g, y, x);
+    const double own = at(y, x), first = at(y + kStep[s][1], x + kStep[s][0]),
+                 second = at(y - kStep[s][1], x - kStep[s][0]);
+    return own != 0 && own > first && (s % 2 == 1 ? own >= second : own > second);
+  });
+  Plane<std::uint8_t> result(m.width, m.height);
+  const auto mark = [&](int y, int x) {
+    if (maximum.at(y, x) == 0 || result.at(y, x) != 0) return false;
+    result.at(y, x) = 255;
+    return true;
   };
-  std::vector<std::pair<int, int>> open;
-  for (int y = 0; y < g.height(); ++y) {
-    for (int x = 0; x < g.width(); ++x) {
-      constexpr int kStep[5][2] = {{0, 0}, {-1, 0}, {1, -1}, {0, -1}, {-1, -1}};
-      const int s = sector(g, y, x);
-      const double m = at(y, x), first = at(y + kStep[s][1], x + kStep[s][0]),
-                   second = at(y - kStep[s][1], x - kStep[s][0]);
-      maximum.at(y, x) = m != 0 && m > first && (s % 2 == 1 ? m >= second : m > second);
-      if (maximum.at(y, x) == 0 || !(m > high)) continue;
-      result.at(y, x) = 255;
-      open.emplace_back(y, x);
-    }
-  }
-  while (!open.empty()) {
-    const auto [cy, cx] = open.back();
-    open.pop_back();
-    for (int y = std::max(cy - 1, 0); y <= std::min(cy + 1, g.height() - 1); ++y) {
-      for (int x = std::max(cx - 1, 0); x <= std::min(cx + 1, g.width() - 1); ++x) {
-        if (maximum.at(y, x) == 0 || result.at(y, x) != 0) continue;
-        result.at(y, x) = 255;
-        open.emplace_back(y, x);
-      }
-    }
-  }
+  forElements(m, [&](int y, int x) {
+    if (m.at(y, x) > high && mark(y, x))
+      forNeighbours(m, true, {y, x}, [&](Place, Place to) { return mark(to.y, to.x); });
+  });
   return result;
 }
 
@@ -120,29 +109,15 @@ TEST(Canny, OfDerivativesFollowsTheRule) {
   tryShape({603, 40, {3, 1}, 1, 902}, checkReady<float>);
 }
 
-int weight(int mask, bool difference, int filter, int i) {
-  constexpr int kSmooth5[] = {1, 4, 6, 4, 1}, kDifference5[] = {-1, -2, 0, 2, 1};
-  if (mask == 55) return difference ? kDifference5[i + 2] : kSmooth5[i + 2];
-  if (difference) return i;
-  return filter == rvpFilterScharr ? (i == 0 ? 10 : 3) : (i == 0 ? 2 : 1);
-}
-
 Gradients gradientsOf(const Bordered<std::uint8_t>& image, int filter, int mask, int normKind) {
-  const int r = mask / 22;
+  const DerivativeMask& weights = mask == 55 ? kSobel5 : filter == rvpFilterScharr ? kScharr : kSobel3;
   const Plane<double> zero(image.width(), image.height());
   Gradients g = {Form::bordered, zero, zero, zero};
   forElements(zero, [&](int y, int x) {
-    int dx = 0, dy = 0;
-    for (int j = -r; j <= r; ++j) {
-      for (int i = -r; i <= r; ++i) {
-        const int p = image.at(x + i, y + j);
-        dx += weight(mask, true, filter, i) * weight(mask, false, filter, j) * p;
-        dy += weight(mask, true, filter, j) * weight(mask, false, filter, i) * p;
-      }
-    }
+    const auto [dx, dy] = derivativesAt(image, weights, x, y);
     g.dx.at(y, x) = dx;
     g.dy.at(y, x) = dy;
-    g.magnitude.at(y, x) = norm(normKind, static_cast<float>(std::abs(dx)), static_cast<float>(std::abs(dy)));
+    g.magnitude.at(y, x) = norm(normKind, static_cast<float>(std::fabs(dx)), static_cast<float>(std::fabs(dy)));
   });
   return g;
 }
@@ -153,8 +128,7 @@ struct Options {
 };
 
 void checkBordered(const Shape& shape, RvpiBorderType border, const Options& o) {
-  SCOPED_TRACE("border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
-               std::to_string(o.mask) + ", norm " + std::to_string(o.norm));
+  SCOPED_TRACE(words("border", border, "filter", o.filter, "mask", o.mask, "norm", o.norm));
   // All sides in memory, with flags, means the flagged sides and a constant.
   const bool isFlaggedOnly = (border & 15) == rvpBorderInMem && (border & 0xF0) != 0;
   Bordered<std::uint8_t> image = {randomPlane<std::uint8_t>(shape.width + 4, shape.height + 4, shape.seed), 2,
@@ -202,7 +176,6 @@ TEST(Canny, SizesAreTheStatedOnes) {
   expectFirstOfTwo(rvpiCannyGetSize, {nulls<>, badSizes}, {5, 5}, &bytes);
   expectFirstOfTwo(rvpiCannyBorderGetSize, {nulls<>, badSizes, at<2>(rvpStatusBadMaskSize, 34)}, {5, 5}, 2, 33, 2,
                    &bytes);
-  EXPECT_EQ(bytes, -7);
 }
 
 TEST(Canny, ReportsTheFirstOfTwoFaults) {
@@ -215,12 +188,11 @@ TEST(Canny, ReportsTheFirstOfTwoFaults) {
   const std::uint8_t src[64] = {};
   expectFirstOfTwo(
       rvpiCannyBorder_8u_C1R,
-      {at<6>(rvpStatusBadMaskSize, 77), nulls<>, badSizes, at<5>(rvpStatusBadArgument, rvpFilterCentralDifference),
-       at<9>(rvpStatusBadArgument, 3), at<11>(rvpStatusBadArgument, 3), at<7>(rvpStatusBadBorder, rvpBorderMirror)},
+      {at<6>(rvpStatusBadMaskSize, 77),
+       planted(rvpStatusBadMaskSize, [](auto& a) { std::get<5>(a) = rvpFilterScharr, std::get<6>(a) = 55; }),
+       nulls<>, badSizes, at<5>(rvpStatusBadArgument, rvpFilterCentralDifference), at<9>(rvpStatusBadArgument, 3),
+       at<11>(rvpStatusBadArgument, 3), at<7>(rvpStatusBadBorder, rvpBorderMirror)},
       src, 8, dst.data(), 8, {8, 4}, rvpFilterSobel, 33, rvpBorderRepl, 0, 2, scratch.data(), 1, 2);
-  EXPECT_EQ(rvpiCannyBorder_8u_C1R(nullptr, 8, dst.data(), 8, {0, 0}, rvpFilterScharr, 55, 0, 0, 0, nullptr, 0, 0),
-            rvpStatusBadMaskSize);
-  EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](std::uint8_t b) { return b == 9; }));
 }
 
 FUZZ(canny, input) {

@@ -22,10 +22,10 @@ constexpr Options kOptions[] = {
 // The means of the three products around each pixel.
 template <class T>
 std::array<Plane<float>, 3> means(const Bordered<T>& image, const Options& o) {
-  const Mask mask = o.filter == rvpFilterScharr  ? Mask::scharr
-                    : o.filter != rvpFilterSobel ? Mask::central
-                    : o.mask == 33               ? Mask::sobel3
-                                                 : Mask::sobel5;
+  const DerivativeMask& mask = o.filter == rvpFilterScharr  ? kScharr
+                               : o.filter != rvpFilterSobel ? kCentral
+                               : o.mask == 33               ? kSobel3
+                                                            : kSobel5;
   const int behind = o.window / 2, before = behind - (o.window % 2 == 0 ? 1 : 0);
   const Products<T> products(image, mask, 1, -1, behind, true);
   std::array<Plane<float>, 3> result;
@@ -44,15 +44,9 @@ std::array<Plane<float>, 3> means(const Bordered<T>& image, const Options& o) {
 }
 
 template <class T>
-RvpStatus harris(const T* src, int srcStep, float* dst, int dstStep, RvpiSize size, const Options& o, int border,
-                 T value, std::uint8_t* buffer) {
-  const auto run = [=](const auto& function) {
-    return function(src, srcStep, dst, dstStep, size, o.filter, o.mask, o.window, kWeight, kScale, border, value,
-                    buffer);
-  };
-  if constexpr (sizeof(T) == 1) return run(rvpiHarrisCorner_8u32f_C1R);
-  if constexpr (sizeof(T) == 4) return run(rvpiHarrisCorner_32f_C1R);
-}
+constexpr auto kHarris = rvpiHarrisCorner_8u32f_C1R;
+template <>
+constexpr auto kHarris<float> = rvpiHarrisCorner_32f_C1R;
 
 int scratchBytes(RvpiSize size, const Options& o, RvpDataType type) {
   const int bytes = bytesOf(rvpiHarrisCornerGetBufferSize, size, o.mask, o.window, type, 1);
@@ -67,8 +61,7 @@ OnlyFlaggedSides<T> sourceOf(const Bordered<T>& image, const Shape& shape, const
 }
 
 std::string describe(const Options& o, int border) {
-  return "border " + std::to_string(border) + ", filter " + std::to_string(o.filter) + ", mask " +
-         std::to_string(o.mask) + ", window " + std::to_string(o.window);
+  return words("border", border, "filter", o.filter, "mask", o.mask, "window", o.window);
 }
 
 template <class T>
@@ -86,7 +79,9 @@ void checkHarris(const Shape& shape, RvpiBorderType border, const Options& o) {
   OnlyFlaggedSides<T> src = sourceOf(image, shape, o);
   Guarded<float> dst(Plane<float>(shape.width, shape.height), shape.placing);
   Block scratch(scratchBytes(dst.size(), o, sizeof(T) == 1 ? rvp8u : rvp32f), shape.anywhere());
-  ASSERT_EQ(call(harris<T>, src, dst, dst.size(), o, border, image.value, scratch), rvpStatusOk);
+  ASSERT_EQ(call(kHarris<T>, src, dst, dst.size(), o.filter, o.mask, o.window, kWeight, kScale, border, image.value,
+                 scratch),
+            rvpStatusOk);
   ASSERT_TRUE(same(expected, dst));
 }
 
@@ -139,39 +134,33 @@ TEST(Corners, ReportTheFirstOfTwoFaults) {
   std::vector<std::uint8_t> scratch(1 << 16);
   auto* const bytes = reinterpret_cast<std::uint8_t*>(memory.data());
   const auto* const src = reinterpret_cast<const std::uint8_t*>(other.data());
-  const auto inPlace = [](auto& a) {
-    if (std::get<0>(a) != nullptr && std::get<2>(a) != nullptr) std::get<0>(a) = std::get<2>(a);
+  // Arguments I and J are the same image; the filter and its mask, from argument I on, do not fit.
+  const auto inPlace = []<std::size_t I, std::size_t J>(std::index_sequence<I, J>) {
+    return planted(rvpStatusInPlaceNotSupported, [](auto& a) {
+      if (std::get<I>(a) != nullptr && std::get<J>(a) != nullptr) std::get<I>(a) = std::get<J>(a);
+    });
   };
-  const auto check = [&](auto run, auto* pixels, bool isFloat, const auto&... more) {
+  const auto badMask = []<std::size_t I>(std::index_sequence<I>) {
+    return planted(rvpStatusBadMaskSize,
+                   [](auto& a) { std::get<I>(a) = rvpFilterScharr, std::get<I + 1>(a) = 55; });
+  };
+  const auto check = [&](auto run, auto* pixels, const auto&... more) {
     expectFirstOfTwo(
         run,
-        {nulls<>, badSizes, oddSteps<2>, at<5>(rvpStatusBadFilterType, 3), at<6>(rvpStatusBadMaskSize, 77),
-         at<10>(rvpStatusBadBorder, 4), at<7>(rvpStatusBadSize, 0), at<1>(rvpStatusBadStep, -32), more...},
+        {nulls<>, badSizes, oddSteps<>, at<5>(rvpStatusBadFilterType, 3), at<6>(rvpStatusBadMaskSize, 77),
+         badMask(std::index_sequence<5>()), at<10>(rvpStatusBadBorder, 4), at<7>(rvpStatusBadSize, 0),
+         at<1>(rvpStatusBadStep, -32), at<3>(rvpStatusBadStep, -32), more...},
         pixels, 32, memory.data(), 32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl, 0, scratch.data());
-    EXPECT_EQ(
-        run(pixels, 32, memory.data(), -32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl, 0, scratch.data()),
-        rvpStatusBadStep);
-    EXPECT_EQ(
-        run(pixels, 32, memory.data(), 32, {8, 4}, rvpFilterScharr, 55, 3, 1, 1, rvpBorderRepl, 0, scratch.data()),
-        rvpStatusBadMaskSize);
-    EXPECT_TRUE(!isFloat || run(pixels, 33, memory.data(), 32, {8, 4}, rvpFilterSobel, 33, 3, 1, 1, rvpBorderRepl,
-                                0, scratch.data()) == rvpStatusStepNotMultiple);
   };
-  check(rvpiHarrisCorner_8u32f_C1R, src, false);
-  check(rvpiHarrisCorner_32f_C1R, static_cast<const float*>(other.data()), true,
-        planted(rvpStatusInPlaceNotSupported, inPlace));
+  check(rvpiHarrisCorner_8u32f_C1R, src);
+  check(rvpiHarrisCorner_32f_C1R, static_cast<const float*>(other.data()), inPlace(std::index_sequence<0, 2>()));
   expectFirstOfTwo(rvpiLineSuppression_8u_C1R,
                    {nulls<>, badSizes, at<7>(rvpStatusBadFilterType, 3), at<8>(rvpStatusBadMaskSize, 77),
-                    at<11>(rvpStatusBadBorder, 4), at<9>(rvpStatusBadSize, 0), at<1>(rvpStatusBadStep, -32),
-                    at<3>(rvpStatusBadStep, -1), at<5>(rvpStatusBadStep, -32),
-                    planted(rvpStatusInPlaceNotSupported,
-                            [](auto& a) {
-                              if (std::get<2>(a) != nullptr && std::get<4>(a) != nullptr)
-                                std::get<2>(a) = std::get<4>(a);
-                            })},
+                    badMask(std::index_sequence<7>()), at<11>(rvpStatusBadBorder, 4), at<9>(rvpStatusBadSize, 0),
+                    at<1>(rvpStatusBadStep, -32), at<3>(rvpStatusBadStep, -1), at<5>(rvpStatusBadStep, -32),
+                    inPlace(std::index_sequence<2, 4>())},
                    src, 32, src + 512, 32, bytes, 32, {8, 4}, rvpFilterSobel, 33, 3, 1, rvpBorderRepl, 0,
                    scratch.data());
-  EXPECT_TRUE(std::all_of(memory.begin(), memory.end(), [](float v) { return v == 9.0f; }));
 }
 
 TEST(Corners, SizesAreCheckedInOrder) {

@@ -50,22 +50,18 @@ Lines findAll(const Bytes& image, const Grid& grid, int threshold, const RvpiPoi
       ++cells[{i, static_cast<int>(r)}];
     });
   }
-  const auto at = [&](int i, int r) {
-    const auto found = cells.find({i, r});
-    return found == cells.end() ? 0 : found->second;
-  };
+  const auto at = [&](int i, int r) { return cells.contains({i, r}) ? cells.at({i, r}) : 0; };
   std::vector<std::pair<int, std::pair<int, int>>> peaks;
   for (const auto& [place, votes] : cells) {
     const auto [i, r] = place;
-    if (votes > threshold && votes > at(i, r - 1) && votes >= at(i, r + 1) && votes > at(i - 1, r) &&
-        votes >= at(i + 1, r))
+    if (votes > std::max({threshold, at(i, r - 1), at(i - 1, r)}) && votes >= std::max(at(i, r + 1), at(i + 1, r)))
       peaks.push_back({-votes, place});
   }
   std::sort(peaks.begin(), peaks.end());
   Lines lines;
-  for (const auto& peak : peaks)
-    lines.push_back({static_cast<float>(peak.second.second - grid.o) * grid.delta.rho,
-                     static_cast<float>(peak.second.first) * grid.delta.theta});
+  for (const auto& [votes, place] : peaks)
+    lines.push_back({static_cast<float>(place.second - grid.o) * grid.delta.rho,
+                     static_cast<float>(place.first) * grid.delta.theta});
   return lines;
 }
 
@@ -123,13 +119,9 @@ TEST(HoughLine, AgreesWithTheWholeGridAtEveryWidth) {
 
 TEST(HoughLine, TakesCoarseAndFineSteps) {
   unsigned seed = 0;
-  for (const RvpiPointPolar delta : {RvpiPointPolar{0.25F, 0.01F},
-                                     {0.03F, 0.07F},
-                                     {1e-3F, 0.3F},
-                                     {7.5F, 1.0F},
-                                     {64.0F, 0.5F},
-                                     {1.0F, 3.14159F},
-                                     {2.0F, 1e-4F}}) {
+  constexpr RvpiPointPolar kSteps[] = {{0.25F, 0.01F}, {0.03F, 0.07F},   {1e-3F, 0.3F}, {7.5F, 1.0F},
+                                       {64.0F, 0.5F},  {1.0F, 3.14159F}, {2.0F, 1e-4F}};
+  for (const RvpiPointPolar delta : kSteps) {
     ++seed;
     for (const int threshold : {1, 4, 1000}) checkLines(drawing(43, 21, seed), delta, threshold, seed);
   }
@@ -236,8 +228,8 @@ std::pair<RvpStatus, std::vector<RvpiSegment>> segments(const Bytes& image, cons
     int most = s.threshold - 1;
     const int angle = add(p, 1, most);
     if (angle < 0) continue;
-    const auto& [cosine, sine] = directions[static_cast<std::size_t>(angle)];
-    const float c = cosine, sn = sine;
+    const float c = directions[static_cast<std::size_t>(angle)].first;
+    const float sn = directions[static_cast<std::size_t>(angle)].second;
     RvpiPoint ends[2] = {p, p};
     // The pixels of one side, up to the edge.
     const auto side = [&](int k) {

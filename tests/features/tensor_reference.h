@@ -2,38 +2,18 @@
 #pragma once
 
 #include <array>
-#include <cmath>
 
 #include "support/bordered.h"
+#include "support/derivatives.h"
 #include "support/sweep.h"
 
 namespace test {
 
-enum class Mask { sobel3, sobel5, scharr, central };
-
-inline int smoothWeight(Mask mask, int i) {
-  constexpr int kWide[] = {1, 4, 6, 4, 1};
-  if (mask == Mask::sobel5) return kWide[i + 2];
-  if (mask == Mask::central) return i == 0 ? 1 : 0;
-  return mask == Mask::scharr ? (i == 0 ? 10 : 3) : (i == 0 ? 2 : 1);
-}
-inline int differenceWeight(Mask mask, int i) {
-  constexpr int kWide[] = {-1, -2, 0, 2, 1};
-  return mask == Mask::sobel5 ? kWide[i + 2] : i;
-}
-
-// dx * dx, dx * dy, dy * dy at one place. The tests' pixels are whole numbers, so that derivatives are exact.
+// dx * dx, dx * dy, dy * dy at one place.
 template <class T>
-std::array<float, 3> productsAt(const Bordered<T>& image, Mask mask, int signX, int signY, int x, int y) {
-  const int r = mask == Mask::sobel5 ? 2 : 1;
-  double dx = 0, dy = 0;
-  for (int j = -r; j <= r; ++j) {
-    for (int i = -r; i <= r; ++i) {
-      const auto p = static_cast<double>(image.at(x + i, y + j));
-      dx += differenceWeight(mask, i) * smoothWeight(mask, j) * p;
-      dy += differenceWeight(mask, j) * smoothWeight(mask, i) * p;
-    }
-  }
+std::array<float, 3> productsAt(const Bordered<T>& image, const DerivativeMask& mask, int signX, int signY, int x,
+                                int y) {
+  const auto [dx, dy] = derivativesAt(image, mask, x, y);
   // A derivative of equal pixels is +0, whichever is taken from which.
   const auto fx = static_cast<float>(signX * dx + 0.0), fy = static_cast<float>(signY * dy + 0.0);
   return {fx * fx, fx * fy, fy * fy};
@@ -43,7 +23,7 @@ std::array<float, 3> productsAt(const Bordered<T>& image, Mask mask, int signX, 
 template <class T>
 class Products {
  public:
-  Products(const Bordered<T>& image, Mask mask, int signX, int signY, int reach, bool madeBeyond)
+  Products(const Bordered<T>& image, const DerivativeMask& mask, int signX, int signY, int reach, bool madeBeyond)
       : image_(image), reach_(reach), madeBeyond_(madeBeyond) {
     const int left = from(rvpBorderInMemLeft), right = from(rvpBorderInMemRight);
     const int top = from(rvpBorderInMemTop), bottom = from(rvpBorderInMemBottom);
@@ -84,10 +64,8 @@ template <class T>
 Bordered<T> wholeNumberImage(const Shape& shape, int margin, RvpiBorderType border, int limit) {
   const Plane<std::uint16_t> bits =
       randomPlane<std::uint16_t>(shape.width + 2 * margin, shape.height + 2 * margin, shape.seed);
-  Bordered<T> image = {Plane<T>(bits.width, bits.height), margin, border, static_cast<T>(limit / 2)};
-  for (std::size_t i = 0; i < bits.elements.size(); ++i)
-    image.memory.elements[i] = static_cast<T>(bits.elements[i] / 7 % limit);
-  return image;
+  const auto pixels = changed<T>(bits, [=](std::uint16_t b) { return b / 7 % limit; });
+  return {pixels, margin, border, static_cast<T>(limit / 2)};
 }
 
 }  // namespace test

@@ -37,17 +37,14 @@ RvpStatus copy(int mode, const T* src, int srcStep, T* dst, int dstStep, const C
 // Copies, in-place extension and row-wise reading have to agree with the formula and write nothing else.
 template <class T, int kChannels>
 void checkCase(const Case& c, unsigned seed) {
-  SCOPED_TRACE(testing::Message() << c.src.width << "x" << c.src.height << " borders " << c.top << " " << c.bottom
-                                  << " " << c.left << " " << c.right);
+  SCOPED_TRACE(words(c.src.width, "x", c.src.height, "borders", c.top, c.bottom, c.left, c.right));
   const Plane<T> content = randomPlane<T>(c.src.width * kChannels, c.src.height, seed);
   const Plane<T> before = randomPlane<T>(c.dst().width * kChannels, c.dst().height, seed + 1);
   const std::array<T, 4> value = {T(1), T(2), T(3), T(4)};
   for (const int mode : {rvpBorderConst, rvpBorderRepl, rvpBorderMirror}) {
     const Plane<T> expected = extended<T, kChannels>(content, c, mode, value.data());
     Guarded<T> src(content, {3, 1}), dst(before, {5, 3});
-    const RvpStatus status =
-        copy<T, kChannels>(mode, src.data(), src.step(), dst.data(), dst.step(), c, value.data());
-    ASSERT_EQ(status, rvpStatusOk);
+    ASSERT_EQ(call(copy<T, kChannels>, mode, src, dst, c, value.data()), rvpStatusOk);
     ASSERT_TRUE(same(expected, dst)) << "mode " << mode;
 
     OnCliff<T> cliffSrc(content, Cliff::behind);
@@ -62,7 +59,7 @@ void checkCase(const Case& c, unsigned seed) {
     for (int y = 0; y < c.src.height; ++y)
       std::copy_n(content.row(y), content.width, &around.at(y + c.top, c.left * kChannels));
     Guarded<T> inPlace(around, {2, 1});
-    T* first = row(inPlace.data(), inPlace.step(), c.top) + c.left * kChannels;
+    T* first = inPlace.row(c.top) + c.left * kChannels;
     ASSERT_EQ((copy<T, kChannels>(mode, first, -1, first, inPlace.step(), c, value.data())), rvpStatusOk);
     ASSERT_TRUE(same(expected, inPlace)) << "mode " << mode << ", in place";
   }
@@ -104,7 +101,7 @@ TEST(Borders, ReadFlaggedSidesFromMemory) {
   constexpr int kReach = 4;
   Bordered<std::int16_t> image = {randomPlane<std::int16_t>(7 + 2 * kReach, 5 + 2 * kReach, 700), kReach, 0, 77};
   Guarded<std::int16_t> memory(image.memory);
-  const std::int16_t* region = row(memory.data(), memory.step(), kReach) + kReach;
+  const std::int16_t* region = memory.row(kReach) + kReach;
   for (const int mode : {rvpBorderConst, rvpBorderRepl, rvpBorderMirror, rvpBorderInMem}) {
     for (int flags = 0; flags < 256; flags += 16) {
       if (mode == rvpBorderInMem && flags != 0) continue;
@@ -128,23 +125,17 @@ TEST(Borders, ReadFlaggedSidesFromMemory) {
 
 TEST(Borders, AreCheckedInOrder) {
   using std::uint8_t;
-  uint8_t src[100] = {}, dst[400];
-  std::fill_n(dst, 400, uint8_t{9});
+  uint8_t src[100] = {}, dst[400] = {9};
   const uint8_t value[3] = {1, 2, 3};
-  const auto constant = [&](const uint8_t* s, int srcStep, RvpiSize size, int dstStep, RvpiSize dstSize, int top,
-                            int left, const uint8_t* v) {
-    return rvpiCopyConstBorder<uint8_t, 3>(s, srcStep, size, dst, dstStep, dstSize, top, left, v);
+  constexpr RvpiSize kSize = {4, 4}, kLarger = {6, 6};
+  const auto constant = [](const uint8_t* s, int srcStep, RvpiSize size, uint8_t* d, int dstStep, RvpiSize dstSize,
+                           int top, int left, const uint8_t* v) {
+    return rvpiCopyConstBorder<uint8_t, 3>(s, srcStep, size, d, dstStep, dstSize, top, left, v);
   };
-  EXPECT_EQ(constant(nullptr, 0, {0, 0}, 0, {0, 0}, -1, -1, nullptr), rvpStatusNullPointer);
-  EXPECT_EQ(constant(src, 0, {0, 0}, 20, {0, 0}, -1, -1, nullptr), rvpStatusBadStep);
-  EXPECT_EQ(constant(src, 20, {0, 0}, 0, {0, 0}, -1, -1, nullptr), rvpStatusBadStep);
-  EXPECT_EQ(constant(src, 20, {4, 0}, 20, {6, 6}, 1, 1, nullptr), rvpStatusBadSize);
-  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, -1, 1, value), rvpStatusBadSize);
-  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 1, 3, value), rvpStatusBadSize);
-  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 3, 1, value), rvpStatusBadSize);
-  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, INT32_MAX, INT32_MAX, value), rvpStatusBadSize);
-  EXPECT_EQ(constant(src, 20, {4, 4}, 20, {6, 6}, 1, 1, nullptr), rvpStatusNullPointer);
-  EXPECT_TRUE(std::all_of(dst, dst + 400, [](uint8_t b) { return b == 9; }));
+  expectFirstOfTwo(std::function(constant),
+                   {nulls<0, 3>, at<1>(rvpStatusBadStep, 0), at<4>(rvpStatusBadStep, 0), badSizes,
+                    at<6>(rvpStatusBadSize, -1, 3, INT32_MAX), at<7>(rvpStatusBadSize, -1, 3, INT32_MAX), nulls<8>},
+                   src, 20, kSize, dst, 20, kLarger, 1, 1, value);
   // Equal null pointers take the in-place road, which refuses them; equal pointers leave the source's step unread.
   uint8_t* none = nullptr;
   EXPECT_EQ((rvpiCopyReplicateBorder<uint8_t, 1>(none, 0, {4, 4}, none, 8, {4, 4}, 0, 0)), rvpStatusNullPointer);
@@ -170,34 +161,16 @@ FUZZ(border, input) {
   const Case c = {input.size(), input.between(0, 40), input.between(0, 40), input.between(0, 80),
                   input.between(0, 80)};
   const unsigned seed = input.any<std::uint8_t>();
-  switch (input.between(0, 8)) {
-    case 0:
-      checkCase<std::uint8_t, 1>(c, seed);
-      break;
-    case 1:
-      checkCase<std::uint8_t, 3>(c, seed);
-      break;
-    case 2:
-      checkCase<std::uint8_t, 4>(c, seed);
-      break;
-    case 3:
-      checkCase<std::uint16_t, 1>(c, seed);
-      break;
-    case 4:
-      checkCase<std::int16_t, 3>(c, seed);
-      break;
-    case 5:
-      checkCase<std::int16_t, 4>(c, seed);
-      break;
-    case 6:
-      checkCase<float, 1>(c, seed);
-      break;
-    case 7:
-      checkCase<float, 3>(c, seed);
-      break;
-    default:
-      checkCase<std::int32_t, 4>(c, seed);
-  }
+  input.withOneOf<std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, float>([&]<class T>() {
+    switch (input.between(0, 2)) {
+      case 0:
+        return checkCase<T, 1>(c, seed);
+      case 1:
+        return checkCase<T, 3>(c, seed);
+      default:
+        return checkCase<T, 4>(c, seed);
+    }
+  });
 }
 
 }  // namespace

@@ -6,20 +6,13 @@ namespace {
 using namespace test;
 
 Plane<float> expectedSums(const Bordered<float>& image, int mask) {
-  const int r = mask / 22;
   return planeOf<float>(image.width(), image.height(), [&](int y, int x) {
-    const auto sum = [&](int j) {
-      float s = image.at(x - r, y + j);
-      for (int i = 1 - r; i <= r; ++i) s += image.at(x + i, y + j);
-      return s;
-    };
-    const float inner = sum(0) + (sum(-1) + sum(1));
-    return r == 2 ? inner + (sum(-2) + sum(2)) : inner;
+    return squareSum(mask / 22, [&](int i, int j) { return image.at(x + i, y + j); });
   });
 }
 
 void checkLowpass(const Shape& shape, RvpiBorderType border, int mask) {
-  SCOPED_TRACE("border " + std::to_string(border) + ", mask " + std::to_string(mask));
+  SCOPED_TRACE(words("border", border, "mask", mask));
   const Bordered<float> image = {
       randomPlane<float>(shape.width + 4, shape.height + 4, shape.seed, shape.seed % 2 != 0), 2, border, 3.7f};
   OnlyFlaggedSides<float> src(image, shape.seed % 3 == 0 ? Cliff::before : Cliff::behind);

@@ -30,14 +30,11 @@ void checkDifference(const Shape& shape) {
   const Plane<T> a = randomPlane<T>(shape.width * kChannels, shape.height, shape.seed);
   const Plane<T> b = randomPlane<T>(shape.width * kChannels, shape.height, shape.seed + 1);
   for (const int scale : {0, 1, 3, 8, 16, 17, 40, -1, -9, -40, INT_MAX, INT_MIN}) {
-    Plane<T> expected = a;
-    for (std::size_t i = 0; i < a.elements.size(); ++i)
-      expected.elements[i] =
-          scaledReference<T>(static_cast<long double>(b.elements[i]) - a.elements[i], std::clamp(scale, -100, 100));
+    const auto expected = combined<T>(a, b, [=](long double subtrahend, long double minuend) {
+      return scaledReference<T>(minuend - subtrahend, std::clamp(scale, -100, 100));
+    });
     Guarded<T> src1(a, shape.placing), src2(b, {1, 1}), dst(a, {2, 3});
-    ASSERT_EQ((rvpiSub_Sfs<T, kChannels>(src1.data(), src1.step(), src2.data(), src2.step(), dst.data(), dst.step(),
-                                         {shape.width, shape.height}, scale)),
-              rvpStatusOk);
+    ASSERT_EQ(call(rvpiSub_Sfs<T, kChannels>, src1, src2, dst, shape.size(), scale), rvpStatusOk);
     ASSERT_TRUE(same(expected, dst)) << "scale factor " << scale;
   }
 }
@@ -64,30 +61,24 @@ TEST(Primitives, ProductsFloatDifferencesAndWidening) {
     const Plane<float> f = randomPlane<float>(shape.width, shape.height, shape.seed, true);
     const Plane<float> g = randomPlane<float>(shape.width, shape.height, shape.seed + 1, true);
     const Plane<std::uint16_t> u = randomPlane<std::uint16_t>(shape.width, shape.height, shape.seed);
-    Plane<std::int16_t> product = s;
-    Plane<float> difference = f, times = f, limited = f, wide = f;
-    for (std::size_t i = 0; i < s.elements.size(); ++i) {
-      product.elements[i] = scaledReference<std::int16_t>(-123.0L * s.elements[i], 5);
-      difference.elements[i] = g.elements[i] - f.elements[i];
-      times.elements[i] = f.elements[i] * 0.7f;
-      limited.elements[i] = f.elements[i] < 3.0f ? 3.0f : f.elements[i];
-      wide.elements[i] = u.elements[i];
-    }
-    const RvpiSize size = {shape.width, shape.height};
     Guarded<std::int16_t> shorts(s, shape.placing);
-    ASSERT_EQ(rvpiMulC_16s_C1RSfs(shorts.data(), shorts.step(), -123, shorts.data(), shorts.step(), size, 5), 0);
-    ASSERT_TRUE(same(product, shorts));
+    ASSERT_EQ(
+        rvpiMulC_16s_C1RSfs(shorts.data(), shorts.step(), -123, shorts.data(), shorts.step(), shape.size(), 5), 0);
+    ASSERT_TRUE(
+        same(changed<std::int16_t>(s, [](long double p) { return scaledReference<std::int16_t>(-123.0L * p, 5); }),
+             shorts));
     Guarded<float> first(f, shape.placing), second(g, {2, 1}), dst(f, {1, 3});
     Guarded<std::uint16_t> words(u, shape.placing);
     const auto check = [&](RvpStatus status, const Plane<float>& expected) {
       ASSERT_EQ(status, rvpStatusOk);
       ASSERT_TRUE(same(expected, dst));
     };
-    check(rvpiSub_32f<1>(first.data(), first.step(), second.data(), second.step(), dst.data(), dst.step(), size),
-          difference);
-    check(rvpiMulC_32f_C1R(first.data(), first.step(), 0.7f, dst.data(), dst.step(), size), times);
-    check(rvpiThreshold_LT_32f_C1R(first.data(), first.step(), dst.data(), dst.step(), size, 3.0f), limited);
-    check(rvpiConvert_32f<std::uint16_t, 1>(words.data(), words.step(), dst.data(), dst.step(), size), wide);
+    check(call(rvpiSub_32f<1>, first, second, dst, dst.size()), combined<float>(g, f, std::minus()));
+    check(rvpiMulC_32f_C1R(first.data(), first.step(), 0.7f, dst.data(), dst.step(), dst.size()),
+          changed<float>(f, [](float p) { return p * 0.7f; }));
+    check(call(rvpiThreshold_LT_32f_C1R, first, dst, dst.size(), 3.0f),
+          changed<float>(f, [](float p) { return p < 3.0f ? 3.0f : p; }));
+    check(call(rvpiConvert_32f<std::uint16_t, 1>, words, dst, dst.size()), changed<float>(u, std::identity()));
   });
 }
 
@@ -102,9 +93,7 @@ TEST(Primitives, StoresThatPassTheCacheWriteTheSame) {
       Guarded<std::uint16_t> src(words, {});
       Guarded<float> dst(Plane<float>(shape.width, shape.height), shape.placing);
       owniConvert_32f_M7(src.data(), src.step(), dst.data(), dst.step(), dst.size(), stream);
-      Plane<float> expected(shape.width, shape.height);
-      std::copy(words.elements.begin(), words.elements.end(), expected.elements.begin());
-      ASSERT_TRUE(same(expected, dst));
+      ASSERT_TRUE(same(changed<float>(words, std::identity()), dst));
     }
   });
 }
@@ -175,22 +164,17 @@ TEST(Primitives, MagnitudesAndRootsOnBothSidesOfTheirTeams) {
       const Plane<float> re = randomPlane<float>(len, 1, 14, true), im = randomPlane<float>(len, 1, 15);
       const Plane<std::int16_t> sre = randomPlane<std::int16_t>(len, 1, 16),
                                 sim = randomPlane<std::int16_t>(len, 1, 17);
-      Plane<float> magnitude = re, root = re;
-      for (std::size_t i = 0; i < re.elements.size(); ++i) {
-        magnitude.elements[i] = std::sqrt(re.elements[i] * re.elements[i] + im.elements[i] * im.elements[i]);
-        root.elements[i] = std::sqrt(re.elements[i]);
-      }
+      const auto magnitude = combined<float>(re, im, [](float a, float b) { return std::sqrt(a * a + b * b); });
+      const auto root = changed<float>(re, [](float a) { return std::sqrt(a); });
       Guarded<float> dst(re, {});
       ASSERT_EQ(rvpsMagnitude_32f(re.row(0), im.row(0), dst.data(), len), rvpStatusOk);
       ASSERT_TRUE(same(magnitude, dst));
       ASSERT_EQ(rvpsSqrt_32f(re.row(0), dst.data(), len), rvpStatusOk);
       ASSERT_TRUE(same(root, dst));
       for (const int scale : {0, 1, 4, 20, -1, -20, INT_MIN}) {
-        Plane<std::int16_t> expected = sre;
-        for (std::size_t i = 0; i < sre.elements.size(); ++i) {
-          const long double a = sre.elements[i], b = sim.elements[i];
-          expected.elements[i] = scaledReference<std::int16_t>(std::sqrt(a * a + b * b), std::max(scale, -100));
-        }
+        const auto expected = combined<std::int16_t>(sre, sim, [=](long double a, long double b) {
+          return scaledReference<std::int16_t>(std::sqrt(a * a + b * b), std::max(scale, -100));
+        });
         Guarded<std::int16_t> shorts(sre, {});
         ASSERT_EQ(rvpsMagnitude_16s_Sfs(sre.row(0), sim.row(0), shorts.data(), len, scale), rvpStatusOk);
         ASSERT_TRUE(same(expected, shorts)) << scale;

@@ -67,31 +67,17 @@ inline Mask randomMask(int width, int height, unsigned seed) {
 // Every kind of mask: without cells, single cells, rectangles for all ways of putting a window together, rectangles
 // off the anchor, masks with gaps, and masks wider or higher than most images.
 inline std::vector<Mask> someMasks() {
-  return {rectangleIn(3, 2, {}),
-          rectangle(1, 1),
-          rectangle(3, 3),
-          rectangle(5, 5),
-          rectangle(2, 4),
-          rectangle(9, 1),
-          rectangle(1, 7),
-          rectangle(15, 15),
-          rectangle(6, 8),
-          rectangle(101, 3),
-          rectangle(4, 90),
-          rectangle(18, 33),
-          rectangleIn(7, 5, {1, 1, 4, 3}),
-          rectangleIn(9, 12, {6, 8, 3, 4}),
-          rectangleIn(60, 3, {0, 0, 4, 1}),
+  // clang-format off
+  return {rectangleIn(3, 2, {}), rectangle(1, 1), rectangle(3, 3), rectangle(5, 5), rectangle(2, 4), rectangle(9, 1),
+          rectangle(1, 7), rectangle(15, 15), rectangle(6, 8), rectangle(101, 3), rectangle(4, 90), rectangle(18, 33),
+          rectangleIn(7, 5, {1, 1, 4, 3}), rectangleIn(9, 12, {6, 8, 3, 4}), rectangleIn(60, 3, {0, 0, 4, 1}),
           rectangleIn(5, 80, {4, 70, 1, 10}),
           maskOf(3, 3, [](int i, int j) { return i == 1 || j == 1; }),
           maskOf(7, 4, [](int i, int j) { return (i + j) % 2 == 0; }),
           maskOf(90, 3, [](int i, int j) { return i != 1 && j != 40; }),
-          ellipse(15, 15),
-          ellipse(10, 23),
-          randomMask(9, 9, 1),
-          randomMask(6, 5, 2),
-          randomMask(33, 2, 3),
-          randomMask(3, 40, 4)};
+          ellipse(15, 15), ellipse(10, 23),
+          randomMask(9, 9, 1), randomMask(6, 5, 2), randomMask(33, 2, 3), randomMask(3, 40, 4)};
+  // clang-format on
 }
 
 // The extremum of the pixels under the mask's cells; `choose(a, b)` picks the smaller or the greater.
@@ -161,7 +147,7 @@ class FlaggedBits {
         offset_(sides_.left + spareBits),
         cliff_(packed(sides_.part, spareBits), cliff) {}
 
-  const std::uint8_t* first() { return cliff_.data() + static_cast<std::ptrdiff_t>(sides_.top) * cliff_.step(); }
+  const std::uint8_t* first() { return cliff_.row(sides_.top); }
   int bitOffset() const { return offset_; }
   int step() const { return cliff_.step(); }
 

@@ -20,9 +20,7 @@ bool isBefore(T a, T b, bool dilate) {
 
 template <class T>
 Plane<T> expectedResult(const Plane<T>& mask, Plane<T> marker, bool dilate, RvpiConnectivity norm) {
-  for (std::size_t i = 0; i < mask.elements.size(); ++i) {
-    if (isBefore(mask.elements[i], marker.elements[i], dilate)) marker.elements[i] = mask.elements[i];
-  }
+  marker = combined<T>(mask, marker, [=](T limit, T seed) { return isBefore(limit, seed, dilate) ? limit : seed; });
   std::vector<Place> order;
   forElements(mask, [&](int y, int x) { order.push_back({y, x}); });
   for (bool isChanged = true; isChanged; std::reverse(order.begin(), order.end())) {
@@ -73,12 +71,8 @@ Plane<T> noisePlane(int width, int height, unsigned seed, int levels) {
 
 template <class T>
 Plane<T> sparseMarker(const Plane<T>& mask, unsigned seed, T background) {
-  Plane<T> marker(mask.width, mask.height, background);
   const Plane<std::uint16_t> choice = randomPlane<std::uint16_t>(mask.width, mask.height, seed);
-  for (std::size_t i = 0; i < marker.elements.size(); ++i) {
-    if (choice.elements[i] % 53 == 0) marker.elements[i] = mask.elements[i];
-  }
-  return marker;
+  return combined<T>(mask, choice, [=](T pixel, int random) { return random % 53 == 0 ? pixel : background; });
 }
 
 template <class T>
@@ -125,9 +119,7 @@ TYPED_TEST(Reconstruct, RunsThroughPatterns) {
       const Plane<std::uint8_t> path = patternPlane(pattern, 141, 39);
       for (const int place : {0, 20 * 141 + 60, 38 * 141 + 140}) {
         for (const bool dilate : {true, false}) {
-          Plane<T> mask(141, 39);
-          for (std::size_t i = 0; i < path.elements.size(); ++i)
-            mask.elements[i] = static_cast<T>(dilate ? path.elements[i] : 200 - path.elements[i]);
+          const auto mask = changed<T>(path, [=](int p) { return dilate ? p : 200 - p; });
           Plane<T> marker(141, 39, static_cast<T>(dilate ? 0 : 200));
           marker.elements[static_cast<std::size_t>(place)] = T{90};
           checkAll(mask, marker);
@@ -157,7 +149,6 @@ TYPED_TEST(Reconstruct, ReportsTheFirstOfTwoFaults) {
   for (const auto run : {kDilate<T>, kErode<T>})
     expectFirstOfTwo(run, {nulls<>, badSizes, shortSteps<0, 2>, oddSteps<0, 2>, at<6>(rvpStatusBadArgument, 2, -1)},
                      mask, kRow, image, kRow, {4, 2}, buffer, 0);
-  EXPECT_EQ(image[0], T{9});
 }
 
 TEST(ReconstructBuffer, ChecksInOrderAndReportsItsSizes) {
@@ -165,37 +156,22 @@ TEST(ReconstructBuffer, ChecksInOrderAndReportsItsSizes) {
   expectFirstOfTwo(rvpiMorphReconstructGetBufferSize,
                    {nulls<>, badSizes, at<1>(rvpStatusBadDataType, rvp16s, 3), at<2>(rvpStatusBadNumChannels, 3)},
                    {1, 1}, rvp8u, 1, &bytes);
-  EXPECT_EQ(bytes, -1);
   EXPECT_EQ(bufferSize<std::uint8_t>({100, 7}), 400 + 7 + 161);
   EXPECT_EQ(bufferSize<std::uint16_t>({100, 7}), 2 * 407 + 322);
   EXPECT_EQ(bufferSize<float>({100, 7}), 1600 + 7 + 164);
   EXPECT_EQ(bufferSize<double>({100, 7}), 3200 + 7 + 168);
 }
 
-template <class T>
-void tryType(Input& input) {
-  tryShape(input.shape(), [&](const Shape& shape) {
-    const auto mask = noisePlane<T>(shape.width, shape.height, shape.seed, input.between(0, 4));
-    const auto marker = input.flag() ? noisePlane<T>(shape.width, shape.height, shape.seed + 1, input.between(0, 4))
-                                     : sparseMarker<T>(mask, shape.seed, T{});
-    checkAll<T>(mask, marker, shape);
-  });
-}
-
 FUZZ(reconstruct, input) {
-  switch (input.between(0, 3)) {
-    case 0:
-      tryType<std::uint8_t>(input);
-      break;
-    case 1:
-      tryType<std::uint16_t>(input);
-      break;
-    case 2:
-      tryType<float>(input);
-      break;
-    default:
-      tryType<double>(input);
-  }
+  tryShape(input.shape(), [&](const Shape& shape) {
+    input.withOneOf(Types(), [&]<class T>() {
+      const auto noise = [&](unsigned seed) {
+        return noisePlane<T>(shape.width, shape.height, seed, input.between(0, 4));
+      };
+      const auto mask = noise(shape.seed);
+      checkAll<T>(mask, input.flag() ? noise(shape.seed + 1) : sparseMarker<T>(mask, shape.seed, T{}), shape);
+    });
+  });
 }
 
 }  // namespace

@@ -104,7 +104,6 @@ TEST(BoundSegments, ReportsTheFirstOfTwoFaults) {
   };
   check(p);
   check(reinterpret_cast<std::uint8_t*>(p));
-  EXPECT_EQ(p[1], 2);
 }
 
 FUZZ(boundaries, input) {

@@ -111,10 +111,6 @@ class Reference {
   void take(int y, int x) {
     isIn_.at(y, x) = 1;
     for (int c = 0; c < fill_.channels; ++c) after.at(y, x * fill_.channels + c) = fill_.newValue[c];
-    if (region.area == 0) {
-      left_ = right_ = x;
-      top_ = bottom_ = y;
-    }
     region.area += 1;
     if (fill_.kind != Kind::kRange) include(y, x);
   }
@@ -185,15 +181,14 @@ class Reference {
   const Fill<T> fill_;
   int width_, height_;
   Plane<std::uint8_t> isIn_;
-  int left_ = 0, top_ = 0, right_ = 0, bottom_ = 0;
+  int left_ = INT_MAX, top_ = INT_MAX, right_ = 0, bottom_ = 0;
 };
 
 template <class T>
 void check(const Plane<T>& image, const Fill<T>& fill, Placing placing, int scratchShift) {
   if (testing::Test::HasFailure()) return;
-  SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(fill.kind) << ", diagonal " << fill.diagonal
-                                  << ", channels " << fill.channels << ", seed " << fill.seed.x << " "
-                                  << fill.seed.y << ", " << image.width << " x " << image.height);
+  SCOPED_TRACE(words("kind", static_cast<int>(fill.kind), "diagonal", fill.diagonal, "channels", fill.channels,
+                     "seed", fill.seed.x, fill.seed.y, "of", image.width, image.height));
   const RvpiSize size = {image.width / fill.channels, image.height};
   const Reference<T> expected(image, fill);
   Guarded<T> actual(image, placing);
@@ -223,36 +218,31 @@ void checkAllKinds(const Plane<T>& one, const Plane<T>& three, RvpiPoint seed, T
 template <class T>
 Plane<T> patches(int width, int height, int channels, unsigned seed, unsigned values) {
   const Plane<std::uint32_t> noise = randomPlane<std::uint32_t>(width, height, seed);
-  Plane<T> image(width * channels, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      for (int c = 0; c < channels; ++c) {
-        const std::uint32_t pick = noise.at(y, x) >> 9U;
-        const std::uint32_t at = pick % 3 == 0 ? pick / 64 : noise.at(y / 2 * 2, x / 7 * 7) >> 15U;
-        image.at(y, x * channels + c) = static_cast<T>((at >> (2 * c)) % values);
-      }
-    }
-  }
-  return image;
-}
-
-template <class T>
-void checkEveryWidth() {
-  sweepSmall([](const Shape& shape) {
-    for (const unsigned values : {2U, 3U, 6U}) {
-      const int height = shape.height + static_cast<int>(values) * 2 - 4;
-      const auto x = static_cast<std::int32_t>(shape.seed * 7 % static_cast<unsigned>(shape.width));
-      const auto y = static_cast<std::int32_t>((shape.seed + values) % static_cast<unsigned>(height));
-      checkAllKinds<T>(patches<T>(shape.width, height, 1, shape.seed, values),
-                       patches<T>(shape.width, height, 3, shape.seed, values), {x, y}, static_cast<T>(values / 3),
-                       shape.placing, static_cast<int>(shape.seed % 9));
-    }
+  return planeOf<T>(width * channels, height, [&](int y, int at) {
+    const int x = at / channels, c = at % channels;
+    const std::uint32_t pick = noise.at(y, x) >> 9U;
+    const std::uint32_t bits = pick % 3 == 0 ? pick / 64 : noise.at(y / 2 * 2, x / 7 * 7) >> 15U;
+    return (bits >> (2 * c)) % values;
   });
 }
 
-TEST(Flood, FillsTheRegionOfEveryWidth8u) { checkEveryWidth<std::uint8_t>(); }
-TEST(Flood, FillsTheRegionOfEveryWidth16u) { checkEveryWidth<std::uint16_t>(); }
-TEST(Flood, FillsTheRegionOfEveryWidth32f) { checkEveryWidth<float>(); }
+template <class T>
+class FloodOf : public testing::Test {};
+using Types = testing::Types<std::uint8_t, std::uint16_t, float>;
+TYPED_TEST_SUITE(FloodOf, Types);
+
+TYPED_TEST(FloodOf, FillsTheRegionOfEveryWidth) {
+  sweepSmall([](const Shape& shape) {
+    for (const unsigned values : {2U, 3U, 6U}) {
+      const int height = shape.height + static_cast<int>(values) * 2 - 4;
+      const auto seed = static_cast<int>(shape.seed), more = static_cast<int>(values);
+      checkAllKinds<TypeParam>(patches<TypeParam>(shape.width, height, 1, shape.seed, values),
+                               patches<TypeParam>(shape.width, height, 3, shape.seed, values),
+                               {seed * 7 % shape.width, (seed + more) % height}, static_cast<TypeParam>(values / 3),
+                               shape.placing, seed % 9);
+    }
+  });
+}
 
 // Shapes with as many pending spans as can be, in images of all small sizes, with scratch at every address.
 TEST(Flood, StaysInItsScratchAndFillsAllOfIt) {
@@ -402,16 +392,7 @@ void tryFill(Input& input) {
 }
 
 FUZZ(flood, input) {
-  switch (input.between(0, 2)) {
-    case 0:
-      tryFill<std::uint8_t>(input);
-      break;
-    case 1:
-      tryFill<std::uint16_t>(input);
-      break;
-    default:
-      tryFill<float>(input);
-  }
+  input.withOneOf(Types(), [&]<class T>() { tryFill<T>(input); });
 }
 
 }  // namespace

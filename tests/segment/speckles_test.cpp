@@ -102,9 +102,7 @@ TYPED_TEST(MarkSpeckles, FollowsBlobsThroughLargeImages) {
   }
   for (const Pattern pattern : kPatterns) {
     const Plane<std::uint8_t> shape = patternPlane(pattern, 131, 40);
-    Plane<T> image(131, 40);
-    for (std::size_t i = 0; i < image.elements.size(); ++i)
-      image.elements[i] = static_cast<T>(shape.elements[i] + i % 2);
+    const auto image = planeOf<T>(131, 40, [&](int y, int x) { return shape.at(y, x) + (y * 131 + x) % 2; });
     for (const int maxSize : {1, 20, 2000, 6000}) checkOne(image, {.placing = {}, .seed = 5}, {7, maxSize, 1});
   }
 }
@@ -132,7 +130,6 @@ TYPED_TEST(MarkSpeckles, ReportsTheFirstOfTwoFaults) {
   std::uint8_t buffer[200];
   expectFirstOfTwo(kMark<T>, {nulls<>, badSizes, at<6>(rvpStatusBadNorm, 0, 2)}, image, 0, {4, 1}, T{1}, 4, T{1},
                    rvpConnect4, buffer);
-  EXPECT_EQ(image[0], T{9});
 }
 
 TEST(MarkSpecklesBuffer, ReportsTheFirstOfTwoFaults) {
@@ -140,35 +137,19 @@ TEST(MarkSpecklesBuffer, ReportsTheFirstOfTwoFaults) {
   expectFirstOfTwo(rvpiMarkSpecklesGetBufferSize,
                    {nulls<>, badSizes, at<1>(rvpStatusBadDataType, rvp32s, 3), at<2>(rvpStatusBadNumChannels, 3)},
                    {1, 1}, rvp8u, 1, &bytes);
-  EXPECT_EQ(bytes, -1);
   EXPECT_EQ(bufferSize({640, 480}, rvp16s), 13 * 640 * 480 + 64);
 }
 
-template <class T>
-void tryImage(Input& input) {
-  const Shape shape = input.shape();
-  const auto image = input.flag()
-                         ? levels<T>(shape.width, shape.height, input.any<std::uint16_t>(), input.between(1, 6))
-                         : input.plane<T>(shape.width, shape.height);
-  const Setting<T> setting = {input.flag() ? input.any<T>() : T{}, input.between(0, 60),
-                              static_cast<T>(input.between(0, 5))};
-  checkOne(image, shape, setting);
-}
-
 FUZZ(speckles, input) {
-  switch (input.between(0, 3)) {
-    case 0:
-      tryImage<std::uint8_t>(input);
-      break;
-    case 1:
-      tryImage<std::uint16_t>(input);
-      break;
-    case 2:
-      tryImage<std::int16_t>(input);
-      break;
-    default:
-      tryImage<float>(input);
-  }
+  input.withOneOf(Types(), [&]<class T>() {
+    const Shape shape = input.shape();
+    const auto image = input.flag()
+                           ? levels<T>(shape.width, shape.height, input.any<std::uint16_t>(), input.between(1, 6))
+                           : input.plane<T>(shape.width, shape.height);
+    const Setting<T> setting = {input.flag() ? input.any<T>() : T{}, input.between(0, 60),
+                                static_cast<T>(input.between(0, 5))};
+    checkOne(image, shape, setting);
+  });
 }
 
 }  // namespace

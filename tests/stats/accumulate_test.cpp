@@ -26,27 +26,19 @@ struct Operation {
   bool twoSources() const { return formula == Formula::product || formula == Formula::blend; }
 };
 
-// A function with some of these arguments: a source or two, a mask or none, alpha or not.
-#define OPERATION(NAME, FORMULA, MASKED, GROUPS, ...)                                                              \
-  {                                                                                                                \
-#NAME, Formula::FORMULA, MASKED, Groups::GROUPS,                                                               \
-        []([[maybe_unused]] auto a, [[maybe_unused]] int aStep, [[maybe_unused]] auto b,                           \
-           [[maybe_unused]] int bStep, [[maybe_unused]] auto m, [[maybe_unused]] int mStep, auto acc, int accStep, \
-           auto size, [[maybe_unused]] float alpha) { return NAME(__VA_ARGS__); }                                  \
-  }
-#define SUM(TYPES) OPERATION(rvpiAdd_##TYPES##_C1IR, sum, false, fromStart, a, aStep, acc, accStep, size)
-#define SUM_MASKED(TYPES, GROUPS) \
-  OPERATION(rvpiAdd_##TYPES##_C1IMR, sum, true, GROUPS, a, aStep, m, mStep, acc, accStep, size)
+// The numbers of the arguments that a function takes.
+#define OPERATION(NAME, FORMULA, MASKED, GROUPS, ...) \
+  { #NAME, Formula::FORMULA, MASKED, Groups::GROUPS, handing < __VA_ARGS__>(NAME) }
+#define SUM(TYPES) OPERATION(rvpiAdd_##TYPES##_C1IR, sum, false, fromStart, 0, 1, 6, 7, 8)
+#define SUM_MASKED(TYPES, GROUPS) OPERATION(rvpiAdd_##TYPES##_C1IMR, sum, true, GROUPS, 0, 1, 4, 5, 6, 7, 8)
 // All others.
-#define MORE(TYPES, GROUPS)                                                                                        \
-  OPERATION(rvpiAddSquare_##TYPES##_C1IR, square, false, fromStart, a, aStep, acc, accStep, size),                 \
-      OPERATION(rvpiAddSquare_##TYPES##_C1IMR, square, true, GROUPS, a, aStep, m, mStep, acc, accStep, size),      \
-      OPERATION(rvpiAddProduct_##TYPES##_C1IR, product, false, fromStart, a, aStep, b, bStep, acc, accStep, size), \
-      OPERATION(rvpiAddProduct_##TYPES##_C1IMR, product, true, fromStart, a, aStep, b, bStep, m, mStep, acc,       \
-                accStep, size),                                                                                    \
-      OPERATION(rvpiAddWeighted_##TYPES##_C1IR, average, false, fromStart, a, aStep, acc, accStep, size, alpha),   \
-      OPERATION(rvpiAddWeighted_##TYPES##_C1IMR, average, true, fromStart, a, aStep, m, mStep, acc, accStep, size, \
-                alpha)
+#define MORE(TYPES, GROUPS)                                                                           \
+  OPERATION(rvpiAddSquare_##TYPES##_C1IR, square, false, fromStart, 0, 1, 6, 7, 8),                   \
+      OPERATION(rvpiAddSquare_##TYPES##_C1IMR, square, true, GROUPS, 0, 1, 4, 5, 6, 7, 8),            \
+      OPERATION(rvpiAddProduct_##TYPES##_C1IR, product, false, fromStart, 0, 1, 2, 3, 6, 7, 8),       \
+      OPERATION(rvpiAddProduct_##TYPES##_C1IMR, product, true, fromStart, 0, 1, 2, 3, 4, 5, 6, 7, 8), \
+      OPERATION(rvpiAddWeighted_##TYPES##_C1IR, average, false, fromStart, 0, 1, 6, 7, 8, 9),         \
+      OPERATION(rvpiAddWeighted_##TYPES##_C1IMR, average, true, fromStart, 0, 1, 4, 5, 6, 7, 8, 9)
 
 template <class T>
 std::vector<Operation<T>> operations();
@@ -61,9 +53,8 @@ std::vector<Operation<std::uint16_t>> operations() {
 }
 template <>
 std::vector<Operation<float>> operations() {
-  return {
-      SUM_MASKED(32f, fromStart), MORE(32f, fromStart),
-      OPERATION(rvpiAddWeighted_32f_C1R, blend, false, fromStart, a, aStep, b, bStep, acc, accStep, size, alpha)};
+  return {SUM_MASKED(32f, fromStart), MORE(32f, fromStart),
+          OPERATION(rvpiAddWeighted_32f_C1R, blend, false, fromStart, 0, 1, 2, 3, 6, 7, 8, 9)};
 }
 
 // One pixel from the formula. Squares and products of bytes are formed in integers, all else in float.
@@ -166,23 +157,16 @@ TYPED_TEST(Accumulators, ReportTheFirstOfTwoFaults) {
 
 // A float source may be the accumulator itself.
 TEST(AccumulatorValues, FloatSourceMayBeTheAccumulator) {
-  std::vector<float> image(37);
-  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<float>(i);
-  const int step = 4 * 37;
-  ASSERT_EQ(rvpiAddSquare_32f_C1IR(image.data(), step, image.data(), step, {37, 1}), rvpStatusOk);
-  for (std::size_t i = 0; i < image.size(); ++i) EXPECT_EQ(image[i], static_cast<float>(i * i + i));
+  Plane<float> image = randomPlane<float>(37, 1, 5);
+  const auto expected = changed<float>(image, [](float p) { return p + p * p; });
+  float* const row = image.elements.data();
+  ASSERT_EQ(rvpiAddSquare_32f_C1IR(row, 4 * 37, row, 4 * 37, {37, 1}), rvpStatusOk);
+  EXPECT_TRUE(same(expected, image));
 }
 
 FUZZ(accumulate, input) {
   tryShape(input.shape(), [&](const Shape& shape) {
-    switch (input.between(0, 2)) {
-      case 0:
-        return checkShape<std::uint8_t>(shape);
-      case 1:
-        return checkShape<std::uint16_t>(shape);
-      default:
-        return checkShape<float>(shape);
-    }
+    input.withOneOf<std::uint8_t, std::uint16_t, float>([&]<class T>() { checkShape<T>(shape); });
   });
 }
 

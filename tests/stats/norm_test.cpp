@@ -22,38 +22,17 @@ struct Operation {
   Run<T> run;
 };
 
-// A function of one source or of two, for one channel or the channel of interest of three.
-template <class T>
-Run<T> asRun(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, double*)) {
-  return [f](auto a, int aStep, auto, int, auto m, int mStep, auto size, int, double* value) {
-    return f(a, aStep, m, mStep, size, value);
-  };
-}
-template <class T>
-Run<T> asRun(RvpStatus (*f)(const T*, int, const std::uint8_t*, int, RvpiSize, int, double*)) {
-  return [f](auto a, int aStep, auto, int, auto m, int mStep, auto size, int coi, double* value) {
-    return f(a, aStep, m, mStep, size, coi, value);
-  };
-}
-template <class T>
-Run<T> asRun(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, double*)) {
-  return [f](auto a, int aStep, auto b, int bStep, auto m, int mStep, auto size, int, double* value) {
-    return f(a, aStep, b, bStep, m, mStep, size, value);
-  };
-}
-template <class T>
-Run<T> asRun(RvpStatus (*f)(const T*, int, const T*, int, const std::uint8_t*, int, RvpiSize, int, double*)) {
-  return f;
-}
-
-#define MEMBER(NAME, FORM, KIND, CHANNELS, EXPONENT) \
-  { #NAME, Norm::KIND, Form::FORM, CHANNELS, EXPONENT, asRun(NAME) }
-#define BOTH(NAME, FORM, KIND, TYPE, EXPONENT1, EXPONENT3)         \
-  MEMBER(NAME##_##KIND##_##TYPE##_C1MR, FORM, KIND, 1, EXPONENT1), \
-      MEMBER(NAME##_##KIND##_##TYPE##_C3CMR, FORM, KIND, 3, EXPONENT3)
-#define ONE(KIND, TYPE, EXPONENT1, EXPONENT3) BOTH(rvpiNorm, norm, KIND, TYPE, EXPONENT1, EXPONENT3)
-#define DIFF(KIND, TYPE, EXPONENT1, EXPONENT3) BOTH(rvpiNormDiff, difference, KIND, TYPE, EXPONENT1, EXPONENT3)
-#define REL(KIND, TYPE, EXPONENT1, EXPONENT3) BOTH(rvpiNormRel, relative, KIND, TYPE, EXPONENT1, EXPONENT3)
+// A function of one source or of two, for one channel or for the channel of interest of three.
+#define MEMBER(NAME, FORM, KIND, CHANNELS, EXPONENT, ...) \
+  { #NAME, Norm::KIND, Form::FORM, CHANNELS, EXPONENT, handing < __VA_ARGS__>(NAME) }
+#define ONE(KIND, TYPE, EXPONENT1, EXPONENT3)                                          \
+  MEMBER(rvpiNorm_##KIND##_##TYPE##_C1MR, norm, KIND, 1, EXPONENT1, 0, 1, 4, 5, 6, 8), \
+      MEMBER(rvpiNorm_##KIND##_##TYPE##_C3CMR, norm, KIND, 3, EXPONENT3, 0, 1, 4, 5, 6, 7, 8)
+#define TWO(NAME, FORM, KIND, TYPE, EXPONENT1, EXPONENT3)                                  \
+  MEMBER(NAME##_##KIND##_##TYPE##_C1MR, FORM, KIND, 1, EXPONENT1, 0, 1, 2, 3, 4, 5, 6, 8), \
+      MEMBER(NAME##_##KIND##_##TYPE##_C3CMR, FORM, KIND, 3, EXPONENT3, 0, 1, 2, 3, 4, 5, 6, 7, 8)
+#define DIFF(KIND, TYPE, EXPONENT1, EXPONENT3) TWO(rvpiNormDiff, difference, KIND, TYPE, EXPONENT1, EXPONENT3)
+#define REL(KIND, TYPE, EXPONENT1, EXPONENT3) TWO(rvpiNormRel, relative, KIND, TYPE, EXPONENT1, EXPONENT3)
 
 template <class T>
 std::vector<Operation<T>> operations();
@@ -160,10 +139,6 @@ double expected(const Operation<T>& operation, const Inputs<T>& in, int coi, int
   return operation.kind == Norm::L2 ? std::sqrt(value) : value;
 }
 
-testing::AssertionResult sameValue(double a, double b) {
-  return same(Plane<double>(1, 1, a), Plane<double>(1, 1, b));
-}
-
 template <class T>
 void checkOne(const Operation<T>& operation, const Inputs<T>& in, int coi, const Shape& shape = {}) {
   SCOPED_TRACE(operation.name);
@@ -175,7 +150,7 @@ void checkOne(const Operation<T>& operation, const Inputs<T>& in, int coi, const
   const bool warns =
       operation.form == Form::relative && merged(operation, in, coi, false, true, shape.threads) == 0;
   ASSERT_EQ(status, warns ? rvpStatusDivByZero : rvpStatusOk);
-  ASSERT_TRUE(sameValue(wanted, value));
+  ASSERT_TRUE(same(Plane<double>(1, 1, wanted), Plane<double>(1, 1, value)));
 }
 
 template <class T>
@@ -226,20 +201,20 @@ TYPED_TEST(Norms, ReportTheFirstOfTwoFaults) {
                       shortSteps<4>.when(two), oddSteps<0>, oddSteps<2>.when(two), shortSteps<4>.when(!two),
                       at<7>(rvpStatusBadChannelOfInterest, 0, 4).when(three)},
                      src.data(), src.step(), src.data(), src.step(), mask.data(), 5, {5, 3}, 1, &value);
-    EXPECT_EQ(value, 42);
   }
 }
 
 TYPED_TEST(Norms, OfNothingAreZeroAndWarnWhereTheyDivide) {
   for (const auto& operation : operations<TypeParam>()) {
     Inputs<TypeParam> in(37, 2, operation.channels, 600);
-    std::fill(in.mask.elements.begin(), in.mask.elements.end(), std::uint8_t{0});
-    checkOne(operation, in, 1);
+    const auto clear = [&](auto& plane) {
+      std::ranges::fill(plane.elements, 0);
+      checkOne(operation, in, 1);
+    };
+    clear(in.mask);
     in.mask.at(1, 35) = 1;
-    std::fill(in.src2.elements.begin(), in.src2.elements.end(), TypeParam{0});
-    checkOne(operation, in, 1);
-    std::fill(in.src1.elements.begin(), in.src1.elements.end(), TypeParam{0});
-    checkOne(operation, in, 1);
+    clear(in.src2);
+    clear(in.src1);
   }
 }
 
@@ -295,29 +270,19 @@ TEST(NormValues, OfOneRelativeMemberAreNarrowed) {
   EXPECT_EQ(value, std::sqrt(1 / (static_cast<double>(tiny) * static_cast<double>(tiny))));
 }
 
-template <class T>
-void tryNorm(Input& input, const Shape& shape) {
-  const auto all = operations<T>();
-  const auto& operation = all[static_cast<std::size_t>(input.between(0, static_cast<int>(all.size()) - 1))];
-  Inputs<T> in(shape.width, shape.height, operation.channels, shape.seed);
-  if (input.flag()) in.mask = input.plane<std::uint8_t>(shape.width, shape.height);
-  if (std::is_integral_v<T> && input.flag()) {
-    in.src1 = input.plane<T>(in.src1.width, in.src1.height);
-    in.src2 = input.plane<T>(in.src2.width, in.src2.height);
-  }
-  checkOne(operation, in, input.between(1, operation.channels), shape);
-}
-
 FUZZ(norm, input) {
   tryShape(input.shape(), [&](const Shape& shape) {
-    switch (input.between(0, 2)) {
-      case 0:
-        return tryNorm<std::uint8_t>(input, shape);
-      case 1:
-        return tryNorm<std::uint16_t>(input, shape);
-      default:
-        return tryNorm<float>(input, shape);
-    }
+    input.withOneOf(SourceTypes(), [&]<class T>() {
+      const auto all = operations<T>();
+      const auto& operation = input.oneOf(all);
+      Inputs<T> in(shape.width, shape.height, operation.channels, shape.seed);
+      if (input.flag()) in.mask = input.plane<std::uint8_t>(shape.width, shape.height);
+      if (std::is_integral_v<T> && input.flag()) {
+        in.src1 = input.plane<T>(in.src1.width, in.src1.height);
+        in.src2 = input.plane<T>(in.src2.width, in.src2.height);
+      }
+      checkOne(operation, in, input.between(1, operation.channels), shape);
+    });
   });
 }
 

@@ -88,11 +88,7 @@ class OnlyFlaggedSides {
   OnlyFlaggedSides(const Bordered<T>& image, Cliff cliff, int before)
       : sides_(flaggedSides(image, before)), cliff_(sides_.part, cliff) {}
 
-  const T* region() {
-    return reinterpret_cast<const T*>(reinterpret_cast<const char*>(cliff_.data()) +
-                                      static_cast<std::ptrdiff_t>(sides_.top) * cliff_.step()) +
-           sides_.left;
-  }
+  const T* region() { return cliff_.row(sides_.top) + sides_.left; }
   int step() const { return cliff_.step(); }
 
  private:

@@ -49,6 +49,12 @@ auto call(const Function& function, A&&... arguments) {
   return std::apply(function, std::tuple_cat(spread(arguments)...));
 }
 
+// A function of more arguments, of which those with these numbers go to `function`.
+template <std::size_t... I, class Function>
+auto handing(Function function) {
+  return [=](auto... all) { return function(std::get<I>(std::tuple(all...))...); };
+}
+
 // Among functions that differ in the type of their first image, the one of that type.
 template <class T, class First, class... More>
 constexpr auto ofType(First first, More... more) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <tuple>
 #include <type_traits>
@@ -131,13 +132,27 @@ const auto oddSteps =
 template <class... P>
 using Faults = std::vector<Fault<std::tuple<P...>>>;
 
+// The bytes of the first element, which may be a pointer itself, that a pointer lets a function change.
+template <class P>
+std::vector<char> changeable([[maybe_unused]] P argument) {
+  if constexpr (std::is_pointer_v<P>) {
+    using Element = std::remove_pointer_t<P>;
+    if constexpr (!std::is_const_v<Element> && requires { sizeof(Element); }) {  // NOLINT: of a pointer too
+      const auto* const bytes = reinterpret_cast<const char*>(argument);
+      if (bytes != nullptr) return {bytes, bytes + sizeof(Element)};  // NOLINT: of a pointer too
+    }
+  }
+  return {};
+}
+
 // Every fault alone, and every pair of faults in one call: the one that comes first in the order of checking is
-// reported. Where two faults are in one argument, the first one stands.
+// reported, and nothing is changed. Where two faults are in one argument, the first one stands.
 template <class... P>
 void expectFirstOfTwo(const std::function<RvpStatus(P...)>& run, const std::type_identity_t<Faults<P...>>& faults,
                       std::type_identity_t<P>... good) {
   using A = std::tuple<P...>;
   const A arguments = {good...};
+  const std::array before = {changeable(good)...};
   for (std::size_t i = 0; i < faults.size(); ++i) {
     for (std::size_t j = i; j < faults.size(); ++j) {
       for (std::size_t k = 0; k < faults[i].ways.size(); ++k) {
@@ -151,6 +166,7 @@ void expectFirstOfTwo(const std::function<RvpStatus(P...)>& run, const std::type
       }
     }
   }
+  EXPECT_EQ((std::array{changeable(good)...}), before) << "a refused call changed what an argument points to";
 }
 template <class... P>
 void expectFirstOfTwo(RvpStatus (*run)(P...), const std::type_identity_t<Faults<P...>>& faults,

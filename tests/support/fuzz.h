@@ -6,6 +6,11 @@
 // second.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -37,6 +42,21 @@ class Input {
   template <class T, std::size_t kCount>
   T oneOf(const T (&values)[kCount]) {
     return values[between(0, static_cast<int>(kCount) - 1)];
+  }
+
+  template <class Values>
+  const auto& oneOf(const Values& values) {
+    return values[static_cast<std::size_t>(between(0, static_cast<int>(std::size(values)) - 1))];
+  }
+  // Runs body for one of these types, a template argument.
+  template <class... T, class Body>
+  void withOneOf(const Body& body) {
+    withOneOf(testing::Types<T...>(), body);
+  }
+  template <class... T, class Body>
+  void withOneOf(testing::Types<T...>, const Body& body) {
+    int number = between(0, int{sizeof...(T)} - 1);
+    (void)((number-- == 0 && (body.template operator()<T>(), true)) || ...);
   }
 
   int width() { return between(1, 70); }

@@ -58,6 +58,12 @@ Plane<T> changed(const Plane<From>& from, const Change& change) {
   return planeOf<T>(from.width, from.height, [&](int y, int x) { return change(from.at(y, x)); });
 }
 
+// The plane with combine(a, b) for each pair of elements.
+template <class T, class A, class B, class Combine>
+Plane<T> combined(const Plane<A>& a, const Plane<B>& b, const Combine& combine) {
+  return planeOf<T>(a.width, a.height, [&](int y, int x) { return combine(a.at(y, x), b.at(y, x)); });
+}
+
 // Random elements over the whole range of an integer type, or for float between -1000 and 1000 in eighths, where
 // sums and products show every rounding. With `specials`, one float in eight is a zero of either sign, an infinity
 // or NaN.
@@ -102,7 +108,7 @@ class Guarded {
  public:
   Guarded(const Plane<T>& content, Placing placing = {}) : width_(content.width), height_(content.height) {
     placing.cliff == Cliff::none ? layAmongSentinels(placing) : layOnCliff(placing.cliff);
-    for (int y = 0; y < height_; ++y) std::memcpy(row(y), content.row(y), rowBytes());
+    for (int y = 0; y < height_; ++y) std::memcpy(rowAt(y), content.row(y), rowBytes());
   }
   ~Guarded() {
     EXPECT_TRUE(intact());
@@ -112,12 +118,13 @@ class Guarded {
   Guarded& operator=(const Guarded&) = delete;
 
   T* data() { return reinterpret_cast<T*>(first_); }
+  T* row(int y) { return reinterpret_cast<T*>(rowAt(y)); }
   int step() const { return static_cast<int>(step_); }
   RvpiSize size() const { return {width_, height_}; }
 
   Plane<T> content() const {
     Plane<T> plane(width_, height_);
-    for (int y = 0; y < height_; ++y) std::memcpy(&plane.at(y, 0), row(y), rowBytes());
+    for (int y = 0; y < height_; ++y) std::memcpy(&plane.at(y, 0), rowAt(y), rowBytes());
     return plane;
   }
 
@@ -128,7 +135,7 @@ class Guarded {
       return i == end;
     };
     for (int y = 0; y < height_ && !sentinels_.empty(); ++y) {
-      const auto offset = static_cast<std::size_t>(row(y) - sentinels_.data());
+      const auto offset = static_cast<std::size_t>(rowAt(y) - sentinels_.data());
       if (!watch(offset)) return testing::AssertionFailure() << "a byte before row " << y << " was written";
       i = offset + rowBytes();
     }
@@ -139,7 +146,7 @@ class Guarded {
  private:
   static std::uint8_t sentinel(std::size_t i) { return static_cast<std::uint8_t>(i * 167 + 13 + (i >> 8U)); }
   std::size_t rowBytes() const { return sizeof(T) * static_cast<std::size_t>(width_); }
-  std::uint8_t* row(int y) const { return first_ + step_ * static_cast<std::size_t>(y); }
+  std::uint8_t* rowAt(int y) const { return first_ + step_ * static_cast<std::size_t>(y); }
 
   void layAmongSentinels(Placing placing) {
     constexpr std::size_t kMargin = 192;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 
 #include "rvpcore.h"
@@ -24,11 +25,18 @@ struct Shape {
   Placing anywhere() const { return {0, static_cast<int>(seed % 64), placing.cliff}; }
 };
 
+// What a failed check is told with.
+template <class... A>
+std::string words(const A&... all) {
+  std::ostringstream text;
+  ((text << all << ' '), ...);
+  return text.str();
+}
+
 inline std::string describe(const Shape& shape) {
-  return "width " + std::to_string(shape.width) + ", height " + std::to_string(shape.height) + ", gap " +
-         std::to_string(shape.placing.gap) + ", shift " + std::to_string(shape.placing.shift) + ", cliff " +
-         std::to_string(static_cast<int>(shape.placing.cliff)) + ", threads " + std::to_string(shape.threads) +
-         ", seed " + std::to_string(shape.seed);
+  const auto [gap, shift, cliff] = shape.placing;
+  return words("width", shape.width, "height", shape.height, "gap", gap, "shift", shift, "cliff",
+               static_cast<int>(cliff), "threads", shape.threads, "seed", shape.seed);
 }
 
 // Calls body(Shape) for one shape after the other, until one fails.

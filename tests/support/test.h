@@ -15,6 +15,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <random>
 #include <string>
@@ -27,6 +28,7 @@
 #include "support/bordered.h"
 #include "support/calls.h"
 #include "support/compare.h"
+#include "support/derivatives.h"
 #include "support/faults.h"
 #include "support/fuzz.h"
 #include "support/images.h"
