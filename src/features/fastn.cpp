@@ -76,10 +76,11 @@ struct Detector {
     return best;
   }
 
-  // Classes and scores of a group of pixels from `centre` on; false if none is a corner.
+  // Classes and scores of a group of pixels from `centre` on.
   template <class D>
-  HWY_INLINE bool group(D d, const std::uint8_t* centre, hn::VFromD<D>& classes, hn::VFromD<D>& scores) const {
+  HWY_INLINE void classify(D d, const std::uint8_t* centre, hn::VFromD<D>& classes, hn::VFromD<D>& scores) const {
     using V = hn::VFromD<D>;
+    classes = scores = hn::Zero(d);
     const V c = hn::LoadU(d, centre);
     const V t = hn::Set(d, threshold);
     const V upper = hn::SaturatedAdd(c, t);
@@ -87,26 +88,34 @@ struct Detector {
     // The darkest of the pairs' brighter pixels, and the other way round.
     V bright = hn::Set(d, std::uint8_t{255});
     V dark = hn::Zero(d);
-    // The larger the circle, the more its arcs cost beside its pairs.
-    constexpr int kPairs = kLength > 16 ? 8 : 4;
-    for (int k = 0; k < kPairs; ++k) {
-      const int i = kSpread[k] * kHalf / 8;
-      const V a = hn::LoadU(d, centre + offsets[i]);
-      const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
-      bright = hn::Min(bright, hn::Max(a, b));
-      dark = hn::Max(dark, hn::Min(a, b));
-    }
-    // By how much they are outside the threshold.
-    bright = hn::SaturatedSub(bright, upper);
-    dark = hn::SaturatedSub(lower, dark);
+    int tested = 0;
+    const auto test = [&](int pairs) {
+      for (; tested < pairs; ++tested) {
+        const int i = kSpread[tested] * kHalf / 8;
+        const V a = hn::LoadU(d, centre + offsets[i]);
+        const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
+        bright = hn::Min(bright, hn::Max(a, b));
+        dark = hn::Max(dark, hn::Min(a, b));
+      }
+    };
     const auto none = [&](V v) { return hn::AllTrue(d, hn::Eq(v, hn::Zero(d))); };
-    if (none(hn::Or(bright, dark))) return false;
+    const auto isOver = [&] {
+      return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
+    };
+    test(4);
+    if (isOver()) return;
+    // The larger the circle, the more its arcs cost beside its pairs.
+    if constexpr (kLength > 16) {
+      test(8);
+      if (isOver()) return;
+    }
 
     // A dark arc is a bright one of a circle turned to its negative, so one search does for the lanes that may be
     // bright and for those that may be dark. Few lanes may be either by now, and need another; none is both.
-    const V either = hn::VecFromMask(d, hn::Ne(hn::Min(bright, dark), hn::Zero(d)));
-    V flip = hn::VecFromMask(d, hn::Eq(bright, hn::Zero(d)));
-    classes = scores = hn::Zero(d);
+    const V notBright = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(bright, upper), hn::Zero(d)));
+    const V notDark = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(lower, dark), hn::Zero(d)));
+    const V either = hn::Not(hn::Or(notBright, notDark));
+    V flip = notBright;
     for (bool again = !none(either);; again = false, flip = either) {
       const V centres = hn::Xor(c, flip);
       const V darkest = findArc(d, centre, flip);
@@ -116,29 +125,34 @@ struct Detector {
       scores = hn::Or(scores, hn::IfThenElseZero(isCorner, hn::Sub(darkest, centres)));
       if (!again) break;
     }
-    return true;
+  }
+
+  // The group from column x of rows on. `scores` may be null.
+  template <class D>
+  HWY_INLINE void detect(D d, std::ptrdiff_t x, const std::uint8_t* centres, std::uint8_t* corners,
+                         std::uint8_t* scores) const {
+    hn::VFromD<D> classes;
+    hn::VFromD<D> values;
+    classify(d, centres + x, classes, values);
+    hn::StoreU(classes, d, corners + x);
+    if (scores != nullptr) hn::StoreU(values, d, scores + x);
   }
 
   // Row y of the image, columns first to last - 1, all with full circles. `scores` may be null.
   void detectRow(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, std::uint8_t* corners,
                  std::uint8_t* scores) const {
     const std::uint8_t* centres = row(src, srcStep, y) + first;
-    const auto at = [&](auto d, std::ptrdiff_t x) {
-      auto classes = hn::Zero(d);
-      auto values = hn::Zero(d);
-      group(d, centres + x, classes, values);
-      hn::StoreU(classes, d, corners + x);
-      if (scores != nullptr) hn::StoreU(values, d, scores + x);
-    };
     const std::ptrdiff_t count = last - first;
     const hn::ScalableTag<std::uint8_t> d;
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     if (count < lanes) {
-      forVectors<std::uint8_t>(0, count, at);
+      forVectors<std::uint8_t>(0, count,
+                               [&](auto few, std::ptrdiff_t x) { detect(few, x, centres, corners, scores); });
       return;
     }
-    // The last vector overlaps pixels that are done, and writes the same. A call that stands alone is inlined.
-    for (std::ptrdiff_t x = 0; x < count; x += lanes) at(d, std::min(x, count - lanes));
+    // The last vector overlaps pixels that are done, and writes the same.
+    for (std::ptrdiff_t x = 0; x < count; x += lanes)
+      detect(d, std::min(x, count - lanes), centres, corners, scores);
   }
 };
 
