@@ -91,15 +91,16 @@ class FloodRegion {
       for (std::ptrdiff_t word = 0; word < rowWords_; ++word) {
         Word bits = found_[y * rowWords_ + word];
         if (bits == 0) continue;
+        const std::ptrdiff_t x = word * kWordPixels;
+        extent.left = std::min(extent.left, static_cast<std::int32_t>(x + std::countr_zero(bits)));
+        extent.right = std::max(extent.right, static_cast<std::int32_t>(x + 63 - std::countl_zero(bits)));
         extent.top = std::min(extent.top, y);
         extent.bottom = y;
         while (bits != 0) {
-          const std::ptrdiff_t x = word * kWordPixels + std::countr_zero(bits);
-          const int count = std::countr_one(bits >> std::countr_zero(bits));
-          Block::paint(row(image_, step_, y) + x * kChannels, count, pattern);
+          const int first = std::countr_zero(bits);
+          const int count = std::countr_one(bits >> first);
+          Block::paint(row(image_, step_, y) + (x + first) * kChannels, count, pattern);
           extent.area += count;
-          extent.left = std::min(extent.left, static_cast<std::int32_t>(x));
-          extent.right = std::max(extent.right, static_cast<std::int32_t>(x + count - 1));
           bits &= bits + (bits & -bits);  // without its lowest run
         }
       }

@@ -33,15 +33,12 @@ class NumberSet {
 
   void insert(std::ptrdiff_t number) {
     const auto at = static_cast<std::size_t>(number);
-    if (levels_[0][at / 64] == 0) {  // or else the set is not empty, which need not be asked
-      if (only_ < 0 && levels_[levelCount_ - 1][0] == 0) {
-        only_ = number;
-        return;
-      }
-      if (only_ >= 0) setBits(static_cast<std::size_t>(only_));
-      only_ = -1;
+    std::uint64_t& word = levels_[0][at / 64];
+    if (word != 0) {
+      word |= std::uint64_t{1} << (at % 64);
+    } else {
+      insertFar(at);
     }
-    setBits(at);
   }
 
   void erase(std::ptrdiff_t number) {
@@ -80,6 +77,17 @@ class NumberSet {
   static constexpr int kMostLevels = 5;
 
   static std::ptrdiff_t wordsOf(std::ptrdiff_t numbers) { return (numbers + 63) / 64; }
+
+  // A number whose word is 0, as of a set that may be empty. Seldom: what calls insert stays short without it.
+  [[gnu::noinline]] void insertFar(std::size_t at) {
+    if (only_ < 0 && levels_[levelCount_ - 1][0] == 0) {
+      only_ = static_cast<std::ptrdiff_t>(at);
+      return;
+    }
+    if (only_ >= 0) setBits(static_cast<std::size_t>(only_));
+    only_ = -1;
+    setBits(at);
+  }
 
   void setBits(std::size_t at) {
     for (int level = 0; level < levelCount_; ++level, at /= 64) {
