@@ -1,14 +1,13 @@
 // The FastN detector. Of all arcs of the block's length, take the one whose darkest pixel is brightest: the pixel
 // is a bright corner if that darkest pixel is brighter than the centre by more than the threshold, and the
-// difference is its score. The same with dark and bright exchanged. So a corner and its score come from minima over
-// windows of the circle and the maximum of these, a vector of pixels at a time, and no run is counted.
+// difference is its score. The same with dark and bright exchanged. So a corner and its score come from minima and
+// maxima of the circle's pixels, of a vector of centres at a time, and no run is counted.
 //
 // An arc is longer than half of the circle and has a pixel of every opposite pair. Groups of pixels of which none
 // has the better pixel of a few pairs outside the threshold are passed over.
 #include "features/fastn.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -22,31 +21,13 @@ namespace {
 constexpr std::uint8_t kBright = 64;
 constexpr std::uint8_t kDark = 128;
 
-// Pairs of opposite pixels, by their first one, in an order that spreads the first few of them over the circle:
-// that of the numbers with their bits turned round.
-template <int kPairs>
-constexpr std::array<int, kPairs> spreadPairs() {
-  constexpr unsigned kBits = 5;
-  static_assert(kPairs <= 1 << kBits);
-  std::array<int, kPairs> order = {};
-  bool taken[kPairs] = {};
-  std::size_t count = 0;
-  for (unsigned k = 0; k < 1U << kBits; ++k) {
-    unsigned turned = 0;
-    for (unsigned bit = 0; bit < kBits; ++bit) turned |= (k >> bit & 1U) << (kBits - 1 - bit);
-    const unsigned pair = turned * kPairs >> kBits;
-    if (taken[pair]) continue;
-    taken[pair] = true;
-    order[count++] = static_cast<int>(pair);
-  }
-  return order;
-}
+// Eighths of half of the circle, in an order that spreads the first few of them over it.
+constexpr int kSpread[] = {0, 4, 2, 6, 1, 5, 3, 7};
 
 // What the detector needs of the block, and of one image. kLength is the circle's, which lets loops over it unroll.
 template <int kLength>
 struct Detector {
   static constexpr int kHalf = kLength / 2;
-  static constexpr std::array<int, kHalf> kPairs = spreadPairs<kHalf>();
   const std::uint8_t* src;
   int srcStep;
   int radius;
@@ -69,35 +50,37 @@ struct Detector {
     }
   }
 
-  // The darkest pixel of the arc whose darkest is brightest, of the negative where `flip` is 255 and not 0. An arc
-  // that begins in one half of the circle is the rest of that half, and what follows it: the first is looked up,
-  // the second grows along as the beginning moves on.
+  // The darkest pixel of the arc whose darkest is brightest, of the negative where `flip` is 255 and not 0.
+  //
+  // Of the arcs that begin in one half of the circle, one is as bright as v everywhere if it begins behind the last
+  // pixel i of the half that is darker than v, and ends before the first darker one that follows the half. There is
+  // such an arc unless the one from i + 1 to i + arcLength has a darker pixel too, or one that all these arcs have
+  // in common is darker. So the greatest v is a minimum over i, and needs no arc by itself.
   template <class D, class V>
   HWY_INLINE V findArc(D d, const std::uint8_t* centre, V flip) const {
-    // Loops over half of the longest circle are longer than those that the compiler unrolls by itself.
-    static_assert(kHalf <= 26);
     V best = hn::Zero(d);
     for (int half = 0; half < 2; ++half) {
       const auto at = [&](int i) { return hn::Xor(hn::LoadU(d, centre + offsets[half * kHalf + i]), flip); };
-      V rest[kHalf];
-      rest[kHalf - 1] = at(kHalf - 1);
-#pragma GCC unroll 26
-      for (int i = kHalf - 2; i >= 0; --i) rest[i] = hn::Min(rest[i + 1], at(i));
-      V darkest = at(kHalf);
+      V darkest = at(kHalf);  // of those that follow the half, as far as an arc goes
       for (int i = kHalf + 1; i < arcLength; ++i) darkest = hn::Min(darkest, at(i));
+      V greatest = hn::Min(darkest, at(kHalf - 1));
+      // Longer for the longest circle than what the compiler unrolls by itself.
+      static_assert(kHalf <= 26);
 #pragma GCC unroll 26
-      for (int i = 0; i < kHalf; ++i) {
-        best = hn::Max(best, hn::Min(rest[i], darkest));
+      for (int i = 0; i < kHalf - 1; ++i) {
         darkest = hn::Min(darkest, at(i + arcLength));
+        greatest = hn::Min(greatest, hn::Max(at(i), darkest));
       }
+      best = hn::Max(best, greatest);
     }
     return best;
   }
 
-  // Classes and scores of a group of pixels from `centre` on; false if none is a corner.
+  // Classes and scores of a group of pixels from `centre` on.
   template <class D>
-  HWY_INLINE bool group(D d, const std::uint8_t* centre, hn::VFromD<D>& classes, hn::VFromD<D>& scores) const {
+  HWY_INLINE void classify(D d, const std::uint8_t* centre, hn::VFromD<D>& classes, hn::VFromD<D>& scores) const {
     using V = hn::VFromD<D>;
+    classes = scores = hn::Zero(d);
     const V c = hn::LoadU(d, centre);
     const V t = hn::Set(d, threshold);
     const V upper = hn::SaturatedAdd(c, t);
@@ -108,7 +91,7 @@ struct Detector {
     int tested = 0;
     const auto test = [&](int pairs) {
       for (; tested < pairs; ++tested) {
-        const int i = kPairs[static_cast<std::size_t>(tested)];
+        const int i = kSpread[tested] * kHalf / 8;
         const V a = hn::LoadU(d, centre + offsets[i]);
         const V b = hn::LoadU(d, centre + offsets[i + kHalf]);
         bright = hn::Min(bright, hn::Max(a, b));
@@ -120,24 +103,19 @@ struct Detector {
       return none(hn::Or(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark)));
     };
     test(4);
-    if (isOver()) return false;
+    if (isOver()) return;
     // The larger the circle, the more its arcs cost beside its pairs.
     if constexpr (kLength > 16) {
       test(8);
-      if (isOver()) return false;
+      if (isOver()) return;
     }
 
     // A dark arc is a bright one of a circle turned to its negative, so one search does for the lanes that may be
     // bright and for those that may be dark. Few lanes may be either by now, and need another; none is both.
-    const auto mayBeEither = [&] {
-      return hn::Min(hn::SaturatedSub(bright, upper), hn::SaturatedSub(lower, dark));
-    };
-    if constexpr (kLength > 40) {
-      if (!none(mayBeEither())) test(kHalf);
-    }
-    const V either = hn::VecFromMask(d, hn::Ne(mayBeEither(), hn::Zero(d)));
-    V flip = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(bright, upper), hn::Zero(d)));
-    classes = scores = hn::Zero(d);
+    const V notBright = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(bright, upper), hn::Zero(d)));
+    const V notDark = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(lower, dark), hn::Zero(d)));
+    const V either = hn::Not(hn::Or(notBright, notDark));
+    V flip = notBright;
     for (bool again = !none(either);; again = false, flip = either) {
       const V centres = hn::Xor(c, flip);
       const V darkest = findArc(d, centre, flip);
@@ -147,30 +125,34 @@ struct Detector {
       scores = hn::Or(scores, hn::IfThenElseZero(isCorner, hn::Sub(darkest, centres)));
       if (!again) break;
     }
-    return true;
+  }
+
+  // The group from column x of rows on. `scores` may be null.
+  template <class D>
+  HWY_INLINE void detect(D d, std::ptrdiff_t x, const std::uint8_t* centres, std::uint8_t* corners,
+                         std::uint8_t* scores) const {
+    hn::VFromD<D> classes;
+    hn::VFromD<D> values;
+    classify(d, centres + x, classes, values);
+    hn::StoreU(classes, d, corners + x);
+    if (scores != nullptr) hn::StoreU(values, d, scores + x);
   }
 
   // Row y of the image, columns first to last - 1, all with full circles. `scores` may be null.
   void detectRow(std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, std::uint8_t* corners,
                  std::uint8_t* scores) const {
     const std::uint8_t* centres = row(src, srcStep, y) + first;
-    const auto at = [&](auto d, std::ptrdiff_t x) {
-      auto classes = hn::Zero(d);
-      auto values = hn::Zero(d);
-      group(d, centres + x, classes, values);
-      hn::StoreU(classes, d, corners + x);
-      if (scores != nullptr) hn::StoreU(values, d, scores + x);
-    };
     const std::ptrdiff_t count = last - first;
     const hn::ScalableTag<std::uint8_t> d;
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     if (count < lanes) {
-      forVectors<std::uint8_t>(0, count, at);
+      forVectors<std::uint8_t>(0, count,
+                               [&](auto few, std::ptrdiff_t x) { detect(few, x, centres, corners, scores); });
       return;
     }
-    std::ptrdiff_t x = 0;
-    for (; x + lanes <= count; x += lanes) at(d, x);
-    if (x < count) at(d, count - lanes);  // Overlaps pixels that are done, and writes the same.
+    // The last vector overlaps pixels that are done, and writes the same.
+    for (std::ptrdiff_t x = 0; x < count; x += lanes)
+      detect(d, std::min(x, count - lanes), centres, corners, scores);
   }
 };
 

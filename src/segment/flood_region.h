@@ -92,7 +92,6 @@ class FloodRegion {
         Word bits = found_[y * rowWords_ + word];
         if (bits == 0) continue;
         const std::ptrdiff_t x = word * kWordPixels;
-        extent.area += std::popcount(bits);
         extent.left = std::min(extent.left, static_cast<std::int32_t>(x + std::countr_zero(bits)));
         extent.right = std::max(extent.right, static_cast<std::int32_t>(x + 63 - std::countl_zero(bits)));
         extent.top = std::min(extent.top, y);
@@ -101,6 +100,7 @@ class FloodRegion {
           const int first = std::countr_zero(bits);
           const int count = std::countr_one(bits >> first);
           Block::paint(row(image_, step_, y) + (x + first) * kChannels, count, pattern);
+          extent.area += count;
           bits &= bits + (bits & -bits);  // without its lowest run
         }
       }
@@ -190,8 +190,9 @@ class FloodRegion {
   }
 
   // Of the wanted pixels of the word from column x of row y on, those that pass against the ones `shift` columns
-  // further on in another row.
-  Word passed(std::ptrdiff_t y, std::ptrdiff_t otherY, std::ptrdiff_t x, std::ptrdiff_t shift, Word wanted) const {
+  // further on in another row. Inlined, as callers often know the shift or that none is wanted.
+  HWY_INLINE Word passed(std::ptrdiff_t y, std::ptrdiff_t otherY, std::ptrdiff_t x, std::ptrdiff_t shift,
+                         Word wanted) const {
     constexpr std::ptrdiff_t kPixels = Block::kPixels;
     if (wanted == 0) return 0;
     if (!Test::kNeighbours) shift = 0;
