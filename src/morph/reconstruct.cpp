@@ -83,6 +83,16 @@ struct Keys {
   }
 };
 
+// Of two keys of which nobody can foretell which it is: a branch on that would be mispredicted all the time.
+template <class Key>
+Key lesser(Key a, Key b) {
+  return __builtin_expect_with_probability(a < b, 1, 0.5) ? a : b;
+}
+template <class Key>
+Key greater(Key a, Key b) {
+  return __builtin_expect_with_probability(a > b, 1, 0.5) ? a : b;
+}
+
 // A row's columns first to last - 1.
 struct Columns {
   std::ptrdiff_t first;
@@ -196,7 +206,11 @@ class Reconstruction {
 
   void passDown() const {
     for (std::ptrdiff_t y = 0; y < height_; ++y) {
-      if (y > 0) lift(y, y - 1);
+      if (y == 0) {
+        lower(y);
+      } else {
+        lift(y, y - 1);
+      }
       spread<true, true>(y, {0, width_});
       spread<false, true>(y, {0, width_});
     }
@@ -249,12 +263,22 @@ class Reconstruction {
     if (last < columns.last && columns.first < columns.last) body(Single(), last);
   }
 
-  // Raises all of a row to what one beside it has; the mask is left to what follows.
+  // Raises all of a row to what one beside it has, and lowers it to the mask.
   void lift(std::ptrdiff_t y, std::ptrdiff_t from) const {
     Key* const here = values(y);
+    const Key* const limit = limits(y);
     const Key* const there = values(from);
     forColumns<kDiagonals>({0, width_}, [&](auto d, std::ptrdiff_t x) {
-      hn::StoreU(hn::Max(hn::LoadU(d, here + x), greatest<kDiagonals>(d, there, x)), d, here + x);
+      const auto raised = hn::Max(hn::LoadU(d, here + x), greatest<kDiagonals>(d, there, x));
+      hn::StoreU(hn::Min(raised, K::fromElements(d, limit + x)), d, here + x);
+    });
+  }
+
+  void lower(std::ptrdiff_t y) const {
+    Key* const here = values(y);
+    const Key* const limit = limits(y);
+    forVectors<Key>(0, width_, [&](auto d, std::ptrdiff_t x) {
+      hn::StoreU(hn::Min(hn::LoadU(d, here + x), K::fromElements(d, limit + x)), d, here + x);
     });
   }
 
@@ -278,9 +302,9 @@ class Reconstruction {
     return raised;
   }
 
-  // Lets values run along a row through all given columns, and further while they raise anything. Returns the
-  // columns extended by those. Under kFirst, values above the mask are lowered to it; later there are none, and
-  // that values never fall brings every call to an end, even one whose images overlap.
+  // Lets values run along a row through all given columns, and further while they raise anything; no value lies
+  // above the mask. Returns the columns extended by those. After the first passes, that values never fall brings
+  // every call to an end, even one whose images overlap.
   template <bool kRightwards, bool kFirst>
   Columns spread(std::ptrdiff_t y, Columns columns) const {
     // Two keys of 64 bits cost more side by side than one by one: their minima are not a single instruction.
@@ -297,18 +321,17 @@ class Reconstruction {
     const Key* const limit = limits(y);
     std::ptrdiff_t x = kRightwards ? columns.first : columns.last - 1;
     const std::ptrdiff_t before = x - kStep;
-    Key carry = before >= 0 && before < width_ ? here[before] : std::numeric_limits<Key>::lowest();
-    for (; x >= 0 && x < width_; x += kStep) {
+    const std::ptrdiff_t width = width_;
+    Key carry = before >= 0 && before < width ? here[before] : std::numeric_limits<Key>::lowest();
+    for (; x >= 0 && x < width; x += kStep) {
       const Key old = here[x];
       const Key high = K::fromElement(limit[x]);
-      // Two steps from `carry`, the last to be known, to the next one.
-      const Key low = kFirst ? std::min(old, high) : old;
-      carry = std::max(std::min(carry, high), low);
+      carry = greater(lesser(carry, high), old);
       if (!kFirst && carry == old && (kRightwards ? x >= columns.last : x < columns.first)) break;
       here[x] = carry;
-      columns = {std::min(columns.first, x), std::max(columns.last, x + 1)};
     }
-    return columns;
+    return kRightwards ? Columns{columns.first, std::max(columns.last, x)}
+                       : Columns{std::min(columns.first, x + 1), columns.last};
   }
 
   template <bool kRightwards, bool kFirst>

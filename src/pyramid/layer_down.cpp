@@ -20,6 +20,7 @@
 #include "pyramid/layer_sums.h"
 #include "pyramid/levels.h"
 #include "pyramid/pixel_pairs.h"
+#include "pyramid/sampling.h"
 #include "rvpcv/pyramid_layer.h"
 
 namespace rvp::n8 {
@@ -51,6 +52,7 @@ template <class T, int kChannels>
 struct Group {
   using Row = std::conditional_t<std::is_same_v<T, std::uint8_t>, std::int16_t,
                                  std::conditional_t<std::is_same_v<T, float>, float, std::int32_t>>;
+  using Sampler = RowSampler<Row, kChannels>;
 
   explicit Group(const Job<T>& job)
       : centre(job.state->kerSize / 2),
@@ -68,10 +70,8 @@ struct Group {
       if (sizeof(T) == 1 && kChannels > 1) pairs = layout.take(extended * kChannels + kPairSlack, sizeof(T));
     } else {
       filtered = layout.take(srcElements + kPairSlack, sizeof(Row));
-      places = layout.take(job.dstRoi.width, sizeof(std::int32_t));
-      if (kChannels == 1) turns = layout.take(job.dstRoi.width, 2 * sizeof(Row));
-      fractions = layout.take(job.dstRoi.width, sizeof(float));
       for (std::int64_t& at : sampled) at = layout.take(dstElements + kPairSlack, sizeof(float));
+      tables.take(layout, job.dstRoi.width, job.state->workBytes);
     }
   }
 
@@ -88,32 +88,14 @@ struct Group {
   std::int64_t source = 0;
   std::int64_t pairs = 0;
   std::int64_t filtered = 0;
-  std::int64_t places = 0;
-  std::int64_t turns = 0;
-  std::int64_t fractions = 0;
   std::int64_t sampled[2] = {};
-};
-
-// A place between two samples, of which there are `extent`.
-struct Sample {
-  std::ptrdiff_t index;
-  float fraction;
-  bool between;  // Whether there is a next sample.
-
-  Sample(std::ptrdiff_t i, float rate, std::ptrdiff_t extent) {
-    const float position = static_cast<float>(i) * rate;
-    const auto whole = static_cast<std::ptrdiff_t>(position);
-    fraction = position - static_cast<float>(whole);
-    index = std::min(whole, extent - 1);
-    between = index + 1 < extent;
-  }
+  typename Sampler::Tables tables;
 };
 
 template <int kChannels, class Sums>
 class Worker {
   using T = typename Sums::Src;
   using Row = typename Sums::Row;
-  using Work = typename Sums::Work;
 
  public:
   Worker(const Job<T>& job, const Group<T, kChannels>& group, const Sums& sums, std::uint8_t* memory)
@@ -121,25 +103,16 @@ class Worker {
         group_(group),
         sums_(sums),
         memory_(memory),
-        image_{job.src, job.srcStep, job.srcRoi, borderOf(rvpBorderMirror), nullptr} {}
+        image_{job.src, job.srcStep, job.srcRoi, borderOf(rvpBorderMirror), nullptr},
+        sampler_(group.tables, memory) {}
 
   void run(Slice slice) {
-    if (group_.halving) {
-      for (const std::ptrdiff_t y : slice) {
-        filterColumns(std::min<std::ptrdiff_t>(2 * y, job_.srcRoi.height - 1), [&](const auto& lines) {
-          storeColumns(sums_, group_.dstElements, lines, row(job_.dst, job_.dstStep, y));
-        });
-      }
-      return;
-    }
-    placeSamples();
+    if (!group_.halving) sampler_.place(job_.dstRoi.width, job_.state->rate, job_.srcRoi.width);
     for (const std::ptrdiff_t y : slice) {
-      const Sample sample(y, job_.state->rate, job_.srcRoi.height);
-      const float* first = sampledRow(sample.index);
-      if (sample.between) {
-        blendRows(first, sampledRow(sample.index + 1), sample.fraction, row(job_.dst, job_.dstStep, y));
+      if (group_.halving) {
+        halveRow(y);
       } else {
-        blendRows(first, first, 0, row(job_.dst, job_.dstStep, y));
+        resampleRow(y);
       }
     }
   }
@@ -149,11 +122,25 @@ class Worker {
   E* part(std::int64_t offset) const {
     return reinterpret_cast<E*>(memory_ + offset);
   }
+  T* dstRow(std::ptrdiff_t y) const { return row(job_.dst, job_.dstStep, y); }
   // A row's place in the ring. Both numbers are below 2^31, and a short division takes less time.
   std::ptrdiff_t slotOf(std::ptrdiff_t y) const {
     return static_cast<std::uint32_t>(y) % static_cast<std::uint32_t>(group_.slots);
   }
   Row* ringRow(std::ptrdiff_t slot) const { return part<Row>(slot * group_.ringStep); }
+
+  void halveRow(std::ptrdiff_t y) {
+    filterColumns(std::min<std::ptrdiff_t>(2 * y, job_.srcRoi.height - 1),
+                  [&](const auto& lines) { storeColumns(sums_, group_.dstElements, lines, dstRow(y)); });
+  }
+
+  // What does not lie between two rows is the first one; of integers, what lies on it is too.
+  void resampleRow(std::ptrdiff_t y) {
+    const Sample sample(y, job_.state->rate, job_.srcRoi.height);
+    const float* first = sampledRow(sample.index);
+    const bool between = sample.between && (std::is_same_v<T, float> || sample.fraction != 0);
+    blendRows(first, between ? sampledRow(sample.index + 1) : first, sample.fraction, dstRow(y));
+  }
 
   // Filters source row y along the row: what takes outside pixels from a copy with its border, and of long rows the
   // rest where it stands.
@@ -247,173 +234,18 @@ class Worker {
     }
   }
 
-  void placeSamples() {
-    for (std::ptrdiff_t x = 0; x < job_.dstRoi.width; ++x) {
-      const Sample sample(x, job_.state->rate, job_.srcRoi.width);
-      part<std::int32_t>(group_.places)[x] = static_cast<std::int32_t>(sample.index);
-      part<float>(group_.fractions)[x] = sample.fraction;
-      if (sample.between) betweenCount_ = x + 1;
-    }
-    if constexpr (kChannels == 1) placeTurns();
-  }
-
-  // For every kTurned pixels, where from the first one's place on their samples and the next ones stand, up to the
-  // first that lie too far apart, as they do from a rate of 2 on: of 16-bit samples pairs of bytes, of larger ones
-  // all samples and then all next ones.
-  void placeTurns() {
-    const std::int32_t* const places = part<std::int32_t>(group_.places);
-    auto* turns = part<Turn>(group_.turns);
-    for (std::ptrdiff_t x = 0; x + kTurned <= betweenCount_; x += kTurned) {
-      if (places[x + kTurned - 1] - places[x] > 2 * kTurned - 2) return;
-      for (std::ptrdiff_t i = 0; i < kTurned; ++i) {
-        const std::int32_t place = places[x + i] - places[x];
-        if constexpr (sizeof(Work) == 2) {
-          for (int byte = 0; byte < 4; ++byte) *turns++ = static_cast<Turn>(2 * place + byte);
-        } else {
-          turns[2 * x + i] = place;
-          turns[2 * x + kTurned + i] = place + 1;
-        }
-      }
-      turnedCount_ = x + kTurned;
-    }
-  }
-
-  // Filtered row y, resampled along the row. Integers are truncated, and exact as floats.
+  // Filtered row y, resampled along the row.
   const float* sampledRow(std::ptrdiff_t y) {
     float* const dst = part<float>(group_.sampled[y % 2]);
     if (sampledNumber_[y % 2] == y) return dst;
     sampledNumber_[y % 2] = y;
-    Work* const filtered = part<Work>(group_.filtered);
+    Row* const filtered = part<Row>(group_.filtered);
     filterColumns(y, [&](const auto& lines) {
       sums_.columns(group_.srcElements, lines,
                     [=](auto d, auto value, std::ptrdiff_t x) { hn::StoreU(value, d, filtered + x); });
     });
-    resample(filtered, dst);
+    sampler_.sample(filtered, dst);
     return dst;
-  }
-
-  // The value at a fraction of the way from one sample to the next; integers are truncated.
-  template <class D>
-  static hn::Vec<D> blend(D d, hn::Vec<D> fraction, hn::Vec<D> here, hn::Vec<D> next) {
-    const auto value = hn::Add(hn::Mul(fraction, next), hn::Mul(hn::Sub(hn::Set(d, 1.0F), fraction), here));
-    return std::is_same_v<Work, float> ? value : hn::ConvertTo(d, truncatedInt(value));
-  }
-  template <class D, class V>
-  static hn::Vec<D> asFloat(D d, V v) {
-    if constexpr (std::is_same_v<Work, float>) {
-      return v;
-    } else if constexpr (sizeof(Work) == 2) {
-      return hn::ConvertTo(d, hn::PromoteTo(hn::Rebind<std::int32_t, D>(), v));
-    } else {
-      return hn::ConvertTo(d, v);
-    }
-  }
-
-  // The same where each lane has both 16-bit samples, the earlier one below.
-  template <class D, class V>
-  static hn::Vec<D> blendPairs(D d, hn::Vec<D> fraction, V pairs) {
-    const hn::RebindToSigned<D> d32;
-    const hn::Repartition<std::int16_t, D> d16;
-    const auto both = hn::BitCast(d16, pairs);
-    // Times 1 and 0.
-    auto unused = hn::Zero(d32);
-    const auto here = hn::ReorderWidenMulAccumulate(d32, both, hn::BitCast(d16, hn::Set(d32, 1)), unused, unused);
-    return blend(d, fraction, hn::ConvertTo(d, here), hn::ConvertTo(d, hn::ShiftRight<16>(hn::BitCast(d32, both))));
-  }
-
-  // Resamples 16-bit samples by vectors as far as they go, and answers how many pixels that are. The samples of a
-  // vector of 16 bytes, which are those of one pixel or of kTurned, are put in pairs by one shuffle.
-  std::ptrdiff_t resamplePairs(const std::int16_t* filtered, float* dst) const {
-    const std::int32_t* const places = part<std::int32_t>(group_.places);
-    const float* const fractions = part<float>(group_.fractions);
-    const hn::ScalableTag<float> d;
-    const hn::Repartition<std::int16_t, decltype(d)> d16;
-    const hn::Repartition<std::uint8_t, decltype(d)> d8;
-    const hn::FixedTag<std::int16_t, 8> dPart;
-    constexpr std::ptrdiff_t kParts = kPartsOf<decltype(d)>;
-    constexpr std::ptrdiff_t kPixels = kChannels == 1 ? kTurned : 1;  // of each part
-    const auto samplesOf = [=](std::ptrdiff_t x) {
-      return hn::BitCast(d8, joined(d16, [=](std::ptrdiff_t i) {
-                           return hn::LoadU(dPart, filtered + std::ptrdiff_t{places[x + i * kPixels]} * kChannels);
-                         }));
-    };
-    std::ptrdiff_t x = 0;
-    if constexpr (kChannels == 1) {
-      const std::uint8_t* const turns = part<std::uint8_t>(group_.turns);
-      const std::ptrdiff_t last = turnedCount_ - kParts * kTurned;
-      for (; x <= last; x += kParts * kTurned) {
-        const auto pairs = hn::TableLookupBytes(samplesOf(x), hn::LoadU(d8, turns + 4 * x));
-        hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), pairs), d, dst + x);
-      }
-    } else {
-      alignas(16) static constexpr std::uint8_t kTurns[16] = {0, 1, 6, 7, 2, 3, 8, 9, 4, 5, 10, 11, 4, 5, 10, 11};
-      const auto turns = hn::LoadDup128(d8, kTurns);
-      const hn::FixedTag<float, 4> dPixel;
-      const std::ptrdiff_t last = betweenCount_ - kParts;
-      for (; x <= last; x += kParts) {
-        const auto pairs = hn::TableLookupBytes(samplesOf(x), turns);
-        const auto fraction = joined(d, [=](std::ptrdiff_t i) { return hn::Set(dPixel, fractions[x + i]); });
-        storeParts(d, blendPairs(d, fraction, pairs), [=](std::ptrdiff_t i) { return dst + (x + i) * kChannels; });
-      }
-    }
-    return x;
-  }
-
-  // The same for samples of 32 bits: a vector has those of kTurned pixels, and their next ones, among its lanes.
-  std::ptrdiff_t resampleLanes(const Work* filtered, float* dst) const {
-    const std::int32_t* const places = part<std::int32_t>(group_.places);
-    const Turn* const turns = part<Turn>(group_.turns);
-    const float* const fractions = part<float>(group_.fractions);
-    const hn::ScalableTag<float> d;
-    const hn::Rebind<Work, decltype(d)> dWork;
-    const hn::Rebind<Turn, decltype(d)> dTurn;
-    const auto turnedAt = [=](std::ptrdiff_t x) {
-      return hn::TableLookupLanes(hn::LoadU(dWork, filtered + places[x]),
-                                  hn::IndicesFromVec(dWork, hn::LoadU(dTurn, turns + 2 * x)));
-    };
-    const std::ptrdiff_t last = turnedCount_ - 2 * kTurned;
-    std::ptrdiff_t x = 0;
-    for (; x <= last; x += 2 * kTurned) {
-      const auto low = turnedAt(x);
-      const auto high = turnedAt(x + kTurned);
-      const auto here = asFloat(d, hn::ConcatLowerLower(dWork, high, low));
-      const auto next = asFloat(d, hn::ConcatUpperUpper(dWork, high, low));
-      hn::StoreU(blend(d, hn::LoadU(d, fractions + x), here, next), d, dst + x);
-    }
-    return x;
-  }
-
-  void resample(const Work* filtered, float* dst) const {
-    const std::int32_t* const places = part<std::int32_t>(group_.places);
-    const float* const fractions = part<float>(group_.fractions);
-    std::ptrdiff_t first = 0;
-    if constexpr (sizeof(Work) == 2) first = resamplePairs(filtered, dst);
-    if constexpr (kChannels == 3) {
-      // Three lanes of four; the fourth is written over by the next pixel.
-      const hn::CappedTag<float, 4> d;
-      const hn::Rebind<Work, decltype(d)> dWork;
-      for (std::ptrdiff_t x = first; x < betweenCount_; ++x) {
-        const Work* const at = filtered + std::ptrdiff_t{places[x]} * kChannels;
-        hn::StoreU(blend(d, hn::Set(d, fractions[x]), asFloat(d, hn::LoadU(dWork, at)),
-                         asFloat(d, hn::LoadU(dWork, at + kChannels))),
-                   d, dst + kChannels * x);
-      }
-    } else if constexpr (sizeof(Work) == 2) {
-      for (std::ptrdiff_t x = first; x < betweenCount_; ++x)
-        std::memcpy(dst + x, filtered + places[x], 2 * sizeof(Work));
-      forVectors<float>(first, betweenCount_, [&](auto d, std::ptrdiff_t x) {
-        hn::StoreU(blendPairs(d, hn::LoadU(d, fractions + x), hn::LoadU(d, dst + x)), d, dst + x);
-      });
-    } else {
-      first = resampleLanes(filtered, dst);
-      forVectors<float>(first, betweenCount_, [&](auto d, std::ptrdiff_t x) {
-        const auto samples = neighboursAt(hn::Rebind<Work, decltype(d)>(), filtered, places + x);
-        hn::StoreU(blend(d, hn::LoadU(d, fractions + x), asFloat(d, samples.here), asFloat(d, samples.next)), d,
-                   dst + x);
-      });
-    }
-    for (std::ptrdiff_t i = betweenCount_ * kChannels; i < group_.dstElements; ++i)
-      dst[i] = static_cast<float>(filtered[std::ptrdiff_t{places[i / kChannels]} * kChannels + i % kChannels]);
   }
 
   // A destination row between two resampled ones. A fraction of 0 with the same row twice copies it.
@@ -433,36 +265,31 @@ class Worker {
   // Stores what valueAt(d, x) gives, truncated where it is to be an integer.
   template <class Value>
   void storeRow(const Value& valueAt, T* dst) const {
-    coverWithVectors<Work>(group_.dstElements, [=](auto d, std::ptrdiff_t x) {
+    coverWithVectors<Row>(group_.dstElements, [=](auto d, std::ptrdiff_t x) {
       using D = decltype(d);
       const hn::Rebind<float, D> dFloat;
       if constexpr (std::is_same_v<T, float>) {
         storePixels(d, valueAt(d, x), dst + x);
-      } else if constexpr (sizeof(Work) == 4) {
+      } else if constexpr (sizeof(Row) == 4) {
         storePixels(d, truncatedInt(valueAt(dFloat, x)), dst + x);
       } else if constexpr (hn::MaxLanes(D()) >= 8) {
         const hn::Repartition<float, D> dHalf;
         const auto low = truncatedInt(valueAt(dHalf, x));
         const auto high = truncatedInt(valueAt(dHalf, x + static_cast<std::ptrdiff_t>(hn::Lanes(dHalf))));
-        storePixels(d, narrowPair<Work>(low, high), dst + x);
+        storePixels(d, narrowPair<Row>(low, high), dst + x);
       } else {
         storePixels(d, hn::DemoteTo(d, truncatedInt(valueAt(dFloat, x))), dst + x);
       }
     });
   }
 
-  // Two of 16 bytes, or of a vector's lanes, for each pixel.
-  static constexpr std::ptrdiff_t kTurned = sizeof(Work) == 2 ? 4 : hn::MaxLanes(hn::ScalableTag<float>()) / 2;
-  using Turn = std::conditional_t<sizeof(Work) == 2, std::uint8_t, std::int32_t>;
-
   const Job<T>& job_;
   const Group<T, kChannels>& group_;
   const Sums& sums_;
   std::uint8_t* memory_;
   ExtendedImage<T, kChannels> image_;
+  RowSampler<Row, kChannels> sampler_;
   std::ptrdiff_t nextRow_ = 0;
-  std::ptrdiff_t betweenCount_ = 0;
-  std::ptrdiff_t turnedCount_ = 0;
   std::ptrdiff_t sampledNumber_[2] = {-1, -1};
 };
 

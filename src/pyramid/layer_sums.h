@@ -93,7 +93,6 @@ template <int kTaps>
 struct ByteSums {
   using Src = std::uint8_t;
   using Row = std::int16_t;
-  using Work = std::int16_t;
   static constexpr int kLines = kTaps;
   static constexpr int kRowShift = 8;
   static constexpr int kColumnShift = 15;
@@ -196,21 +195,23 @@ hn::Vec<D> binomialSum(D, const Line& line) {
 struct BinomialByteSums {
   using Src = std::uint8_t;
   using Row = std::int16_t;
-  using Work = std::int16_t;
   static constexpr int kLines = 5;
 
   template <int kChannels>
-  void rows(const Src* source, const Src*, std::ptrdiff_t count, Row* dst) const {
+  void rows(const Src* source, const Src* next, std::ptrdiff_t count, Row* dst) const {
     const hn::ScalableTag<Row> d;
     const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
     if (kChannels > 1 || count < 2 * lanes) {
       const auto line = [=](int i) { return source + std::ptrdiff_t{i} * kChannels; };
-      coverWithVectors<Row>(count,
-                            [=](auto dRow, std::ptrdiff_t x) { hn::StoreU(sum(dRow, line, x), dRow, dst + x); });
+      coverWithVectors<Row>(count, [=](auto dRow, std::ptrdiff_t x) {
+        hwy::Prefetch(next + x);
+        hn::StoreU(sum(dRow, line, x), dRow, dst + x);
+      });
       return;
     }
     for (std::ptrdiff_t x = 0; x < count; x += 2 * lanes) {
       const std::ptrdiff_t at = std::min(x, count - 2 * lanes);
+      hwy::Prefetch(next + at);
       hn::StoreInterleaved2(pairSum<1>(d, source + at), pairSum<1>(d, source + at + 1), d, dst + at);
     }
   }
@@ -256,7 +257,6 @@ template <int kTaps>
 struct WordSums {
   using Src = std::uint16_t;
   using Row = std::int32_t;
-  using Work = std::int32_t;
   static constexpr int kLines = kTaps;
 
   const std::int16_t* kernel;
@@ -313,7 +313,6 @@ struct WordSums {
 struct BinomialWordSums {
   using Src = std::uint16_t;
   using Row = std::int32_t;
-  using Work = std::int32_t;
   static constexpr int kLines = 5;
 
   template <int kChannels>
@@ -390,7 +389,6 @@ template <int kTaps>
 struct FloatSums {
   using Src = float;
   using Row = float;
-  using Work = float;
   static constexpr int kLines = kTaps;
 
   const float* kernel;

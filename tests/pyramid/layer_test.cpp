@@ -309,6 +309,18 @@ TYPED_TEST(PyramidLayer, DownFollowsTheFormula) {
   });
 }
 
+// Of a low image a block has hardly more than the rows in use, so that not all tables may fit.
+TYPED_TEST(PyramidLayer, DownFitsTheBlockOfALowImage) {
+  unsigned turn = 0;
+  for (const float rate : {1.0009765625F, 1.3F, 2.1F}) {
+    for (const int height : {4, 6, 7, 20}) {
+      tryShape({1500, height, placingOf(turn), 2, turn},
+               [&](const Shape& shape) { checkDown<TypeParam>(shape, rate, kKernels[turn % 2], shape.size()); });
+      ++turn;
+    }
+  }
+}
+
 // One state from the full image to 1 x 1, also where the levels' sizes stand in its list.
 TYPED_TEST(PyramidLayer, DownServesAllLevelsOfAPyramid) {
   for (const float rate : {1.3F, 2.0F, 4.7F}) {
