@@ -399,8 +399,10 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
  *
  * **Window.** The offsets of an odd window reach from `-avgWindow / 2` to `avgWindow / 2`, of an even one from
  * `1 - avgWindow / 2` to `avgWindow / 2`. The time grows with the logarithm of `avgWindow`. No sum is carried from
- * pixel to pixel: a sum has at most `2.5 * log2(avgWindow) + 5` roundings in each direction, and NaN or infinity
- * reaches only the windows that contain it.
+ * pixel to pixel: each is made of the terms of its window alone, so that NaN or infinity reaches only the windows
+ * that contain it. A term is rounded into a sum at most `2.5 * log2(avgWindow) + 5` times along the row and
+ * `avgWindow - 1` times down the columns. The order of the additions down the columns of a window other than 1, 3
+ * and 5 follows from the row's number in the region modulo `avgWindow`.
  *
  * **Borders.** The mode is in the low three bits: ::rvpBorderConst, ::rvpBorderRepl, ::rvpBorderMirror or
  * ::rvpBorderInMem, with side flags; other bits count for nothing. The source is extended for the derivatives; then

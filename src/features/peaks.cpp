@@ -16,22 +16,18 @@
 namespace rvp::n8 {
 namespace {
 
-// The peaks among a group of lanes. Where the pixel is not positive, all values change places with their opposites,
-// for integers the complements, so that minima are maxima there.
-template <bool kSquare, class T, class D>
-hn::MFromD<D> peakMask(D d, const T* above, const T* centre, const T* below) {
+// Which of a group of lanes are extreme. Where the float is not positive, all values change places with their
+// opposites, so that minima are maxima there.
+template <bool kSquare, class D>
+hn::MFromD<D> extremeMask(D d, const float* above, const float* centre, const float* below) {
   const auto pixel = hn::LoadU(d, centre);
-  const auto mirror = [&] {
-    if constexpr (std::is_same_v<T, float>) {
-      return hn::IfThenZeroElse(hn::Gt(pixel, hn::Zero(d)), hn::SignBit(d));
-    } else {
-      return hn::VecFromMask(d, hn::Lt(pixel, hn::Set(d, 1)));
-    }
-  }();
-  const auto at = [&](const T* place) { return hn::Xor(hn::LoadU(d, place), mirror); };
+  const auto mirror = hn::IfThenZeroElse(hn::Gt(pixel, hn::Zero(d)), hn::SignBit(d));
+  const auto at = [&](const float* place) { return hn::Xor(hn::LoadU(d, place), mirror); };
   const auto v = hn::Xor(pixel, mirror);
   // Max gives its second argument where one is no number, so the order matters.
-  const auto line = [&](const T* middle) { return hn::Max(hn::Max(at(middle - 1), at(middle + 1)), at(middle)); };
+  const auto line = [&](const float* middle) {
+    return hn::Max(hn::Max(at(middle - 1), at(middle + 1)), at(middle));
+  };
   const auto greatest = [&] {
     if constexpr (kSquare) {
       return hn::Max(hn::Max(line(above), line(below)), line(centre));
@@ -39,12 +35,26 @@ hn::MFromD<D> peakMask(D d, const T* above, const T* centre, const T* below) {
       return hn::Max(hn::Max(at(above), at(below)), line(centre));
     }
   }();
-  if constexpr (std::is_same_v<T, float>) {
-    // As good as equal: no farther apart than the smallest normal number.
-    return hn::Le(hn::Abs(hn::Sub(v, greatest)), hn::Set(d, std::numeric_limits<float>::min()));
-  } else {
-    return hn::Eq(v, greatest);
-  }
+  // As good as equal: no farther apart than the smallest normal number.
+  return hn::Ge(hn::Sub(v, greatest), hn::Set(d, -std::numeric_limits<float>::min()));
+}
+
+// The same of integers, whose maximum costs several steps in the base variant: their greater neighbours are counted
+// where the pixel v is positive, and where it is not, those greater than v - 1, which must be all of them. The
+// least integer, of which v - 1 wraps, is no peak by its absolute value.
+template <bool kSquare, class D>
+hn::MFromD<D> extremeMask(D d, const std::int32_t* above, const std::int32_t* centre, const std::int32_t* below) {
+  const auto v = hn::LoadU(d, centre);
+  const auto notPositive = hn::VecFromMask(d, hn::Lt(v, hn::Set(d, 1)));
+  const auto limit = hn::Add(v, notPositive);
+  // A mask of all bits is -1.
+  const auto greater = [&](const std::int32_t* place) {
+    return hn::VecFromMask(d, hn::Gt(hn::LoadU(d, place), limit));
+  };
+  const auto beside = [&](const std::int32_t* middle) { return hn::Add(greater(middle - 1), greater(middle + 1)); };
+  auto count = hn::Add(hn::Add(greater(above), greater(below)), beside(centre));
+  if constexpr (kSquare) count = hn::Add(count, hn::Add(beside(above), beside(below)));
+  return hn::Eq(count, hn::And(notPositive, hn::Set(d, kSquare ? -8 : -4)));
 }
 
 // The list of the caller, which may fill up.
@@ -62,16 +72,19 @@ hn::MFromD<D> strongMask(D d, const T* centre, T threshold) {
 }
 
 // Where the next pixel with something to do lies is hard to foresee, so nothing branches on it: a stretch of the
-// row is sieved into the groups of lanes where a pixel passes the threshold, these into the groups with peaks.
+// row is sieved into the groups of lanes where a pixel passes the threshold, these into the groups with peaks. The
+// first sieve waits for memory, the second for the processor, so the second asks for what the first wants next:
+// where a row is strong, so, as a rule, is the next but one.
 template <bool kSquare, class T>
 void findInRow(const T* pSrc, int srcStep, std::ptrdiff_t y, std::ptrdiff_t first, std::ptrdiff_t last, T threshold,
-               PeakList& list) {
+               PeakList& allPeaks) {
+  PeakList list = allPeaks;  // A copy that nothing else can see stays in registers.
   const T* above = row(pSrc, srcStep, y - 1);
   const T* centre = row(pSrc, srcStep, y);
   const T* below = row(pSrc, srcStep, y + 1);
   const auto peakBits = [&](auto d, std::ptrdiff_t x) {
     const auto peaks =
-        hn::And(strongMask(d, centre + x, threshold), peakMask<kSquare>(d, above + x, centre + x, below + x));
+        hn::And(strongMask(d, centre + x, threshold), extremeMask<kSquare>(d, above + x, centre + x, below + x));
     std::uint8_t bits[8] = {};
     hn::StoreMaskBits(d, peaks, bits);
     return bits[0];
@@ -81,28 +94,32 @@ void findInRow(const T* pSrc, int srcStep, std::ptrdiff_t y, std::ptrdiff_t firs
       list.peaks[list.count++] = {static_cast<std::int32_t>(x + __builtin_ctz(bits)), static_cast<std::int32_t>(y)};
   };
   const hn::ScalableTag<T> d;
-  const auto lanes = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-  constexpr std::ptrdiff_t kMostGroups = 512;
-  std::uint16_t groups[kMostGroups];
-  std::uint8_t bits[kMostGroups];
+  constexpr std::ptrdiff_t kLanes = hn::MaxLanes(d), kMostPixels = 4096, kLine = kLineBytes / sizeof(T);
+  // Where the groups begin.
+  std::uint16_t groups[kMostPixels / kLanes];
+  std::uint8_t bits[kMostPixels / kLanes];
   std::ptrdiff_t x = first;
-  while (x + lanes <= last && !list.full()) {
-    const std::ptrdiff_t count = std::min((last - x) / lanes, kMostGroups);
+  while (x + kLanes <= last && !list.full()) {
+    const std::ptrdiff_t count = std::min((last - x) / kLanes * kLanes, kMostPixels);
     std::ptrdiff_t strong = 0;
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
+    for (std::ptrdiff_t i = 0; i < count; i += kLanes) {
+      if (i % kLine == 0) prefetch(below + x + i, 0);
       groups[strong] = static_cast<std::uint16_t>(i);
-      strong += hn::AllFalse(d, strongMask(d, centre + x + i * lanes, threshold)) ? 0 : 1;
+      strong += hn::AllFalse(d, strongMask(d, centre + x + i, threshold)) ? 0 : 1;
     }
     std::ptrdiff_t withPeaks = 0;
     for (std::ptrdiff_t i = 0; i < strong; ++i) {
+      const std::ptrdiff_t at = x + groups[i];
+      prefetch(below + at, static_cast<std::uintptr_t>(srcStep));
       groups[withPeaks] = groups[i];
-      bits[withPeaks] = peakBits(d, x + groups[i] * lanes);
+      bits[withPeaks] = peakBits(d, at);
       withPeaks += bits[withPeaks] == 0 ? 0 : 1;
     }
-    for (std::ptrdiff_t i = 0; i < withPeaks; ++i) add(x + groups[i] * lanes, bits[i]);
-    x += count * lanes;
+    for (std::ptrdiff_t i = 0; i < withPeaks; ++i) add(x + groups[i], bits[i]);
+    x += count;
   }
   forVectors<T>(x, last, [&](auto dRest, std::ptrdiff_t at) { add(at, peakBits(dRest, at)); });
+  allPeaks = list;
 }
 
 template <class T>

@@ -3,9 +3,8 @@
 //
 // No plane of products ever exists. The image is worked through in vertical strips; of each strip only as many rows
 // are kept as the window is high, summed along the row already, so that a pixel costs one sum along its row and one
-// down the columns. Every sum is made anew from its own window: nothing runs on from pixel to pixel, so that no
-// error adds up, NaN and infinity stay inside their windows, and the same neighbourhood gives the same bits
-// wherever in the image it lies.
+// down the columns. Every sum is made of the terms of its own window alone: nothing runs on from pixel to pixel, so
+// that no error adds up, and NaN and infinity stay inside their windows.
 #pragma once
 
 #include <algorithm>
@@ -190,11 +189,16 @@ class SmallWindow {
   alignas(kAlignment) float sums_[W::kCount][3 * kStrip];
 };
 
-// A window of any side, at a cost that grows with the logarithm of the side: sums of 3, 9, 27... neighbours are
-// built from three sums of a third as many, and a window is made of as many sums of each power as the digits of its
-// side to the base of three tell. Both along the rows and down the columns; of the rows of each power a ring is
-// kept. The largest power goes at least twice into the side, as one that goes once costs more than it saves, so
-// that the first digit may be up to 5.
+// A window of any side. Along a row its cost grows with the logarithm of the side: sums of 3, 9, 27... neighbours
+// are built from three sums of a third as many, and a window is made of as many sums of each power as the digits of
+// its side to the base of three tell. The largest power goes at least twice into the side, as one that goes once
+// costs more than it saves, so that the first digit may be up to 5.
+//
+// Down the columns it costs three additions a pixel, whatever the side. The rows are taken in blocks as high as the
+// window, so that a window is made of the last rows of one block and the first ones of the next: when a block is
+// complete, each of its rows becomes the sum from there to the block's end; the sum of the block that has begun
+// grows by each row. A term is thus rounded at most as often as the window has rows, less one. Which additions
+// those are follows from the row's number modulo the side.
 class LadderWindow {
  public:
   // `memory` has as many bytes as `bytes` tells.
@@ -202,7 +206,6 @@ class LadderWindow {
       : span_(span),
         top_(topOf(span.side())),
         strip_(stripOf(span.side(), width)),
-        stride_(toVectors(strip_)),
         line_(lineElements(span, strip_)) {
     auto* at = reinterpret_cast<float*>(alignedUp(memory, kAlignment));
     for (float*& plane : products_) {
@@ -211,18 +214,14 @@ class LadderWindow {
     }
     lines_ = at;
     at += top_ * line_;
-    sums_ = at;
-    at += 3 * stride_;
-    for (int k = 0; k <= top_; ++k) {
-      rings_[k] = at;
-      at += ringRows(k) * 3 * stride_;
-    }
+    begun_ = at;
+    ring_ = at + 3 * toVectors(strip_);
   }
 
   // Bytes of memory for a region of this width.
   static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
     const std::ptrdiff_t strip = stripOf(span.side(), width);
-    const std::ptrdiff_t rows = 1 + span.side() + topOf(span.side());
+    const std::ptrdiff_t rows = 1 + span.side();
     return kAlignment + std::int64_t{4} * ((3 + topOf(span.side())) * lineElements(span, strip)) +
            std::int64_t{12} * (rows * toVectors(strip));
   }
@@ -232,41 +231,43 @@ class LadderWindow {
   void enterStrip(std::ptrdiff_t x0, std::ptrdiff_t n) {
     first_ = x0;
     count_ = n;
+    stride_ = toVectors(n);
     entered_ = true;
   }
 
   struct Sums {
-    const float* first;
+    const float* toEnd;
+    const float* begun;
     std::ptrdiff_t stride;
 
     template <class D>
     HWY_INLINE hn::VFromD<D> at(D d, int plane, std::ptrdiff_t x) const {
-      return hn::LoadU(d, first + plane * stride + x);
+      return hn::Add(hn::LoadU(d, toEnd + plane * stride + x), hn::LoadU(d, begun + plane * stride + x));
     }
   };
 
   template <class Rows>
   Sums moveTo(std::ptrdiff_t y, const Rows& rows) {
-    if (entered_) begin_ = next_ = y - span_.before;
+    if (entered_) {
+      begin_ = next_ = y - span_.before;
+      std::fill_n(begun_, 3 * stride_, 0.0F);
+    }
     entered_ = false;
     for (; next_ <= y + span_.behind; ++next_) feed(next_, rows);
-    addWindow([&](int k, std::ptrdiff_t start) { return ringRow(k, y - span_.before + start); }, 3 * stride_,
-              sums_);
-    return {sums_, stride_};
+    // The window's first row stands where the next row will.
+    return {ringRow(next_), begun_, stride_};
   }
 
  private:
-  // Twice the 18th power is the last that is below 2^31.
-  static constexpr int kMostPowers = 19;
   // A pass adds the sums of two powers, so that one pass makes the sides up to 17.
   static constexpr int kMostParts = 7;
   static constexpr hn::ScalableTag<float> kVector{};
   static constexpr std::ptrdiff_t kLanes = hn::MaxLanes(kVector);
   static constexpr std::ptrdiff_t toVectors(std::ptrdiff_t elements) { return (elements + 7) & ~std::ptrdiff_t{7}; }
   // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh, and so narrow
-  // that much of the rings stays in the first cache.
+  // that the rows of a window stay in the second cache.
   static std::ptrdiff_t stripOf(std::ptrdiff_t side, std::ptrdiff_t width) {
-    return std::min(width, std::max<std::ptrdiff_t>(384, 4 * side));
+    return std::min(width, std::max<std::ptrdiff_t>(512, 4 * side));
   }
   // A row of products, where the strip's first column begins a vector, and a vector that a sum of whole vectors may
   // reach beyond it.
@@ -288,10 +289,7 @@ class LadderWindow {
     return static_cast<int>(k < top_ ? times % 3 : times);
   }
 
-  // Sums of 3^k rows are needed until they are the first third of a larger sum, 2 * 3^k rows later, or part of a
-  // window. All rings together have as many rows as the window, and one more for each power but the largest.
-  std::ptrdiff_t ringRows(int k) const { return k < top_ ? 2 * power(k) + 1 : span_.side() - power(k) + 1; }
-  float* ringRow(int k, std::ptrdiff_t y) const { return rings_[k] + (y - begin_) % ringRows(k) * 3 * stride_; }
+  float* ringRow(std::ptrdiff_t y) const { return ring_ + (y - begin_) % span_.side() * 3 * stride_; }
 
   // Adds up the parts, and what `sums` holds already where they go onto it, in whole vectors.
   template <int kParts = 1>
@@ -329,7 +327,7 @@ class LadderWindow {
 
   template <class Rows>
   void feed(std::ptrdiff_t y, const Rows& rows) {
-    float* sums = ringRow(0, y);
+    float* sums = ringRow(y);
     if (rows.isZero(y)) {
       std::fill_n(sums, 3 * stride_, 0.0F);
     } else {
@@ -342,13 +340,21 @@ class LadderWindow {
       for (int plane = 0; plane < 3; ++plane)
         sumAlong(products_[static_cast<std::size_t>(plane)] + margin - span_.before, sums + plane * stride_);
     }
-    for (int k = 0; k < top_; ++k) {
-      const std::ptrdiff_t first = y - power(k + 1) + 1;
-      if (first < begin_) return;
-      const std::ptrdiff_t p = power(k);
-      const float* const thirds[] = {ringRow(k, first), ringRow(k, first + p), ringRow(k, first + 2 * p)};
-      addParts(thirds, 3, false, 3 * stride_, ringRow(k + 1, first));
+    addToBlock(sums);
+  }
+
+  // Takes the row into its block, which it may complete.
+  void addToBlock(float* row) {
+    const std::ptrdiff_t n = 3 * stride_;
+    if (row != ring_ + (span_.side() - 1) * n) {
+      const float* const both[] = {begun_, row};
+      return addParts(both, 2, false, n, begun_);
     }
+    for (; row != ring_; row -= n) {
+      const float* const both[] = {row, row - n};
+      addParts(both, 2, false, n, row - n);
+    }
+    std::fill_n(begun_, n, 0.0F);
   }
 
   // Sums of each power of neighbours, and of them the sums of the windows. Lines have room for whole vectors at
@@ -363,21 +369,21 @@ class LadderWindow {
       n -= 2 * p;
       addParts(thirds, 3, false, n, lines_ + k * line_);
     }
-    addWindow([&](int k, std::ptrdiff_t start) { return neighbours(k) + start; }, count_, sums);
+    addWindow([&](int k, std::ptrdiff_t start) { return neighbours(k) + start; }, stride_, sums);
   }
 
   WindowSpan span_;
   int top_;
   std::ptrdiff_t strip_;
-  std::ptrdiff_t stride_;
   std::ptrdiff_t line_;
   std::array<float*, 3> products_{};
   float* lines_ = nullptr;
-  float* rings_[kMostPowers];
-  float* sums_ = nullptr;
+  float* begun_ = nullptr;
+  float* ring_ = nullptr;
   std::ptrdiff_t first_ = 0;
   std::ptrdiff_t count_ = 0;
-  // The first row fed in this strip, from which the rings count, and the next one.
+  std::ptrdiff_t stride_ = 0;
+  // The first row fed in this strip, from which the blocks count, and the next one.
   std::ptrdiff_t begin_ = 0;
   std::ptrdiff_t next_ = 0;
   bool entered_ = false;
