@@ -4,7 +4,8 @@
 //   L1    sum |a|          sum |a - b|          sum |a - b| / sum |b|
 //   L2    sqrt(sum a^2)    sqrt(sum (a-b)^2)    sqrt(sum (a-b)^2 / sum b^2)
 // Pixels that the mask leaves out are taken as zeros in all images, so that what stands there, NaN included, has no
-// part in the result. Of three channels one is picked out of the row, and then it is an image of one channel.
+// part in the result; long stretches of them are passed over, which gives the same. Of three channels one is picked
+// out of the row, and then it is an image of one channel.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -167,13 +168,16 @@ class RowMeasure {
   explicit RowMeasure(int channel) : reader_(channel) {}
 
   void addRow(const T* src1, const T* src2, const std::uint8_t* mask, std::ptrdiff_t width) {
-    const std::ptrdiff_t whole = width - width % kGroup<T>;
+    const std::ptrdiff_t whole = width - width % kBlock;
     for (std::ptrdiff_t x = 0; x < whole;) {
       const std::ptrdiff_t end = std::min(whole, x + kGroupsPerDrain * kGroup<T>);
-      for (; x < end; x += kGroup<T>) addGroup(src1 + kChannels * x, src2 + kSecond * x, mask + x);
+      for (; x < end; x += kBlock) {
+        if (anySelected(mask + x)) addGroups(src1 + kChannels * x, src2 + kSecond * x, mask + x, kBlock);
+      }
       drain();
     }
-    if (whole < width) addRest(src1 + kChannels * whole, src2 + kSecond * whole, mask + whole, width - whole);
+    addGroups(src1 + kChannels * whole, src2 + kSecond * whole, mask + whole, width - whole);
+    drain();
   }
 
   Partial result() const { return {value_.value(), kForm == Form::relative ? divisor_.value() : 0}; }
@@ -181,6 +185,19 @@ class RowMeasure {
  private:
   // Elements from a pixel of the second image to the next; an image that is not there is not walked through.
   static constexpr int kSecond = kForm == Form::norm ? 0 : kChannels;
+
+  // Pixels that are passed over where the mask selects none of them: a line of the caches, or a vector of the mask.
+  static constexpr auto kBlock =
+      static_cast<std::ptrdiff_t>(std::max(kLineBytes / sizeof(T), hn::MaxLanes(PixelTag<std::uint8_t>())));
+  static_assert(kBlock % kGroup<T> == 0);
+
+  static bool anySelected(const std::uint8_t* mask) {
+    const PixelTag<std::uint8_t> d;
+    constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+    auto any = hn::LoadU(d, mask);
+    for (std::ptrdiff_t x = kLanes; x < kBlock; x += kLanes) any = hn::Or(any, hn::LoadU(d, mask + x));
+    return !hn::AllTrue(d, hn::Eq(any, hn::Zero(d)));
+  }
 
   void addGroup(const T* src1, const T* src2, const std::uint8_t* mask) {
     constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(PixelTag<T>()));
@@ -198,6 +215,12 @@ class RowMeasure {
     }
   }
 
+  void addGroups(const T* src1, const T* src2, const std::uint8_t* mask, std::ptrdiff_t count) {
+    std::ptrdiff_t x = 0;
+    for (; x + kGroup<T> <= count; x += kGroup<T>) addGroup(src1 + kChannels * x, src2 + kSecond * x, mask + x);
+    if (x < count) addRest(src1 + kChannels * x, src2 + kSecond * x, mask + x, count - x);
+  }
+
   // Fewer pixels than a group: the rest of the group is not selected.
   void addRest(const T* src1, const T* src2, const std::uint8_t* mask, std::ptrdiff_t count) {
     std::array<T, kChannels * kGroup<T>> rest1{};
@@ -207,7 +230,6 @@ class RowMeasure {
     if constexpr (kForm != Form::norm) std::copy_n(src2, kChannels * count, rest2.data());
     std::copy_n(mask, count, restOfMask.data());
     addGroup(rest1.data(), rest2.data(), restOfMask.data());
-    drain();
   }
 
   void drain() {
