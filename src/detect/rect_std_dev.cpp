@@ -172,10 +172,11 @@ double scaleOf(int scaleFactor) {
 template <class Variance, class Root, class T, class Sqr, class Dst>
 void deviateRow(const Variance& variance, const Root& root, Corners<T> sums, Corners<Sqr> squares, Dst* dst,
                 std::ptrdiff_t width) {
-  constexpr std::ptrdiff_t kStretch = 64;
+  constexpr std::ptrdiff_t kStretch = 32;
   for (std::ptrdiff_t first = 0; first < width; first += kStretch) {
     prefetchLines(sums.lowest() + first, kStretch, kAheadBytes);
     prefetchLines(squares.lowest() + first, kStretch, kAheadBytes);
+    prefetchLines(dst + first, kStretch, kAheadBytes);
     const std::ptrdiff_t last = std::min(first + kStretch, width);
 #pragma omp simd
     for (std::ptrdiff_t x = first; x < last; ++x)
