@@ -165,6 +165,8 @@ class BitLines {
   static void combine(const Span* spans, std::ptrdiff_t count, std::ptrdiff_t columns, Word* line) {
     combineSpans<Lanes, LineEnd::padded>(spans, count, wordsOf(columns), line);
   }
+  // Lines of bits have combineFour alone.
+  static bool combineSixteen(Span, std::ptrdiff_t, Word*, std::ptrdiff_t, std::ptrdiff_t) { return false; }
   static void combineFour(Span from, std::ptrdiff_t apart, std::ptrdiff_t columns, Word* line, std::ptrdiff_t lines,
                           std::ptrdiff_t step) {
     const Span spans[] = {from, at(from, apart), at(from, 2 * apart), at(from, 3 * apart)};

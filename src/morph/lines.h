@@ -61,6 +61,10 @@ struct Dilation {
 // a whole vector more, and dst may lie anywhere before its operands.
 enum class LineEnd { exact, padded };
 
+// Bytes of a padded line behind its pixels: room for the widest vector. All variants keep the same, as the room
+// that lines take decides on the road, and that on the order of minima.
+constexpr std::ptrdiff_t kLinePadding = 32;
+
 // Vectors that are worked on side by side, to hide the latency of a chain of minima.
 constexpr int kLineVectors = 4;
 
@@ -226,6 +230,104 @@ void combineFourApart(const typename Lanes::Word* from, std::ptrdiff_t apart, st
   }
 }
 
+// Blocks of 16 bytes that come one after the other, each combined with what lies kBytes behind it. The block that
+// goes out is kDelay blocks older than the one that comes in. A vector of several blocks is as many such sequences.
+template <class Lanes, std::size_t kBytes>
+class CombinedBehind {
+ public:
+  using D = hn::ScalableTag<typename Lanes::Word>;
+  using V = hn::Vec<D>;
+  static constexpr std::size_t kBlock = 16;
+  static constexpr std::size_t kDelay = (kBytes + kBlock - 1) / kBlock;
+
+  HWY_INLINE V push(V next) {
+    constexpr std::size_t kShift = kBytes - (kDelay - 1) * kBlock;
+    V behind = next;
+    if constexpr (kShift < kBlock) behind = hn::CombineShiftRightBytes<kShift>(D(), next, held_[kDelay - 1]);
+    const V out = Lanes::of(held_[0], behind);
+    for (std::size_t i = 1; i < kDelay; ++i) held_[i - 1] = held_[i];
+    held_[kDelay - 1] = next;
+    return out;
+  }
+
+ private:
+  V held_[kDelay] = {};
+};
+
+// The minimum or maximum of kCount pixels of so many words, in the order of combineFourApart.
+template <class Lanes, std::ptrdiff_t kCount, class D>
+HWY_INLINE auto combinedPixels(D d, const typename Lanes::Word* from, std::ptrdiff_t words) {
+  if constexpr (kCount == 1) {
+    return hn::LoadU(d, from);
+  } else {
+    constexpr std::ptrdiff_t kHalf = kCount / 2;
+    return Lanes::of(combinedPixels<Lanes, kHalf>(d, from, words),
+                     combinedPixels<Lanes, kHalf>(d, from + kHalf * words, words));
+  }
+}
+
+// dst[x] = minimum or maximum of the 16 pixels of kBytes each that begin with from[x], for padded lines: what
+// combineFourApart gives in two passes. The line goes on for 15 pixels and its padding behind the n words. dst is
+// at most a padding before `from`.
+template <class Lanes, std::size_t kBytes>
+void combineSixteen(const typename Lanes::Word* from, std::ptrdiff_t n, typename Lanes::Word* dst) {
+  using Word = typename Lanes::Word;
+  using Block = CombinedBehind<Lanes, kBytes>;
+  constexpr hn::ScalableTag<Word> d;
+  constexpr hn::CappedTag<Word, Block::kBlock / sizeof(Word)> dBlock;
+  constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+  constexpr auto kBlockLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(dBlock));
+  constexpr std::ptrdiff_t kParts = kLanes / kBlockLanes;
+  constexpr auto kPixel = static_cast<std::ptrdiff_t>(kBytes / sizeof(Word));
+  constexpr auto kPadding = static_cast<std::ptrdiff_t>(kLinePadding / sizeof(Word));
+  constexpr std::ptrdiff_t kBehind = 15 * kPixel;
+
+  Block two;
+  CombinedBehind<Lanes, 2 * kBytes> four;
+  CombinedBehind<Lanes, 4 * kBytes> eight;
+  CombinedBehind<Lanes, 8 * kBytes> sixteen;
+  constexpr auto kDelay =
+      static_cast<std::ptrdiff_t>(two.kDelay + four.kDelay + eight.kDelay + sixteen.kDelay) * kBlockLanes;
+  const auto alone = [=](std::ptrdiff_t x, Word* out) {
+    hn::StoreU(combinedPixels<Lanes, 16>(d, from + x, kPixel), d, out);
+  };
+
+  // Each block of a vector walks through a part of the line. Loads go as far as the line does.
+  const std::ptrdiff_t part = std::min(n, n + kBehind + kPadding - kDelay) / kLanes * kBlockLanes;
+  // Of the first part's last windows the second part's first ones replace pixels: they are formed beforehand.
+  constexpr std::ptrdiff_t kSeam = kParts == 1 ? 0 : (kBehind + kPadding + kLanes - 1) / kLanes * kLanes;
+  std::ptrdiff_t done = 0;
+  if (part >= kSeam + kLanes) {
+    Word seam[kSeam + 1];
+    for (std::ptrdiff_t x = 0; x < kSeam; x += kLanes) alone(part - kSeam + x, seam + x);
+    const auto blocksAt = [=](std::ptrdiff_t x) {
+      if constexpr (kParts == 1) {
+        return hn::LoadU(d, from + x);
+      } else {
+        return hn::Combine(d, hn::LoadU(dBlock, from + part + x), hn::LoadU(dBlock, from + x));
+      }
+    };
+    const auto push = [&](std::ptrdiff_t x) { return sixteen.push(eight.push(four.push(two.push(blocksAt(x))))); };
+    const auto step = [&](std::ptrdiff_t x) {
+      const auto v = push(x + kDelay);
+      if constexpr (kParts == 1) {
+        hn::StoreU(v, d, dst + x);
+      } else {
+        hn::StoreU(hn::LowerHalf(dBlock, v), dBlock, dst + x);
+        hn::StoreU(hn::UpperHalf(dBlock, v), dBlock, dst + part + x);
+      }
+    };
+    for (std::ptrdiff_t x = 0; x < kDelay; x += kBlockLanes) push(x);
+    std::ptrdiff_t x = 0;
+    for (; x + kLineVectors * kBlockLanes <= part; x += kLineVectors * kBlockLanes)
+      for (std::ptrdiff_t i = 0; i < kLineVectors; ++i) step(x + i * kBlockLanes);
+    for (; x < part; x += kBlockLanes) step(x);
+    std::copy_n(seam, kSeam, dst + part - kSeam);
+    done = kParts * part;
+  }
+  for (; done < n; done += kLanes) alone(done, dst + done);
+}
+
 // Upper parts of windows, after van Herk: line i of `lines`, which are `step` words apart, gets the minima from row
 // i of `count` down to the last one and of what `below` has of the rows under it.
 template <class Lanes, LineEnd kEnd>
@@ -304,9 +406,7 @@ class PixelLines {
   static constexpr bool kRowsStay = true;
   // Strips of a line begin at a multiple of so many columns.
   static constexpr std::ptrdiff_t kStripUnit = 1;
-  // Words of a line beyond its pixels: room for the widest vector at its end. All variants keep the same, as the
-  // room that lines take decides on the road, and that on the order of minima.
-  static constexpr std::ptrdiff_t kPadding = std::ptrdiff_t{32} / sizeof(T);
+  static constexpr std::ptrdiff_t kPadding = kLinePadding / static_cast<std::ptrdiff_t>(sizeof(T));
   static_assert(kPadding >= static_cast<std::ptrdiff_t>(hn::MaxLanes(hn::ScalableTag<T>())));
 
   PixelLines(const ExtendedImage<T, kChannels>& image, T* dst, int dstStep)
@@ -365,6 +465,20 @@ class PixelLines {
       default:
         return combineFourApart<Lanes, 0>(from, words, n, line);
     }
+  }
+  // The same of sixteen spans, a column from each other, where that takes less than combineFour twice. Whether it
+  // has been done.
+  static bool combineSixteen(Span from, std::ptrdiff_t columns, Word* line, std::ptrdiff_t lines,
+                             std::ptrdiff_t step) {
+    // Of pixels of 4 bytes half the shifts are whole blocks. Other shifts pay where instructions keep their
+    // operands.
+    constexpr bool kThreeOperands = hn::MaxLanes(hn::ScalableTag<std::uint8_t>()) > 16;
+    if constexpr (kPixelBytes == 4 || (kPixelBytes < 4 && kThreeOperands)) {
+      if (from - line > kPadding) return false;
+      n8::combineSixteen<Lanes, kPixelBytes>(from, (lines - 1) * step + columns * kChannels, line);
+      return true;
+    }
+    return false;
   }
   // See collectUpwards and collectDownwards.
   static void collectUp(Span below, const Span* rows, std::ptrdiff_t count, std::ptrdiff_t columns, Word* lines,

@@ -64,6 +64,10 @@ std::ptrdiff_t slide(typename Lines::Span from, typename Lines::Word* line, std:
                      std::ptrdiff_t step = 0) {
   constexpr std::ptrdiff_t kAtOnce = 4;
   std::ptrdiff_t have = 1;
+  if (window > 16 && Lines::combineSixteen(from, columns + window - 16, line, lines, step)) {
+    from = Lines::at(line, 0);
+    have = 16;
+  }
   while (window > kAtOnce * have && window > kSlideSpans) {
     Lines::combineFour(from, have, columns + window - kAtOnce * have, line, lines, step);
     from = Lines::at(line, 0);
