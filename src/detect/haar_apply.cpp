@@ -18,6 +18,7 @@
 
 #include "detect/haar_state.h"
 #include "detect/tables.h"
+#include "frame/bits.h"
 #include "frame/checks.h"
 #include "frame/simd.h"
 #include "frame/views.h"
@@ -247,7 +248,7 @@ int applyRow(const Stage<Value>& stage, const Row& tables, const Value* norm, st
       const unsigned due = selection(mask + first) & (~0U << static_cast<unsigned>(x - first));
       const unsigned failed = failures<Arithmetic, false>(stage, tables, norm, first);
       for (unsigned clear = due & failed; clear != 0; clear &= clear - 1) mask[first + std::countr_zero(clear)] = 0;
-      positive += std::popcount(due & ~failed);
+      positive += bitCount(due & ~failed);
       x = first + kLanes;
     }
   }

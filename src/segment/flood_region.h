@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/bits.h"
 #include "frame/views.h"
 #include "rvpcv/types.h"
 #include "segment/flood_block.h"
@@ -76,7 +77,7 @@ class FloodRegion {
       Word before = 0;
       for (std::ptrdiff_t word = 0; word < rowWords_; ++word) {
         const Word bits = found_[y * rowWords_ + word];
-        count += std::popcount(bits & ~(bits << 1 | before >> 63));
+        count += bitCount(bits & ~(bits << 1 | before >> 63));
         before = bits;
       }
     }

@@ -12,6 +12,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "frame/bits.h"
 #include "frame/checks.h"
 #include "frame/simd.h"
 #include "frame/views.h"
@@ -52,29 +53,60 @@ struct Ranks {
 };
 constexpr Ranks kRanks;
 
+// The same for vectors of four labels, as the base instructions shuffle and choose: for each pattern of four starts
+// the places of the labels' bytes, and for each pattern of four set columns a mask.
+struct Quads {
+  alignas(16) std::uint8_t places[16][16] = {};
+  alignas(16) std::int32_t masks[16][4] = {};
+  constexpr Quads() {
+    for (unsigned bits = 0; bits < 16; ++bits) {
+      for (unsigned lane = 0; lane < 4; ++lane) {
+        // No two starts are neighbours, so that no rank in use is larger.
+        const int rank = std::min(std::popcount(bits & ((2U << lane) - 1)), 3);
+        for (unsigned byte = 0; byte < 4; ++byte)
+          places[bits][4 * lane + byte] = static_cast<std::uint8_t>(4 * rank + static_cast<int>(byte));
+        masks[bits][lane] = (bits >> lane & 1) != 0 ? -1 : 0;
+      }
+    }
+  }
+};
+constexpr Quads kQuads;
+
+// The labels of a vector's columns, of which `set` are in runs: `label` holds that of the run before, and those of
+// the runs that start here stand behind it.
+template <class D>
+HWY_INLINE hn::Vec<D> labelsOfColumns(D d, const std::int32_t* label, Word starts, Word set) {
+  const auto labels = hn::LoadU(d, label);
+  if constexpr (hn::MaxLanes(d) == 4) {
+    const hn::Repartition<std::uint8_t, D> dBytes;
+    const auto picked = hn::TableLookupBytes(hn::BitCast(dBytes, labels), hn::Load(dBytes, kQuads.places[starts]));
+    return hn::And(hn::BitCast(d, picked), hn::Load(d, kQuads.masks[set]));
+  } else {
+    const hn::Rebind<std::uint8_t, D> dRank;
+    const auto index = hn::IndicesFromVec(d, hn::PromoteTo(d, hn::LoadU(dRank, kRanks.ofByte[starts])));
+    std::uint8_t bits[sizeof set];
+    std::memcpy(bits, &set, sizeof set);
+    return hn::IfThenElseZero(hn::LoadMaskBits(d, bits), hn::TableLookupLanes(labels, index));
+  }
+}
+
 // Writes the columns of a whole word, many of which begin or end a run: each one's label is picked by its rank
 // among the starts from the labels of the runs here, which stand behind that of the run before. Reads up to eight
 // labels beyond the last run's.
 template <class Dst>
 void writeManyRuns(Dst* pixels, Word word, Word starts, const std::int32_t* label) {
   const hn::CappedTag<std::int32_t, 8> d;
-  const hn::Rebind<std::uint8_t, decltype(d)> dRank;
   const hn::Rebind<Dst, decltype(d)> dDst;
   constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
   constexpr Word kGroup = (Word{1} << kLanes) - 1;
   for (std::ptrdiff_t x = 0; x < kWordColumns; x += kLanes, word >>= kLanes, starts >>= kLanes) {
-    const std::uint8_t* const ranks = kRanks.ofByte[starts & kGroup];
-    const auto index = hn::IndicesFromVec(d, hn::PromoteTo(d, hn::LoadU(dRank, ranks)));
-    const auto labels = hn::TableLookupLanes(hn::LoadU(d, label - 1), index);
-    std::uint8_t bits[sizeof word];
-    std::memcpy(bits, &word, sizeof word);
-    const auto values = hn::IfThenElseZero(hn::LoadMaskBits(d, bits), labels);
+    const auto values = labelsOfColumns(d, label - 1, starts & kGroup, word & kGroup);
     if constexpr (std::is_same_v<Dst, std::int32_t>) {
       hn::StoreU(values, d, pixels + x);
     } else {
       hn::StoreU(hn::DemoteTo(dDst, values), dDst, pixels + x);
     }
-    label += ranks[kLanes - 1];
+    label += kRanks.ofByte[starts & kGroup][kLanes - 1];
   }
 }
 
@@ -153,8 +185,8 @@ class Labelling {
       const Word startsAbove = above & ~aboveBefore;
       Word links = here & above & ~(before & aboveBefore);
       if (kDiagonals) links |= (starts & aboveBefore & ~above) | (startsAbove & before & ~here);
-      const int runs = std::popcount(starts);
-      const std::int32_t lastAbove = runAbove + std::popcount(startsAbove);
+      const int runs = bitCount(starts);
+      const std::int32_t lastAbove = runAbove + bitCount(startsAbove);
       const Word touching = kDiagonals ? above | aboveBefore : above;
       // Patterns of many runs, each of which touches one above where it starts, are mostly a single region.
       if (runs < kManyRuns || (starts & ~touching) != 0 ||
@@ -189,10 +221,10 @@ class Labelling {
       Word changes = word ^ before;
       carry = word >> (kWordColumns - 1);
       const std::ptrdiff_t wordStart = w * kWordColumns;
-      if (wordStart + kWordColumns <= width && std::popcount(changes) >= kManyChanges) {
+      if (wordStart + kWordColumns <= width && bitCount(changes) >= kManyChanges) {
         fillRoughly(pixels, first, wordStart, width, value);
         writeManyRuns(pixels + wordStart, word, starts, label);
-        label += std::popcount(starts);
+        label += bitCount(starts);
         first = wordStart + kWordColumns;
         value = carry != 0 ? static_cast<Dst>(label[-1]) : Dst{0};
         continue;

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/bits.h"
 #include "frame/simd.h"
 
 namespace rvp::n8 {
@@ -61,7 +62,7 @@ class RunForest {
   // Adds the runs that start in a word of a row, each a region of its own.
   void add(Word starts) {
     std::int32_t* const parents = parents_ + count_;
-    const int runs = std::popcount(starts);
+    const int runs = bitCount(starts);
     for (int i = 0; i < runs; ++i) parents[i] = count_ + i;
     count_ += runs;
   }
@@ -72,7 +73,9 @@ class RunForest {
     if (first < 0) return false;
     const std::int32_t parent = parents_[other];
     bool one = true;
-    for (std::int32_t run = first; run <= last; ++run) one &= parents_[run] == parent;
+    forVectors<std::int32_t>(first, std::ptrdiff_t{last} + 1, [&](auto d, std::ptrdiff_t run) {
+      one &= hn::AllTrue(d, hn::Eq(hn::LoadU(d, parents_ + run), hn::Set(d, parent)));
+    });
     if (!one) return false;
     for (int i = 0; i < runs; ++i) parents_[count_ + i] = parent;
     count_ += runs;
@@ -84,7 +87,7 @@ class RunForest {
   void join(Word links, Word starts, Word startsAbove, std::int32_t run, std::int32_t above) {
     for (; links != 0; links &= links - 1) {
       const Word upToHere = links ^ (links - 1);
-      connect(run + std::popcount(starts & upToHere), above + std::popcount(startsAbove & upToHere));
+      connect(run + bitCount(starts & upToHere), above + bitCount(startsAbove & upToHere));
     }
   }
 
@@ -97,7 +100,12 @@ class RunForest {
       const auto first = static_cast<std::int32_t>(at);
       const auto parents = hn::LoadU(d, parents_ + first);
       if (hn::AllTrue(d, hn::Lt(parents, hn::Set(d, first)))) {
-        hn::StoreU(hn::GatherIndex(d, parents_, parents), d, parents_ + first);
+        // Neighbours often have one parent.
+        const std::int32_t parent = parents_[first];
+        const auto values = hn::AllTrue(d, hn::Eq(parents, hn::Set(d, parent)))
+                                ? hn::Set(d, parents_[parent])
+                                : hn::GatherIndex(d, parents_, parents);
+        hn::StoreU(values, d, parents_ + first);
         return;
       }
       for (std::int32_t run = first; run < first + static_cast<std::int32_t>(hn::Lanes(d)); ++run) {

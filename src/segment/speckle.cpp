@@ -12,6 +12,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/bits.h"
 #include "frame/checks.h"
 #include "frame/simd.h"
 #include "frame/views.h"
@@ -150,8 +151,8 @@ class SpeckleMarking {
       const Word links = down & ~((down << 1 | carryDown) & ~starts & ~startsAbove);
       addRuns(starts, isVoid, first);
       forest_.join(links, starts, startsAbove, run, runAbove);
-      run += std::popcount(starts);
-      runAbove += std::popcount(startsAbove);
+      run += bitCount(starts);
+      runAbove += bitCount(startsAbove);
       startsAbove_[w] = starts;
       voidAbove_[w] = isVoid;
       carryVoid = isVoid >> (kWordColumns - 1);
