@@ -398,11 +398,14 @@ RVP_API RvpStatus rvpiEigenValsVecsBorder_32f_C1R(const float* pSrc, int srcStep
  * the one below.
  *
  * **Window.** The offsets of an odd window reach from `-avgWindow / 2` to `avgWindow / 2`, of an even one from
- * `1 - avgWindow / 2` to `avgWindow / 2`. The time grows with the logarithm of `avgWindow`. No sum is carried from
- * pixel to pixel: each is made of the terms of its window alone, so that NaN or infinity reaches only the windows
- * that contain it. A term is rounded into a sum at most `2.5 * log2(avgWindow) + 5` times along the row and
+ * `1 - avgWindow / 2` to `avgWindow / 2`. The time grows with the logarithm of `avgWindow`.
+ *
+ * **Sums.** Sums of floats are made of the terms of their window alone, so that NaN or infinity reaches only the
+ * windows that contain it. A term is rounded into a sum at most `2.5 * log2(avgWindow) + 5` times along the row and
  * `avgWindow - 1` times down the columns. The order of the additions down the columns of a window other than 1, 3
- * and 5 follows from the row's number in the region modulo `avgWindow`.
+ * and 5 follows from the row's number in the region. Of bytes, such windows are summed exactly and rounded to float
+ * once as long as `avgWindow^2 * m^2` is below 2^31, where `m` is the largest derivative: up to 45 for Sobel 3x3 (m
+ * is 1020), 11 for Scharr (4080) and 181 for the central difference (255).
  *
  * **Borders.** The mode is in the low three bits: ::rvpBorderConst, ::rvpBorderRepl, ::rvpBorderMirror or
  * ::rvpBorderInMem, with side flags; other bits count for nothing. The source is extended for the derivatives; then

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "features/large_windows.h"
 #include "features/structure_tensor.h"
 #include "frame/checks.h"
 #include "rvpcv/features.h"
@@ -49,7 +50,14 @@ void cornerTensors(const ExtendedImage<Src, 1>& image, int avgWindow, std::uint8
     SmallWindow<Weights<1, 1, 1, 1, 1>> window;
     run(window);
   } else {
-    LadderWindow window(windowSpan(avgWindow), image.size.width, pBuffer);
+    const WindowSpan span = windowSpan(avgWindow);
+    if constexpr (std::is_same_v<Src, std::uint8_t>) {
+      if (avgWindow <= RunningWindow::mostSide(Kernel::largestOfBytes())) {
+        RunningWindow window(span, image.size.width, pBuffer);
+        return run(window);
+      }
+    }
+    GroupedWindow window(span, image.size.width, pBuffer);
     run(window);
   }
 }

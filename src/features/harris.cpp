@@ -88,7 +88,9 @@ std::int64_t cornerBufferBytes(RvpiSize size, RvpiMaskSize maskSize, int avgWind
       inOnePiece ? need(width, height)
                  : std::max({need(width, behind), need(behind, height), need(tileWidth, tileHeight)});
   // Nor can the rings pass 63 bits where the planes, of more rows and columns, do not pass 31.
-  return planes > INT32_MAX ? planes : std::max(planes, LadderWindow::bytes(span, size.width));
+  if (planes > INT32_MAX) return planes;
+  const std::int64_t sums = GroupedWindow::bytes(span, size.width);
+  return std::max({planes, sums, elementBytes == 1 ? RunningWindow::bytes(span, size.width) : 0});
 }
 
 }  // namespace rvp::n8

@@ -25,6 +25,14 @@ struct DerivativeKernel {
   using X = XWeights;
   using Y = YWeights;
   static constexpr int kRadius = Smooth::kCentre;
+
+  // What no derivative of bytes passes in magnitude.
+  static constexpr int largestOfBytes() {
+    int smooth = 0, rise = 0;
+    for (int weight : Smooth::kAt) smooth += weight;
+    for (int weight : X::kAt) rise += std::max(weight, 0);
+    return 255 * smooth * rise;
+  }
 };
 
 // Right minus left, and below minus above.

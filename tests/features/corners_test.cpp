@@ -14,10 +14,10 @@ struct Options {
   int filter, mask, window;
 };
 constexpr Options kOptions[] = {
-    {rvpFilterSobel, 33, 1},  {rvpFilterSobel, 33, 3},  {rvpFilterSobel, 55, 5},
-    {rvpFilterScharr, 33, 2}, {rvpFilterScharr, 33, 3}, {rvpFilterCentralDifference, 33, 4},
-    {rvpFilterSobel, 33, 7},  {rvpFilterSobel, 55, 8},  {rvpFilterCentralDifference, 33, 15},
-    {rvpFilterSobel, 33, 26}};
+    {rvpFilterSobel, 33, 1},  {rvpFilterSobel, 33, 3},   {rvpFilterSobel, 55, 5},
+    {rvpFilterScharr, 33, 2}, {rvpFilterScharr, 33, 3},  {rvpFilterCentralDifference, 33, 4},
+    {rvpFilterSobel, 33, 7},  {rvpFilterSobel, 55, 8},   {rvpFilterCentralDifference, 33, 15},
+    {rvpFilterSobel, 33, 26}, {rvpFilterScharr, 33, 12}, {rvpFilterSobel, 33, 53}};
 
 // The means of the three products around each pixel.
 template <class T>
