@@ -15,6 +15,9 @@
 
 namespace rvp::n8 {
 
+// Of dx * dx, dx * dy and dy * dy.
+constexpr std::ptrdiff_t kPlanes = 3;
+
 // Wide enough that the columns beside a strip, which neighbouring strips read too, do not weigh, and so narrow that
 // most of what a window needs stays in the first cache.
 inline std::ptrdiff_t stripOf(WindowSpan span, std::ptrdiff_t width) {
@@ -59,15 +62,14 @@ class GroupedWindow {
     for (std::ptrdiff_t group = 0; y < end; ++group, y += kGroup) {
       for (int i = 0; i < kGroup; ++i) takeRow(i, y + i, begin <= y + i && y + i < end, rows);
       const std::ptrdiff_t out = y - shape_.span.behind;
-      merge(group, {out, out < slice.first ? out : std::min<std::ptrdiff_t>(out + kGroup, slice.last)}, finish);
+      merge(group, {out, out < slice.first ? out : std::min(out + kGroup, slice.last)}, finish);
       endGroup(group);
     }
   }
 
  private:
   using Ladder = RowLadder<float>;
-  static constexpr int kPlanes = 3;
-  static constexpr int kGroup = 3;
+  static constexpr std::ptrdiff_t kGroup = 3;
 
   // What follows from the window's side and the region's width.
   struct Shape {
@@ -251,7 +253,6 @@ class RunningWindow {
 
  private:
   using Ladder = RowLadder<std::int32_t>;
-  static constexpr int kPlanes = 3;
 
   struct Shape {
     Shape(WindowSpan window, std::ptrdiff_t width)
