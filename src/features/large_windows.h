@@ -41,7 +41,7 @@ class GroupedWindow {
   static std::int64_t bytes(WindowSpan span, std::ptrdiff_t width) {
     const Shape shape(span, width);
     return kAlignment + std::int64_t{4} * (kGroup * kPlanes * shape.ladder.block() +
-                                           shape.keptSums() * kPlanes * Ladder::toVectors(shape.strip));
+                                           shape.sums() * kPlanes * Ladder::toVectors(shape.strip));
   }
 
   std::ptrdiff_t strip() const { return shape_.strip; }
@@ -53,17 +53,20 @@ class GroupedWindow {
     count_ = n;
     plane_ = Ladder::toVectors(n);
     toEnd_ = begun_ + kPlanes * plane_;
-    groups_ = toEnd_ + std::max<std::ptrdiff_t>(shape_.between(), 1) * kPlanes * plane_;
-    std::fill_n(begun_, shape_.keptSums() * kPlanes * plane_, 0.0F);
+    kept_ = toEnd_ + std::max<std::ptrdiff_t>(shape_.between(), 1) * kPlanes * plane_;
+    windows_ = kept_ + shape_.slots() * shape_.kinds() * kPlanes * plane_;
+    std::fill_n(begun_, shape_.sums() * kPlanes * plane_, 0.0F);
     // The first row's window ends with a group's first row. What a group has of rows before it is in no sum.
     const std::ptrdiff_t begin = slice.first - shape_.span.before;
     const std::ptrdiff_t end = slice.last + shape_.span.behind;
     std::ptrdiff_t y = begin - (kGroup - (shape_.span.side() - 1) % kGroup) % kGroup;
     for (std::ptrdiff_t group = 0; y < end; ++group, y += kGroup) {
       for (int i = 0; i < kGroup; ++i) takeRow(i, y + i, begin <= y + i && y + i < end, rows);
-      const std::ptrdiff_t out = y - shape_.span.behind;
-      merge(group, {out, out < slice.first ? out : std::min(out + kGroup, slice.last)}, finish);
+      merge(group);
       endGroup(group);
+      const std::ptrdiff_t out = y - shape_.span.behind;
+      for (std::ptrdiff_t i = 0; i < kGroup; ++i)
+        if (slice.first <= out && out + i < slice.last) finishRow(i, out + i, finish);
     }
   }
 
@@ -87,7 +90,8 @@ class GroupedWindow {
     // Groups of which something is kept, and how many sums of each.
     std::ptrdiff_t slots() const { return groups() + (rest() == 2 ? 1 : 0); }
     std::ptrdiff_t kinds() const { return rest() == 0 ? 2 : 3; }
-    std::ptrdiff_t keptSums() const { return 1 + std::max<std::ptrdiff_t>(between(), 1) + kinds() * slots(); }
+    // Rows of sums in memory.
+    std::ptrdiff_t sums() const { return 1 + std::max<std::ptrdiff_t>(between(), 1) + kinds() * slots() + kGroup; }
 
     WindowSpan span;
     std::ptrdiff_t strip;
@@ -113,73 +117,83 @@ class GroupedWindow {
     for (int plane = 0; plane < kPlanes; ++plane) shape_.ladder.climb(linesOf(i, plane), count_);
   }
 
-  // The sums that are kept of a group: of its last two rows, of the last one, and of all.
-  struct Kept {
-    float* lastTwo;
-    float* last;
-    float* all;
-  };
-  Kept keptOf(std::ptrdiff_t group) const {
-    float* const at = groups_ + group % shape_.slots() * shape_.kinds() * kPlanes * plane_;
-    return {at, at + kPlanes * plane_, at + 2 * kPlanes * plane_};
+  float* keptOf(std::ptrdiff_t group) const {
+    return kept_ + group % shape_.slots() * shape_.kinds() * kPlanes * plane_;
   }
   float* toEndOf(std::ptrdiff_t group) const {
     return toEnd_ + group % std::max<std::ptrdiff_t>(shape_.between(), 1) * kPlanes * plane_;
   }
 
-  // Finishes the windows that end with the first, second and third row of the present group, as far as their rows
-  // are wanted, and keeps what later windows need.
-  template <class Finish>
-  void merge(std::ptrdiff_t group, Slice out, const Finish& finish) const {
-    const std::ptrdiff_t block = shape_.ladder.block(), planeStep = plane_, x0 = first_;
+  // Sums the windows that end with the first, second and third row of the present group, and keeps what later
+  // windows need. What is made of one vector of columns stands side by side: the three windows, and what is kept of
+  // a group, the sums of its last two rows, of its last one and of all.
+  void merge(std::ptrdiff_t group) const {
+    const std::ptrdiff_t row = kPlanes * shape_.ladder.block(), kinds = shape_.kinds();
     // A window of two rows has no whole group.
     const bool pair = shape_.groups() == 0;
     const std::ptrdiff_t rest = shape_.rest();
-    const Kept now = keptOf(group), old = keptOf(group - shape_.groups() + shape_.slots());
-    float* const toEnd = toEndOf(group);
-    float* const begun = begun_;
-    shape_.ladder.useParts(lines_, [&](const auto parts) {
-      const Finish put = finish;
-      forVectors<float>(0, count_, [&](auto d, std::ptrdiff_t x) {
-        using V = hn::VFromD<decltype(d)>;
-        V windows[kGroup][kPlanes];
-        for (int plane = 0; plane < kPlanes; ++plane) {
-          const auto alongRow = [&](int row) {
-            return Ladder::sumAt(d, parts, (row * kPlanes + plane) * block + x);
+    for (int plane = 0; plane < kPlanes; ++plane) {
+      const std::ptrdiff_t offset = plane * plane_;
+      float* const windows = windows_ + kGroup * offset;
+      float* const now = keptOf(group) + kinds * offset;
+      const float* const old = keptOf(group - shape_.groups() + shape_.slots()) + kinds * offset;
+      float *const toEnd = toEndOf(group) + offset, *const begun = begun_ + offset;
+      shape_.ladder.useParts(linesOf(0, plane), [=, this](const auto parts) {
+        forVectors<float>(0, count_, [=](auto d, std::ptrdiff_t x) {
+          using V = hn::VFromD<decltype(d)>;
+          constexpr auto kLanes = static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+          const auto keep = [=](std::ptrdiff_t kind, V sums) {
+            hn::StoreU(sums, d, now + kinds * x + kind * kLanes);
           };
-          const std::ptrdiff_t at = plane * planeStep + x;
-          const auto load = [&](const float* line) { return hn::LoadU(d, line + at); };
-          const V row0 = alongRow(0), row1 = alongRow(1), row2 = alongRow(2);
+          const auto kept = [=](const float* from, std::ptrdiff_t kind) {
+            return hn::LoadU(d, from + kinds * x + kind * kLanes);
+          };
+          const auto put = [=](std::ptrdiff_t i, V sums) {
+            hn::StoreU(sums, d, windows + kGroup * x + i * kLanes);
+          };
+          constexpr std::ptrdiff_t kLastTwo = 0, kLast = 1, kAll = 2;
+
+          const V row0 = Ladder::sumAt(d, parts, x), row1 = Ladder::sumAt(d, parts, row + x);
+          const V row2 = Ladder::sumAt(d, parts, 2 * row + x);
           const V firstTwo = hn::Add(row0, row1), lastTwo = hn::Add(row1, row2), all = hn::Add(firstTwo, row2);
-          const V sinceBlock = load(begun), between = hn::Add(load(toEnd), sinceBlock);
+          const V sinceBlock = hn::LoadU(d, begun + x), between = hn::Add(hn::LoadU(d, toEnd + x), sinceBlock);
           const V upTo0 = hn::Add(between, row0), upTo1 = hn::Add(between, firstTwo), upTo2 = hn::Add(between, all);
           if (pair) {
-            windows[0][plane] = hn::Add(load(now.last), row0);
-            windows[1][plane] = firstTwo;
-            windows[2][plane] = lastTwo;
+            put(0, hn::Add(kept(now, kLast), row0));
+            put(1, firstTwo);
+            put(2, lastTwo);
           } else if (rest == 0) {
-            windows[0][plane] = hn::Add(load(old.lastTwo), upTo0);
-            windows[1][plane] = hn::Add(load(old.last), upTo1);
-            windows[2][plane] = upTo2;
+            put(0, hn::Add(kept(old, kLastTwo), upTo0));
+            put(1, hn::Add(kept(old, kLast), upTo1));
+            put(2, upTo2);
           } else if (rest == 1) {
-            windows[0][plane] = hn::Add(load(old.all), upTo0);
-            windows[1][plane] = hn::Add(load(old.lastTwo), upTo1);
-            windows[2][plane] = hn::Add(load(old.last), upTo2);
+            put(0, hn::Add(kept(old, kAll), upTo0));
+            put(1, hn::Add(kept(old, kLastTwo), upTo1));
+            put(2, hn::Add(kept(old, kLast), upTo2));
           } else {
             // The group before the old one had the present one's place.
-            windows[0][plane] = hn::Add(hn::Add(load(now.last), load(old.all)), upTo0);
-            windows[1][plane] = hn::Add(load(old.all), upTo1);
-            windows[2][plane] = hn::Add(load(old.lastTwo), upTo2);
+            put(0, hn::Add(hn::Add(kept(now, kLast), kept(old, kAll)), upTo0));
+            put(1, hn::Add(kept(old, kAll), upTo1));
+            put(2, hn::Add(kept(old, kLastTwo), upTo2));
           }
-          hn::StoreU(lastTwo, d, now.lastTwo + at);
-          hn::StoreU(row2, d, now.last + at);
-          if (rest != 0) hn::StoreU(all, d, now.all + at);
-          hn::StoreU(all, d, toEnd + at);
-          hn::StoreU(hn::Add(sinceBlock, all), d, begun + at);
-        }
-        for (std::ptrdiff_t i = 0; i < kGroup; ++i)
-          if (i < out.count()) put(d, out.first + i, x0 + x, windows[i][0], windows[i][1], windows[i][2]);
+          keep(kLastTwo, lastTwo);
+          keep(kLast, row2);
+          if (rest != 0) keep(kAll, all);
+          hn::StoreU(all, d, toEnd + x);
+          hn::StoreU(hn::Add(sinceBlock, all), d, begun + x);
+        });
       });
+    }
+  }
+
+  template <class Finish>
+  void finishRow(std::ptrdiff_t i, std::ptrdiff_t y, const Finish& finish) const {
+    const Finish put = finish;  // A copy that nothing else can see stays in registers.
+    const float* const windows = windows_;
+    const std::ptrdiff_t plane = kGroup * plane_, x0 = first_;
+    forVectors<float>(0, count_, [=](auto d, std::ptrdiff_t x) {
+      const float* const at = windows + kGroup * x + i * static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+      put(d, y, x0 + x, hn::LoadU(d, at), hn::LoadU(d, at + plane), hn::LoadU(d, at + 2 * plane));
     });
   }
 
@@ -196,11 +210,12 @@ class GroupedWindow {
 
   Shape shape_;
   // Lines of the present group's rows; then sums of three planes each: of the groups of the block that has begun,
-  // of groups to the end of their block, and what is kept of each group.
+  // of groups to the end of their block, what is kept of each group, and the present group's windows.
   float* lines_;
   float* begun_;
   float* toEnd_ = nullptr;
-  float* groups_ = nullptr;
+  float* kept_ = nullptr;
+  float* windows_ = nullptr;
   std::ptrdiff_t first_ = 0;
   std::ptrdiff_t count_ = 0;
   std::ptrdiff_t plane_ = 0;
