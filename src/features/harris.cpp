@@ -61,8 +61,8 @@ RvpStatus harris(const Src* pSrc, int srcStep, float* pDst, int dstStep, RvpiSiz
 }  // namespace
 
 // The size is that of the largest block that the image may be cut into: the four strips along its edges and a tile
-// of its inside, each with its margins, two planes of derivatives and three of products. It is more than what the
-// window's rings take here, but part of the interface.
+// of its inside, each with its margins, two planes of derivatives and three of products. It is mostly more than
+// what the windows take here, but part of the interface.
 std::int64_t cornerBufferBytes(RvpiSize size, RvpiMaskSize maskSize, int avgWindow, int elementBytes) {
   const WindowSpan span = windowSpan(avgWindow);
   const std::int64_t radius = maskSize == 33 ? 1 : 2;

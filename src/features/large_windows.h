@@ -108,8 +108,7 @@ class GroupedWindow {
       std::fill_n(linesOf(i, 0), kPlanes * shape_.ladder.block(), 0.0F);
       return;
     }
-    // Beside the region's first column there may be memory, of which the window's columns alone may be read.
-    const std::ptrdiff_t left = first_ == 0 ? shape_.span.before : shape_.span.margin();
+    const std::ptrdiff_t left = shape_.span.left(first_);
     std::array<float*, kPlanes> products;
     for (int plane = 0; plane < kPlanes; ++plane)
       products[static_cast<std::size_t>(plane)] = linesOf(i, plane) + shape_.margin - left;
@@ -294,8 +293,7 @@ class RunningWindow {
       std::fill_n(row, 2 * shape_.line, std::int16_t{0});
       return;
     }
-    // Beside the region's first column there may be memory, of which the window's columns alone may be read.
-    const std::ptrdiff_t margin = shape_.span.margin(), left = x0 == 0 ? shape_.span.before : margin;
+    const std::ptrdiff_t margin = shape_.span.margin(), left = shape_.span.left(x0);
     std::int16_t* const first = row + margin - left;
     rows.readDerivatives(rows.place(y), x0 - left, x0 + n + margin, {first, first + shape_.line});
   }

@@ -1,7 +1,6 @@
 // Sums of many neighbours along a row, at a cost that grows with the logarithm of their number.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 

@@ -25,6 +25,9 @@ struct WindowSpan {
   std::ptrdiff_t side() const { return before + 1 + behind; }
   // What the columns beside a strip have to hold so that a mirrored column is among them.
   std::ptrdiff_t margin() const { return std::max(before, behind); }
+  // Columns to read before column x0. Beside the region's first one there may be memory, of which the window's
+  // columns alone may be read.
+  std::ptrdiff_t left(std::ptrdiff_t x0) const { return x0 == 0 ? before : margin(); }
 };
 
 // Rows begin at whole vectors.
